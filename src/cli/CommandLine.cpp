@@ -1,0 +1,83 @@
+#include "CommandLine.h"
+
+#include "DiagTool.h"
+#include "RealPacer.h"
+#include "RoleDispatch.h"
+#include "SimServerRole.h"
+#include "SmcWriteTool.h"
+#include "TempsTool.h"
+#include "smc/SmcConnection.h"
+
+#include <cstdio>
+#include <iostream>
+#include <optional>
+#include <string>
+#include <unistd.h>
+#include <vector>
+
+namespace quillon::cli {
+
+void CommandLine::printUsage(const char* program, bool toStdout)
+{
+    std::FILE* stream = toStdout ? stdout : stderr;
+    std::fprintf(stream,
+                 "Usage: %s [ROLE]\n"
+                 "  --daemon                          run the privileged fan helper\n"
+                 "  --temps                           list the safety sensors and the curve's demand\n"
+                 "  --diag [--dumpkeys|probe|loop]    SMC diagnostics and write tests\n"
+                 "  --smc-write KEY VALUE [KEY VALUE ...]\n"
+                 "                                    write keys: u8:KEY takes 0..255, KEY takes an rpm\n"
+                 "  --smc-sim PATH                    serve a shared simulated Mac on a Unix socket\n"
+                 "Environment:\n"
+                 "  QUILLON_SMC=sim                   a simulated Mac inside this process\n"
+                 "  QUILLON_SMC=sim:/path/to.sock     the shared simulated Mac served at that path\n",
+                 program);
+}
+
+int CommandLine::run(int argc, char** argv, const AppRole& appRole)
+{
+    const std::vector<std::string> args(argv, argv + argc);
+    const char* program = argc > 0 ? argv[0] : "quillon";
+    const auto toolRun = [&](auto&& body) {
+        RealPacer pacer;
+        ToolContext context{smc::SmcConnection::processWide(), std::cout, pacer, ::getuid() == 0, program};
+        const int status = body(context);
+        std::cout.flush();
+        return status;
+    };
+
+    switch (RoleDispatch::choose(args)) {
+    case RoleDispatch::Role::smcWrite:
+        return toolRun([&](ToolContext& c) { return SmcWriteTool::run(c, {args.begin() + 2, args.end()}); });
+    case RoleDispatch::Role::temps:
+        return toolRun([](ToolContext& c) { return TempsTool::run(c); });
+    case RoleDispatch::Role::diag: {
+        const auto mode = DiagTool::parseMode(args.size() > 2 ? std::optional(args[2]) : std::nullopt);
+        if (!mode) {
+            std::fprintf(stderr, "%s: unknown --diag mode: %s (expected --dumpkeys, probe or loop)\n", program,
+                         args[2].c_str());
+            return ExitStatus::badUsage;
+        }
+        return toolRun([&](ToolContext& c) { return DiagTool::run(c, *mode); });
+    }
+    case RoleDispatch::Role::smcSim:
+        return SimServerRole::run(args[2]);
+    case RoleDispatch::Role::daemon:
+        std::fprintf(stderr, "%s: the fan helper daemon is not part of this build yet\n", program);
+        return ExitStatus::failed;
+    case RoleDispatch::Role::help:
+        printUsage(program, true);
+        return ExitStatus::ok;
+    case RoleDispatch::Role::usage:
+        printUsage(program, false);
+        return ExitStatus::badUsage;
+    case RoleDispatch::Role::app:
+        if (appRole)
+            return appRole(argc, argv);
+        printUsage(program, false);
+        return ExitStatus::badUsage;
+    }
+    return ExitStatus::badUsage;
+}
+
+} // namespace quillon::cli

@@ -1,0 +1,27 @@
+#pragma once
+
+#include "SmcParamRecord.h"
+
+#include <cstdint>
+
+namespace quillon::smc {
+
+// What sits under the csmc_* layer: the AppleSMC user client on a Mac, or a
+// simulated Mac here. A transport moves records; all SMC semantics (the
+// two-phase call, truncation, encodings) live above it in SmcConnection.
+class SmcTransport {
+public:
+    virtual ~SmcTransport() = default;
+
+    // Connects to the SMC service. Returns 0, SmcStatus::kServiceMissing when
+    // there is no service, or the platform's error code. Called once per
+    // successful connection; a failed open may be retried later.
+    virtual std::uint32_t open() = 0;
+
+    // One struct-method call with an 80-byte input and output record. Returns 0
+    // when the record went through (the SMC's own verdict is out.result) or an
+    // IOKit-style error code when it did not.
+    virtual std::uint32_t call(const SmcParamRecord& in, SmcParamRecord& out) = 0;
+};
+
+} // namespace quillon::smc
