@@ -84,7 +84,17 @@ void SimThermalModel::step(double h)
         const double limit = (delta > 0 ? spinUpRpmPerS : spinDownRpmPerS) * h;
         fan.actualRpm += std::clamp(delta, -limit, limit);
     }
-    m_dieC += (equilibriumC() - m_dieC) * (1.0 - std::exp(-h / dieTimeConstantS));
+    if (m_heldDieC)
+        m_dieC = *m_heldDieC;
+    else
+        m_dieC += (equilibriumC() - m_dieC) * (1.0 - std::exp(-h / dieTimeConstantS));
+}
+
+void SimThermalModel::holdDie(std::optional<double> celsius)
+{
+    m_heldDieC = celsius;
+    if (celsius)
+        m_dieC = *celsius;
 }
 
 } // namespace quillon::smc

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <vector>
 
 namespace quillon::smc {
@@ -45,6 +46,9 @@ public:
     // The target the fan is chasing now: the firmware's or the manual one.
     double effectiveTargetRpm(std::size_t fan) const;
 
+    // Pins the die at a temperature (nullopt: simulate again). Fans keep moving.
+    void holdDie(std::optional<double> celsius);
+
     // The die temperature the model settles at with the fans where they are.
     double equilibriumC() const;
 
@@ -54,6 +58,7 @@ private:
     std::vector<Fan> m_fans;
     double m_loadPercent;
     double m_dieC;
+    std::optional<double> m_heldDieC;
 };
 
 } // namespace quillon::smc

@@ -55,15 +55,50 @@ double SimulatedMac::steadySeconds()
     return duration<double>(steady_clock::now().time_since_epoch()).count();
 }
 
+SimulatedMac::Config SimulatedMac::Config::appleSiliconLaptop()
+{
+    Config config;
+    config.fans = {{1200, 5700}, {1300, 6200}};
+    // Performance cores run hottest, the GPU and efficiency cores a little
+    // cooler; palm rest and battery follow the die from afar. Tc0P is a
+    // safety-prefixed key of the wrong type, which discovery must skip.
+    config.sensors = {
+        {"Tp01", SmcType::flt, 1.0, 1.5},  {"Tp05", SmcType::flt, 1.0, 2.8},
+        {"Tp09", SmcType::flt, 1.0, 0.4},  {"Tp0D", SmcType::flt, 1.0, -0.6},
+        {"Te05", SmcType::flt, 0.8, 0.0},  {"Te0S", SmcType::flt, 0.78, 0.0},
+        {"Tg05", SmcType::flt, 0.7, 2.0},  {"Tg0D", SmcType::flt, 0.68, 1.0},
+        {"Tc0P", SmcType::sp78, 1.0, -3.0}, {"TC0P", SmcType::flt, 1.0, -9.0},
+        {"Ts0P", SmcType::flt, 0.25, 0.0}, {"TB0T", SmcType::flt, 0.15, 2.0},
+        {"TA0P", SmcType::sp78, 0.0, 0.0},
+    };
+    return config;
+}
+
 SimulatedMac::SimulatedMac(Clock clock)
+    : SimulatedMac(Config::appleSiliconLaptop(), std::move(clock))
+{
+}
+
+namespace {
+std::vector<SimThermalModel::Fan> modelFans(const std::vector<SimulatedMac::FanSpec>& specs)
+{
+    std::vector<SimThermalModel::Fan> fans;
+    for (const auto& spec : specs)
+        fans.push_back({spec.minRpm, spec.maxRpm, spec.minRpm});
+    return fans;
+}
+} // namespace
+
+SimulatedMac::SimulatedMac(Config config, Clock clock)
     : m_clock(std::move(clock))
     , m_lastSeconds(m_clock())
-    , m_model({{1200, 5700, 0}, {1300, 6200, 0}}, kDefaultLoadPercent)
+    , m_model(modelFans(config.fans), config.loadPercent)
 {
     const std::uint8_t rw = kReadable | kWritable;
     addKey("#KEY", SmcType::ui32, 4, kReadable, Role::keyCount);
     addKey("FNum", SmcType::ui8, 1, kReadable, Role::fanCount);
-    addKey("Ftst", SmcType::ui8, 1, rw, Role::forceTest);
+    if (config.hasForceTestKey)
+        addKey("Ftst", SmcType::ui8, 1, rw, Role::forceTest);
     addKey("QLOD", SmcType::ui8, 1, rw, Role::load);
     addKey("QFLT", SmcType::ui8, 1, rw, Role::faults);
     for (std::size_t n = 0; n < m_model.fans().size(); ++n) {
@@ -72,30 +107,14 @@ SimulatedMac::SimulatedMac(Clock clock)
         addKey(f + "Mn", SmcType::flt, 4, kReadable, Role::fanMin, n);
         addKey(f + "Mx", SmcType::flt, 4, kReadable, Role::fanMax, n);
         addKey(f + "Tg", SmcType::flt, 4, rw, Role::fanTarget, n);
-        addKey(f + "Md", SmcType::ui8, 1, rw, Role::fanMode, n);
+        addKey(f + (config.lowercaseModeKeys ? "md" : "Md"), SmcType::ui8, 1, rw, Role::fanMode, n);
         addKey(f + "Sf", SmcType::fpe2, 2, kReadable, Role::fanSafe, n);
     }
     m_modeBytes.assign(m_model.fans().size(), 0);
 
-    struct NamedSensor {
-        const char* key;
-        std::uint32_t type;
-        Sensor sensor;
-    };
-    // Performance cores run hottest, the GPU and efficiency cores a little
-    // cooler; palm rest and battery follow the die from afar.
-    const NamedSensor sensors[] = {
-        {"Tp01", SmcType::flt, {1.0, 1.5}},  {"Tp05", SmcType::flt, {1.0, 2.8}},
-        {"Tp09", SmcType::flt, {1.0, 0.4}},  {"Tp0D", SmcType::flt, {1.0, -0.6}},
-        {"Te05", SmcType::flt, {0.8, 0.0}},  {"Te0S", SmcType::flt, {0.78, 0.0}},
-        {"Tg05", SmcType::flt, {0.7, 2.0}},  {"Tg0D", SmcType::flt, {0.68, 1.0}},
-        {"Tc0P", SmcType::sp78, {1.0, -3.0}}, {"TC0P", SmcType::flt, {1.0, -9.0}},
-        {"Ts0P", SmcType::flt, {0.25, 0.0}}, {"TB0T", SmcType::flt, {0.15, 2.0}},
-        {"TA0P", SmcType::sp78, {0.0, 0.0}},
-    };
-    for (const NamedSensor& s : sensors) {
+    for (const SensorSpec& s : config.sensors) {
         addKey(s.key, s.type, s.type == SmcType::flt ? 4 : 2, kReadable, Role::temperature, m_sensors.size());
-        m_sensors.push_back(s.sensor);
+        m_sensors.push_back({s.gain, s.offset});
     }
 
     Key platform{FourCC::pack("RPlt"), SmcType::ch8, 8, kReadable, Role::constant, 0, {'j', '3', '1', '4', 's'}};
@@ -104,6 +123,12 @@ SimulatedMac::SimulatedMac(Clock clock)
 
     // The SMC keeps its keys sorted, which is the order the by-index command walks.
     std::sort(m_keys.begin(), m_keys.end(), [](const Key& a, const Key& b) { return a.name < b.name; });
+}
+
+void SimulatedMac::holdDieTemperature(std::optional<double> celsius)
+{
+    advanceToNow();
+    m_model.holdDie(celsius);
 }
 
 void SimulatedMac::addKey(const std::string& name, std::uint32_t type, std::uint32_t size, std::uint8_t attributes,

@@ -5,15 +5,16 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace quillon::smc {
 
-// An Apple-Silicon-like laptop behind the SMC's record, command codes and
-// result bytes: two fans (1200-5700 and 1300-6200 rpm), safety sensors
-// (Tp.., Te.., Tg..), other sensors, a few keys of other types, and two
-// control keys of its own:
+// A simulated Mac behind the SMC's record, command codes and result bytes.
+// By default an Apple-Silicon-like laptop: two fans (1200-5700 and 1300-6200
+// rpm), safety sensors (Tp.., Te.., Tg..), other sensors, a few keys of other
+// types, and two control keys of its own:
 //   QLOD (ui8) CPU load in percent, 0..100;
 //   QFLT (ui8) fault bits: 1 = temperature reads fail, 2 = temperatures read
 //        105 °C, 4 = writes fail (except to Q keys), 8 = mode keys read back 1.
@@ -33,7 +34,37 @@ public:
         modeReadsBackManual = 8,
     };
 
+    struct FanSpec {
+        double minRpm;
+        double maxRpm;
+    };
+    // A temperature key reading ambient + (die - ambient) * gain + offset.
+    struct SensorSpec {
+        std::string key;
+        std::uint32_t type; // SmcType::flt or SmcType::sp78
+        double gain;
+        double offset;
+    };
+    struct Config {
+        std::vector<FanSpec> fans;
+        std::vector<SensorSpec> sensors;
+        double loadPercent = kDefaultLoadPercent;
+        // Mode keys spelt F{n}md, as on the newest machines, instead of F{n}Md.
+        bool lowercaseModeKeys = false;
+        // Whether the "Ftst" key exists (the newest machines have none).
+        bool hasForceTestKey = true;
+
+        // The default machine described above.
+        static Config appleSiliconLaptop();
+    };
+
     explicit SimulatedMac(Clock clock = steadySeconds);
+    SimulatedMac(Config config, Clock clock);
+
+    // Holds the die at a fixed temperature (every sensor follows it as
+    // configured) instead of simulating heat; nullopt resumes the simulation.
+    // For tests that need exact temperatures.
+    void holdDieTemperature(std::optional<double> celsius);
 
     // Answers one request record the way the SMC would; out.result carries
     // the verdict (0 or the SMC's error byte).
