@@ -80,11 +80,11 @@ SimulatedMac::SimulatedMac(Clock clock)
 }
 
 namespace {
-std::vector<SimThermalModel::Fan> modelFans(const std::vector<SimulatedMac::FanSpec>& specs)
+std::vector<SimThermalModel::Fan> modelFans(const std::vector<SimulatedMac::FanSpec>& configured)
 {
     std::vector<SimThermalModel::Fan> fans;
-    for (const auto& spec : specs)
-        fans.push_back({spec.minRpm, spec.maxRpm, spec.minRpm});
+    for (const auto& fan : configured)
+        fans.push_back({fan.minRpm, fan.maxRpm, fan.minRpm});
     return fans;
 }
 } // namespace

@@ -150,15 +150,11 @@ TEST_F(DiagToolTest, ModeThatDoesNotStickShowsInTheProbe)
     EXPECT_TRUE(printed("  write F0Md=0: rc=0  read back 1 ok=true\n")) << output();
 }
 
-TEST(DiagToolNoSmc, UnreachableSmcAborts)
+TEST_F(DiagToolTest, UnreachableSmcAborts)
 {
-    quillon::smc::SmcConnection none(nullptr);
-    std::ostringstream out;
-    quillon::test::SimRig rig;
-    quillon::test::FakePacer pacer(rig);
-    quillon::cli::ToolContext ctx{none, out, pacer, false, "quillon"};
+    auto ctx = contextWithoutSmc();
     EXPECT_EQ(DiagTool::run(ctx, Mode::standard), ExitStatus::failed);
-    EXPECT_EQ(out.str(), "=== Boilerhouse SMC Diagnostics ===\nrunning as root: false\n"
+    EXPECT_EQ(output(), "=== Boilerhouse SMC Diagnostics ===\nrunning as root: false\n"
                          "csmc_open failed: 0xffffffff\nSMC service not reachable. Aborting.\n");
 }
 

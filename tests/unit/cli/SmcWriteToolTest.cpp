@@ -64,15 +64,11 @@ TEST_F(SmcWriteToolTest, BadArgumentsAreNamedAndNothingIsWritten)
     }
 }
 
-TEST(SmcWriteToolNoSmc, MissingServiceIsReported)
+TEST_F(SmcWriteToolTest, MissingServiceIsReported)
 {
-    quillon::smc::SmcConnection none(nullptr);
-    std::ostringstream out;
-    quillon::test::SimRig rig;
-    quillon::test::FakePacer pacer(rig);
-    quillon::cli::ToolContext ctx{none, out, pacer, false, "quillon"};
+    auto ctx = contextWithoutSmc();
     EXPECT_EQ(SmcWriteTool::run(ctx, {"u8:QLOD", "1"}), ExitStatus::failed);
-    EXPECT_EQ(out.str(), "csmc_open failed: 0xffffffff\n");
+    EXPECT_EQ(output(), "csmc_open failed: 0xffffffff\n");
 }
 
 } // namespace
