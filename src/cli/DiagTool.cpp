@@ -2,6 +2,7 @@
 
 #include "DiagWriteTests.h"
 #include "TextFormat.h"
+
 #include "smc/FourCC.h"
 #include "smc/SmcCodes.h"
 
@@ -97,11 +98,10 @@ void DiagTool::printKeyInfo(ToolContext& context, const std::string& key)
     std::uint8_t bytes[32] = {};
     std::uint32_t length = 0;
     const std::uint32_t rc = context.smc.readRaw(key, bytes, sizeof bytes, &length);
-    const std::string decoded =
-        rc == smc::SmcStatus::kSuccess ? decodeValue(bytes, length, type) : "read rc=" + TextFormat::status(rc);
+    const std::string decoded
+        = rc == smc::SmcStatus::kSuccess ? decodeValue(bytes, length, type) : "read rc=" + TextFormat::status(rc);
     context.out << TextFormat::format("  %s: size=%u type=%s attrs=0x%02x  bytes=[%s]  %s\n", key.c_str(), size,
-                                      smc::FourCC::unpack(type).c_str(), attributes,
-                                      TextFormat::hexBytes(bytes, length).c_str(), decoded.c_str());
+        smc::FourCC::unpack(type).c_str(), attributes, TextFormat::hexBytes(bytes, length).c_str(), decoded.c_str());
 }
 
 void DiagTool::dumpKeys(ToolContext& context)
@@ -121,8 +121,8 @@ void DiagTool::dumpKeys(ToolContext& context)
         const std::uint32_t rc = context.smc.readRaw(name, bytes, sizeof bytes, &length);
         const std::string value = rc == smc::SmcStatus::kSuccess ? TextFormat::hexBytes(bytes, length)
                                                                  : "read rc=" + TextFormat::status(rc);
-        context.out << TextFormat::format("  [%3u] %s  %s  bytes=[%s]\n", i, name, smc::FourCC::unpack(type).c_str(),
-                                          value.c_str());
+        context.out << TextFormat::format(
+            "  [%3u] %s  %s  bytes=[%s]\n", i, name, smc::FourCC::unpack(type).c_str(), value.c_str());
     }
 }
 
@@ -139,7 +139,7 @@ void DiagTool::printFanReads(ToolContext& context, int fanCount)
             bool ok = false;
             const float value = context.smc.readFlt(fan + f.suffix, &ok);
             context.out << TextFormat::format("  %s%s (%s) = %.0f rpm ok=%s\n", fan.c_str(), f.suffix, f.label,
-                                              static_cast<double>(value), TextFormat::boolText(ok));
+                static_cast<double>(value), TextFormat::boolText(ok));
         }
         bool ok = false;
         const int mode = context.smc.readU8(fan + "Md", &ok);

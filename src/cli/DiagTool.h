@@ -14,7 +14,12 @@ namespace quillon::cli {
 // interrupts it.
 class DiagTool {
 public:
-    enum class Mode { standard, dumpKeys, probe, loop };
+    enum class Mode {
+        standard,
+        dumpKeys,
+        probe,
+        loop
+    };
 
     // The mode for the argument after "--diag" (none: standard); no value for
     // anything unknown.

@@ -1,6 +1,7 @@
 #include "DiagWriteTests.h"
 
 #include "TextFormat.h"
+
 #include "smc/SmcCodes.h"
 
 namespace quillon::cli {
@@ -39,16 +40,16 @@ void DiagWriteTests::forcedWrite()
     out << TextFormat::format("  Saving original: F0Md=%d F0Tg=%.0f\n", savedMode, static_cast<double>(savedTarget));
 
     out << "  csmc_write_u8(F0Md, 1) rc=" << TextFormat::status(checked(smc.writeU8("F0Md", 1))) << '\n';
-    out << "  csmc_write_flt(F0Tg, 4000) rc="
-        << TextFormat::status(checked(smc.writeFlt("F0Tg", kForcedTargetRpm))) << '\n';
-    out << TextFormat::format("  After: F0Md=%d F0Tg=%.0f\n", smc.readU8("F0Md"),
-                              static_cast<double>(smc.readFlt("F0Tg")));
+    out << "  csmc_write_flt(F0Tg, 4000) rc=" << TextFormat::status(checked(smc.writeFlt("F0Tg", kForcedTargetRpm)))
+        << '\n';
+    out << TextFormat::format(
+        "  After: F0Md=%d F0Tg=%.0f\n", smc.readU8("F0Md"), static_cast<double>(smc.readFlt("F0Tg")));
     out << "  Waiting 4 seconds for fans to spin up..." << std::endl;
     m_context.pacer.sleep(kSpinUpWaitS);
     if (m_context.pacer.interrupted())
         out << "  Interrupted: restoring now\n";
-    out << TextFormat::format("  F0Ac (current) = %.0f rpm  <-- if this jumped, write WORKED\n",
-                              static_cast<double>(smc.readFlt("F0Ac")));
+    out << TextFormat::format(
+        "  F0Ac (current) = %.0f rpm  <-- if this jumped, write WORKED\n", static_cast<double>(smc.readFlt("F0Ac")));
 
     restoreFan0(savedMode, savedTarget);
     out << TextFormat::format("  Restored F0Md=%d, F0Tg=%.0f\n", savedMode, static_cast<double>(savedTarget));
@@ -72,9 +73,8 @@ void DiagWriteTests::loop()
             checked(smc.writeFlt(std::string(fan) + "Tg", kLoopTargetRpm));
         }
         out << TextFormat::format("  T+%4.1fs  F0: Ac=%.0f Tg=%.0f Md=%d | F1: Ac=%.0f Md=%d\n",
-                                  pacer.seconds() - start, static_cast<double>(smc.readFlt("F0Ac")),
-                                  static_cast<double>(smc.readFlt("F0Tg")), smc.readU8("F0Md"),
-                                  static_cast<double>(smc.readFlt("F1Ac")), smc.readU8("F1Md"))
+            pacer.seconds() - start, static_cast<double>(smc.readFlt("F0Ac")), static_cast<double>(smc.readFlt("F0Tg")),
+            smc.readU8("F0Md"), static_cast<double>(smc.readFlt("F1Ac")), smc.readU8("F1Md"))
             << std::flush;
         pacer.sleep(kLoopPeriodS);
     }
@@ -96,8 +96,7 @@ void DiagWriteTests::probe()
     Pacer& pacer = m_context.pacer;
     const std::uint8_t savedMode = smc.readU8("F0Md");
     const float savedTarget = smc.readFlt("F0Tg");
-    out << TextFormat::format("\n  Saving original: F0Md=%d F0Tg=%.0f\n", savedMode,
-                              static_cast<double>(savedTarget));
+    out << TextFormat::format("\n  Saving original: F0Md=%d F0Tg=%.0f\n", savedMode, static_cast<double>(savedTarget));
 
     // Auto first, then manual, so the target probe below runs in manual mode.
     out << "\n=== MODE WRITE PROBE ===\n";
@@ -109,7 +108,7 @@ void DiagWriteTests::probe()
         bool ok = false;
         const int readBack = smc.readU8("F0Md", &ok);
         out << TextFormat::format("  write F0Md=%d: rc=%s  read back %d ok=%s\n", mode, TextFormat::status(rc).c_str(),
-                                  readBack, TextFormat::boolText(ok));
+            readBack, TextFormat::boolText(ok));
     }
 
     out << "\n=== TARGET WRITE PROBE (current Md=" << int{smc.readU8("F0Md")} << ") ===\n";
@@ -121,13 +120,12 @@ void DiagWriteTests::probe()
         bool ok = false;
         const float readBack = smc.readFlt("F0Tg", &ok);
         out << TextFormat::format("  write F0Tg=%.0f: rc=%s  read back %.0f ok=%s\n", static_cast<double>(target),
-                                  TextFormat::status(rc).c_str(), static_cast<double>(readBack),
-                                  TextFormat::boolText(ok));
+            TextFormat::status(rc).c_str(), static_cast<double>(readBack), TextFormat::boolText(ok));
     }
 
     out << "\n=== Final state ===\n";
     out << TextFormat::format("F0Md=%d F0Tg=%.0f F0Ac=%.0f\n", smc.readU8("F0Md"),
-                              static_cast<double>(smc.readFlt("F0Tg")), static_cast<double>(smc.readFlt("F0Ac")));
+        static_cast<double>(smc.readFlt("F0Tg")), static_cast<double>(smc.readFlt("F0Ac")));
     out << "\nRestoring originals\n";
     restoreFan0(savedMode, savedTarget);
     out << TextFormat::format("  Restored F0Md=%d, F0Tg=%.0f\n", savedMode, static_cast<double>(savedTarget));

@@ -49,8 +49,7 @@ void RealPacer::sleep(double seconds)
         return;
     const double whole = static_cast<double>(static_cast<long>(seconds));
     timespec left{static_cast<time_t>(whole), static_cast<long>((seconds - whole) * 1e9)};
-    while (!g_interrupted && nanosleep(&left, &left) != 0 && errno == EINTR) {
-    }
+    while (!g_interrupted && nanosleep(&left, &left) != 0 && errno == EINTR) { }
 }
 
 bool RealPacer::interrupted()

@@ -1,6 +1,7 @@
 #include "SimServerRole.h"
 
 #include "ToolContext.h"
+
 #include "smc/SharedSimServer.h"
 #include "smc/SimulatedMac.h"
 

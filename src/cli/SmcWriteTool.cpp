@@ -1,6 +1,7 @@
 #include "SmcWriteTool.h"
 
 #include "TextFormat.h"
+
 #include "smc/SmcCodes.h"
 
 #include <charconv>
@@ -50,9 +51,9 @@ std::optional<Write> parsePair(const std::string& keyArg, const std::string& val
         message = "bad key: " + keyArg;
         return std::nullopt;
     }
-    const auto value = oneByte ? parseDecimal(valueArg, 0, 255)
-                               : parseDecimal(valueArg, std::numeric_limits<int>::min(),
-                                              std::numeric_limits<int>::max());
+    const auto value = oneByte
+        ? parseDecimal(valueArg, 0, 255)
+        : parseDecimal(valueArg, std::numeric_limits<int>::min(), std::numeric_limits<int>::max());
     if (!value) {
         message = (oneByte ? "bad u8 value: " : "bad rpm value: ") + valueArg;
         return std::nullopt;

@@ -1,6 +1,7 @@
 #include "TempsTool.h"
 
 #include "TextFormat.h"
+
 #include "core/ThermalCurve.h"
 #include "daemon/TempKeyDiscovery.h"
 #include "smc/SmcCodes.h"
@@ -31,8 +32,8 @@ int TempsTool::run(ToolContext& context)
     const auto readings = daemon::TempKeyDiscovery::discover(context.smc, daemon::TempKeyDiscovery::Rule::safety);
     const daemon::TempKeyDiscovery::Reading* hottest = nullptr;
     for (const auto& reading : readings) {
-        context.out << TextFormat::format("  %s  %5.1f°C   [%s]\n", reading.key.c_str(), reading.celsius,
-                                          groupOf(reading.key));
+        context.out << TextFormat::format(
+            "  %s  %5.1f°C   [%s]\n", reading.key.c_str(), reading.celsius, groupOf(reading.key));
         // Strictly greater: the first of equally hot sensors stays the hottest.
         if (!hottest || reading.celsius > hottest->celsius)
             hottest = &reading;
@@ -42,9 +43,8 @@ int TempsTool::run(ToolContext& context)
         return ExitStatus::failed;
     }
     context.out << TextFormat::format("→ Heißester Safety-Sensor: %s = %.1f°C → Kurve fordert %.0f%%, kritisch=%s\n",
-                                      hottest->key.c_str(), hottest->celsius,
-                                      ThermalCurve::requiredPercent(hottest->celsius),
-                                      ThermalCurve::isCritical(hottest->celsius) ? "JA" : "nein");
+        hottest->key.c_str(), hottest->celsius, ThermalCurve::requiredPercent(hottest->celsius),
+        ThermalCurve::isCritical(hottest->celsius) ? "JA" : "nein");
     return ExitStatus::ok;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Pacer.h"
+
 #include "smc/SmcConnection.h"
 
 #include <ostream>

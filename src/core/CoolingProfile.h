@@ -15,7 +15,11 @@ public:
     CoolingProfile() = delete;
 
     // In order of increasing cooling; when several requests meet, the strongest wins.
-    enum class Kind { silent, balanced, max };
+    enum class Kind {
+        silent,
+        balanced,
+        max
+    };
 
     struct Point {
         double temp;    // °C

@@ -22,7 +22,7 @@ public:
     static constexpr double warnThresholdC = 85.0;
 
     static_assert(rampStartC < warnThresholdC && warnThresholdC < fullSpeedC && fullSpeedC < criticalReleaseC,
-                  "the curve must ramp before it warns, and reach full speed before it releases");
+        "the curve must ramp before it warns, and reach full speed before it releases");
 
     // Two-character prefixes of the SMC keys that count as safety sensors, in
     // match order: CPU performance cores, efficiency cores, CPU die, GPU.

@@ -16,7 +16,11 @@ struct CodePoint {
 CodePoint decode(std::string_view text)
 {
     const auto lead = static_cast<std::uint8_t>(text[0]);
-    std::size_t length = lead < 0x80 ? 1 : (lead >> 5) == 0x6 ? 2 : (lead >> 4) == 0xE ? 3 : (lead >> 3) == 0x1E ? 4 : 0;
+    std::size_t length = lead < 0x80 ? 1
+        : (lead >> 5) == 0x6         ? 2
+        : (lead >> 4) == 0xE         ? 3
+        : (lead >> 3) == 0x1E        ? 4
+                                     : 0;
     if (length == 0 || length > text.size())
         return {U'\uFFFD', 1};
     char32_t value = length == 1 ? lead : lead & (0x7F >> length);
@@ -31,14 +35,14 @@ CodePoint decode(std::string_view text)
 
 bool extendsPrevious(char32_t c)
 {
-    return (c >= 0x0300 && c <= 0x036F)     // combining diacritical marks
-        || (c >= 0x1AB0 && c <= 0x1AFF)     // combining marks, extended
-        || (c >= 0x1DC0 && c <= 0x1DFF)     // combining marks, supplement
-        || (c >= 0x20D0 && c <= 0x20FF)     // combining marks for symbols
-        || (c >= 0xFE00 && c <= 0xFE0F)     // variation selectors
-        || (c >= 0xFE20 && c <= 0xFE2F)     // combining half marks
-        || (c >= 0x1F3FB && c <= 0x1F3FF)   // emoji skin-tone modifiers
-        || c == 0x200D;                     // zero-width joiner
+    return (c >= 0x0300 && c <= 0x036F)   // combining diacritical marks
+        || (c >= 0x1AB0 && c <= 0x1AFF)   // combining marks, extended
+        || (c >= 0x1DC0 && c <= 0x1DFF)   // combining marks, supplement
+        || (c >= 0x20D0 && c <= 0x20FF)   // combining marks for symbols
+        || (c >= 0xFE00 && c <= 0xFE0F)   // variation selectors
+        || (c >= 0xFE20 && c <= 0xFE2F)   // combining half marks
+        || (c >= 0x1F3FB && c <= 0x1F3FF) // emoji skin-tone modifiers
+        || c == 0x200D;                   // zero-width joiner
 }
 
 } // namespace

@@ -25,8 +25,8 @@ std::uint32_t IOKitSmcTransport::open()
 std::uint32_t IOKitSmcTransport::call(const SmcParamRecord& in, SmcParamRecord& out)
 {
     size_t outSize = sizeof out;
-    const kern_return_t rc =
-        IOConnectCallStructMethod(m_connection, kSmcUserClientSelector, &in, sizeof in, &out, &outSize);
+    const kern_return_t rc
+        = IOConnectCallStructMethod(m_connection, kSmcUserClientSelector, &in, sizeof in, &out, &outSize);
     return static_cast<std::uint32_t>(rc);
 }
 

@@ -41,8 +41,8 @@ std::uint32_t SharedSimClient::open()
 std::uint32_t SharedSimClient::call(const SmcParamRecord& in, SmcParamRecord& out)
 {
     unsigned char reply[SharedSimWire::kReplySize];
-    const bool ok = connectSocket() && UnixSocket::sendAll(m_fd, &in, sizeof in) &&
-                    UnixSocket::receiveAll(m_fd, reply, sizeof reply, SharedSimWire::kReplyTimeoutMs);
+    const bool ok = connectSocket() && UnixSocket::sendAll(m_fd, &in, sizeof in)
+        && UnixSocket::receiveAll(m_fd, reply, sizeof reply, SharedSimWire::kReplyTimeoutMs);
     if (!ok) {
         disconnect();
         return SmcStatus::kIOReturnNotResponding;

@@ -87,8 +87,8 @@ void SharedSimServer::acceptClient()
 bool SharedSimServer::readFrom(Client& client)
 {
     for (;;) {
-        const ssize_t n = ::recv(client.fd, client.pending.data() + client.filled,
-                                 client.pending.size() - client.filled, 0);
+        const ssize_t n
+            = ::recv(client.fd, client.pending.data() + client.filled, client.pending.size() - client.filled, 0);
         if (n < 0 && errno == EINTR)
             continue;
         if (n < 0 && (errno == EAGAIN || errno == EWOULDBLOCK))

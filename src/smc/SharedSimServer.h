@@ -1,7 +1,7 @@
 #pragma once
 
-#include "SimulatedMac.h"
 #include "SharedSimWire.h"
+#include "SimulatedMac.h"
 
 #include <array>
 #include <string>

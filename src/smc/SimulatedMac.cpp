@@ -63,12 +63,18 @@ SimulatedMac::Config SimulatedMac::Config::appleSiliconLaptop()
     // cooler; palm rest and battery follow the die from afar. Tc0P is a
     // safety-prefixed key of the wrong type, which discovery must skip.
     config.sensors = {
-        {"Tp01", SmcType::flt, 1.0, 1.5},  {"Tp05", SmcType::flt, 1.0, 2.8},
-        {"Tp09", SmcType::flt, 1.0, 0.4},  {"Tp0D", SmcType::flt, 1.0, -0.6},
-        {"Te05", SmcType::flt, 0.8, 0.0},  {"Te0S", SmcType::flt, 0.78, 0.0},
-        {"Tg05", SmcType::flt, 0.7, 2.0},  {"Tg0D", SmcType::flt, 0.68, 1.0},
-        {"Tc0P", SmcType::sp78, 1.0, -3.0}, {"TC0P", SmcType::flt, 1.0, -9.0},
-        {"Ts0P", SmcType::flt, 0.25, 0.0}, {"TB0T", SmcType::flt, 0.15, 2.0},
+        {"Tp01", SmcType::flt, 1.0, 1.5},
+        {"Tp05", SmcType::flt, 1.0, 2.8},
+        {"Tp09", SmcType::flt, 1.0, 0.4},
+        {"Tp0D", SmcType::flt, 1.0, -0.6},
+        {"Te05", SmcType::flt, 0.8, 0.0},
+        {"Te0S", SmcType::flt, 0.78, 0.0},
+        {"Tg05", SmcType::flt, 0.7, 2.0},
+        {"Tg0D", SmcType::flt, 0.68, 1.0},
+        {"Tc0P", SmcType::sp78, 1.0, -3.0},
+        {"TC0P", SmcType::flt, 1.0, -9.0},
+        {"Ts0P", SmcType::flt, 0.25, 0.0},
+        {"TB0T", SmcType::flt, 0.15, 2.0},
         {"TA0P", SmcType::sp78, 0.0, 0.0},
     };
     return config;
@@ -132,7 +138,7 @@ void SimulatedMac::holdDieTemperature(std::optional<double> celsius)
 }
 
 void SimulatedMac::addKey(const std::string& name, std::uint32_t type, std::uint32_t size, std::uint8_t attributes,
-                          Role role, std::size_t index)
+    Role role, std::size_t index)
 {
     m_keys.push_back({FourCC::pack(name), type, size, attributes, role, index});
 }
@@ -197,7 +203,9 @@ double SimulatedMac::temperature(std::size_t sensor) const
 
 std::uint8_t SimulatedMac::read(const Key& key, std::uint8_t* bytes) const
 {
-    const auto fan = [&]() -> const SimThermalModel::Fan& { return m_model.fans().at(key.index); };
+    const auto fan = [&]() -> const SimThermalModel::Fan& {
+        return m_model.fans().at(key.index);
+    };
     switch (key.role) {
     case Role::keyCount:
         putBigEndian(bytes, 4, static_cast<std::uint32_t>(m_keys.size()));

@@ -74,8 +74,18 @@ public:
 
 private:
     enum class Role {
-        keyCount, fanCount, forceTest, load, faults, constant,
-        fanActual, fanMin, fanMax, fanTarget, fanMode, fanSafe,
+        keyCount,
+        fanCount,
+        forceTest,
+        load,
+        faults,
+        constant,
+        fanActual,
+        fanMin,
+        fanMax,
+        fanTarget,
+        fanMode,
+        fanSafe,
         temperature,
     };
     struct Sensor {
@@ -93,7 +103,7 @@ private:
     };
 
     void addKey(const std::string& name, std::uint32_t type, std::uint32_t size, std::uint8_t attributes, Role role,
-                std::size_t index = 0);
+        std::size_t index = 0);
     const Key* find(std::uint32_t name) const;
     void advanceToNow();
     std::uint8_t read(const Key& key, std::uint8_t* bytes) const;

@@ -47,7 +47,7 @@ std::uint32_t SmcConnection::roundTrip(const SmcParamRecord& in, SmcParamRecord&
 }
 
 std::uint32_t SmcConnection::call(std::uint32_t key, std::uint8_t command, const std::uint8_t* input,
-                                  std::uint32_t inputLength, std::uint8_t* output, std::uint32_t* ioLength)
+    std::uint32_t inputLength, std::uint8_t* output, std::uint32_t* ioLength)
 {
     const bool isRead = command == static_cast<std::uint8_t>(SmcCommand::readKey);
     if (!isRead && (inputLength > kMaxValueBytes || (inputLength > 0 && !input)))
@@ -85,12 +85,12 @@ std::uint32_t SmcConnection::call(std::uint32_t key, std::uint8_t command, const
     return rc;
 }
 
-std::uint32_t SmcConnection::readRaw(std::string_view key, std::uint8_t* buffer, std::uint32_t capacity,
-                                     std::uint32_t* length)
+std::uint32_t SmcConnection::readRaw(
+    std::string_view key, std::uint8_t* buffer, std::uint32_t capacity, std::uint32_t* length)
 {
     std::uint32_t n = buffer ? capacity : 0;
-    const std::uint32_t rc =
-        call(FourCC::pack(key), static_cast<std::uint8_t>(SmcCommand::readKey), nullptr, 0, buffer, &n);
+    const std::uint32_t rc
+        = call(FourCC::pack(key), static_cast<std::uint8_t>(SmcCommand::readKey), nullptr, 0, buffer, &n);
     if (length)
         *length = rc == SmcStatus::kSuccess ? n : 0;
     return rc;
@@ -113,8 +113,8 @@ std::uint32_t SmcConnection::writeFlt(std::string_view key, float value)
 {
     std::uint8_t bytes[sizeof value];
     std::memcpy(bytes, &value, sizeof value);
-    return call(FourCC::pack(key), static_cast<std::uint8_t>(SmcCommand::writeKey), bytes, sizeof bytes, nullptr,
-                nullptr);
+    return call(
+        FourCC::pack(key), static_cast<std::uint8_t>(SmcCommand::writeKey), bytes, sizeof bytes, nullptr, nullptr);
 }
 
 std::uint8_t SmcConnection::readU8(std::string_view key, bool* ok)
@@ -143,12 +143,12 @@ std::uint32_t SmcConnection::writeFpe2(std::string_view key, int rpm)
 {
     std::uint8_t bytes[2];
     encodeFpe2(rpm, bytes);
-    return call(FourCC::pack(key), static_cast<std::uint8_t>(SmcCommand::writeKey), bytes, sizeof bytes, nullptr,
-                nullptr);
+    return call(
+        FourCC::pack(key), static_cast<std::uint8_t>(SmcCommand::writeKey), bytes, sizeof bytes, nullptr, nullptr);
 }
 
-std::uint32_t SmcConnection::keyInfo(std::string_view key, std::uint32_t* dataSize, std::uint32_t* dataType,
-                                     std::uint8_t* attributes)
+std::uint32_t SmcConnection::keyInfo(
+    std::string_view key, std::uint32_t* dataSize, std::uint32_t* dataType, std::uint8_t* attributes)
 {
     SmcParamRecord in{};
     SmcParamRecord out{};
@@ -172,8 +172,8 @@ std::uint32_t SmcConnection::keyCount()
     std::uint32_t length = 0;
     if (readRaw("#KEY", bytes, sizeof bytes, &length) != SmcStatus::kSuccess || length < 4)
         return 0;
-    return (std::uint32_t{bytes[0]} << 24) | (std::uint32_t{bytes[1]} << 16) | (std::uint32_t{bytes[2]} << 8) |
-           bytes[3];
+    return (std::uint32_t{bytes[0]} << 24) | (std::uint32_t{bytes[1]} << 16) | (std::uint32_t{bytes[2]} << 8)
+        | bytes[3];
 }
 
 std::uint32_t SmcConnection::keyAtIndex(std::uint32_t index, char out[5])

@@ -32,7 +32,7 @@ public:
     // write, input holds at most 32 bytes. For a read, ioLength carries the
     // output capacity in and the bytes copied out (at most 32).
     std::uint32_t call(std::uint32_t key, std::uint8_t command, const std::uint8_t* input, std::uint32_t inputLength,
-                       std::uint8_t* output, std::uint32_t* ioLength);
+        std::uint8_t* output, std::uint32_t* ioLength);
 
     // 0.0 with ok = false unless the read succeeded with at least 4 bytes.
     float readFlt(std::string_view key, bool* ok = nullptr);
@@ -42,8 +42,8 @@ public:
     std::uint32_t writeU8(std::string_view key, std::uint8_t value);
     // Writes rpm, clamped to 0..16383, as fpe2: rpm * 4, big-endian 16-bit.
     std::uint32_t writeFpe2(std::string_view key, int rpm);
-    std::uint32_t keyInfo(std::string_view key, std::uint32_t* dataSize, std::uint32_t* dataType,
-                          std::uint8_t* attributes);
+    std::uint32_t keyInfo(
+        std::string_view key, std::uint32_t* dataSize, std::uint32_t* dataType, std::uint8_t* attributes);
     std::uint32_t readRaw(std::string_view key, std::uint8_t* buffer, std::uint32_t capacity, std::uint32_t* length);
     // The number of keys from "#KEY"; 0 on any failure.
     std::uint32_t keyCount();

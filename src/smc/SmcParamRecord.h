@@ -24,20 +24,20 @@ struct SmcParamRecord {
         std::uint32_t memPLimit;
     };
     struct KeyInfo {
-        std::uint32_t dataSize;   // bytes in the key's value
-        std::uint32_t dataType;   // four-character type code, packed like a key
+        std::uint32_t dataSize; // bytes in the key's value
+        std::uint32_t dataType; // four-character type code, packed like a key
         std::uint8_t dataAttributes;
     };
 
-    std::uint32_t key;            // four key characters, packed big-endian
+    std::uint32_t key; // four key characters, packed big-endian
     Version vers;
     PowerLimitData pLimitData;
     KeyInfo keyInfo;
-    std::uint8_t result;          // 0 = success, else the SMC's error byte
+    std::uint8_t result; // 0 = success, else the SMC's error byte
     std::uint8_t status;
-    std::uint8_t data8;           // command code (SmcCommand)
-    std::uint32_t data32;         // key index for SmcCommand::keyAtIndex
-    std::uint8_t bytes[32];       // value bytes
+    std::uint8_t data8;     // command code (SmcCommand)
+    std::uint32_t data32;   // key index for SmcCommand::keyAtIndex
+    std::uint8_t bytes[32]; // value bytes
 };
 
 static_assert(sizeof(SmcParamRecord) == 80);

@@ -30,8 +30,9 @@ SmcTransportFactory::Choice SmcTransportFactory::fromSetting(std::string_view se
         return {std::make_unique<SimulatedMacTransport>(), {}};
     if (setting.starts_with(kSharedSimPrefix) && setting.size() > kSharedSimPrefix.size())
         return {std::make_unique<SharedSimClient>(std::string(setting.substr(kSharedSimPrefix.size()))), {}};
-    return {nullptr, "QUILLON_SMC=" + std::string(setting) +
-                         " is not understood; use \"sim\" or \"sim:/path/to.sock\" (no SMC until then)"};
+    return {nullptr,
+        "QUILLON_SMC=" + std::string(setting)
+            + " is not understood; use \"sim\" or \"sim:/path/to.sock\" (no SMC until then)"};
 }
 
 std::unique_ptr<SmcTransport> SmcTransportFactory::fromEnvironment()

@@ -27,8 +27,8 @@ bool UnixSocket::makeAddress(const std::string& path, sockaddr_un& address, std:
         return false;
     }
     if (path.size() >= sizeof address.sun_path) {
-        error = "socket path is too long (" + std::to_string(path.size()) + " bytes, at most " +
-                std::to_string(sizeof address.sun_path - 1) + "): " + path;
+        error = "socket path is too long (" + std::to_string(path.size()) + " bytes, at most "
+            + std::to_string(sizeof address.sun_path - 1) + "): " + path;
         return false;
     }
     std::memcpy(address.sun_path, path.data(), path.size());

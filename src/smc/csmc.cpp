@@ -31,8 +31,8 @@ uint32_t csmc_open(void)
     return smc().open();
 }
 
-uint32_t smc_call(uint32_t key, uint8_t command, const uint8_t* input, uint32_t inputLength, uint8_t* output,
-                  uint32_t* ioLength)
+uint32_t smc_call(
+    uint32_t key, uint8_t command, const uint8_t* input, uint32_t inputLength, uint8_t* output, uint32_t* ioLength)
 {
     return smc().call(key, command, input, inputLength, output, ioLength);
 }

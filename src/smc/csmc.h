@@ -30,8 +30,8 @@ uint32_t csmc_open(void);
  * sends input[0..inputLength), at most 32 bytes. A read copies at most
  * min(*ioLength, data size, 32) bytes to output and stores the count in
  * *ioLength. */
-uint32_t smc_call(uint32_t key, uint8_t command, const uint8_t* input, uint32_t inputLength, uint8_t* output,
-                  uint32_t* ioLength);
+uint32_t smc_call(
+    uint32_t key, uint8_t command, const uint8_t* input, uint32_t inputLength, uint8_t* output, uint32_t* ioLength);
 
 /* 0.0 and *ok = false unless the read succeeded with at least 4 bytes. */
 float csmc_read_flt(const char* key, bool* ok);

@@ -4,7 +4,6 @@
 #include <QProcessEnvironment>
 #include <QString>
 #include <QStringList>
-
 #include <string>
 
 namespace quillon::test {
@@ -20,8 +19,8 @@ struct ChildProcess {
 
     // env entries are "NAME=value" (set) or "NAME" (unset), applied to this
     // process's environment.
-    static Result run(const QString& program, const QStringList& args, const QStringList& env = {},
-                      int timeoutMs = 30000)
+    static Result run(
+        const QString& program, const QStringList& args, const QStringList& env = {}, int timeoutMs = 30000)
     {
         QProcess process;
         process.setProcessEnvironment(environment(env));

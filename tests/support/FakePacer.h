@@ -1,8 +1,8 @@
 #pragma once
 
-#include "cli/Pacer.h"
-
 #include "SimRig.h"
+
+#include "cli/Pacer.h"
 
 namespace quillon::test {
 

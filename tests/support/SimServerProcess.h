@@ -4,7 +4,6 @@
 
 #include <QProcess>
 #include <QTemporaryDir>
-
 #include <csignal>
 
 namespace quillon::test {
@@ -17,8 +16,8 @@ public:
     {
         path = m_dir.path() + "/mac.sock";
         m_process.start(QUILLON_HELPER_BIN, {"--smc-sim", path});
-        ready = m_process.waitForStarted(5000) && m_process.waitForReadyRead(5000) &&
-                m_process.readLine().startsWith("Simulated Mac serving on");
+        ready = m_process.waitForStarted(5000) && m_process.waitForReadyRead(5000)
+            && m_process.readLine().startsWith("Simulated Mac serving on");
     }
     ~SimServerProcess() { stop(); }
 

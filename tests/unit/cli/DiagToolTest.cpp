@@ -1,5 +1,7 @@
-#include "ToolTest.h"
 #include "cli/DiagTool.h"
+
+#include "ToolTest.h"
+
 #include "smc/SimulatedMac.h"
 
 #include <regex>
@@ -49,8 +51,8 @@ TEST_F(DiagToolTest, HeaderAndFanKeysWithTheirBytes)
     ASSERT_EQ(run(Mode::dumpKeys, true), ExitStatus::ok);
     EXPECT_EQ(output().rfind("=== Boilerhouse SMC Diagnostics ===\nrunning as root: true\n"
                              "FNum (fan count) = 2  ok=true\n\n--- Fan 0 ---\n",
-                             0),
-              0u)
+                  0),
+        0u)
         << output();
     EXPECT_TRUE(printed("  F0Ac: size=4 type=flt  attrs=0x80  bytes=[00 00 96 44]  flt=1200.0\n")) << output();
     EXPECT_TRUE(printed("  F0Md: size=1 type=ui8  attrs=0xc0  bytes=[00]  ui8=0\n"));
@@ -81,7 +83,8 @@ TEST_F(DiagToolTest, ForcedWriteSpinsTheFanUpAndRestoresModeAndTarget)
     EXPECT_TRUE(printed("\n=== Reads as float (correct type for ASi) ===\n"));
     EXPECT_TRUE(printed("  F1Mx (max) = 6200 rpm ok=true\n")) << output();
     EXPECT_TRUE(printed("  Saving original: F0Md=0 F0Tg=1200\n")) << output();
-    EXPECT_TRUE(printed("  csmc_write_u8(F0Md, 1) rc=0\n  csmc_write_flt(F0Tg, 4000) rc=0\n  After: F0Md=1 F0Tg=4000\n"));
+    EXPECT_TRUE(
+        printed("  csmc_write_u8(F0Md, 1) rc=0\n  csmc_write_flt(F0Tg, 4000) rc=0\n  After: F0Md=1 F0Tg=4000\n"));
     EXPECT_GE(number(R"(F0Ac \(current\) = (\d+) rpm  <-- if this jumped, write WORKED)"), 3900.0) << output();
     EXPECT_TRUE(printed("  Restored F0Md=0, F0Tg=1200\n"));
     EXPECT_TRUE(output().ends_with("\n=== Done ===\n"));
@@ -113,7 +116,8 @@ TEST_F(DiagToolTest, LoopDrivesBothFansForFifteenSecondsThenRestores)
 {
     rig.smc.writeU8("F1Md", 0);
     ASSERT_EQ(run(Mode::loop), ExitStatus::ok);
-    EXPECT_TRUE(printed("\n=== AGGRESSIVE LOOP TEST (Md=1 + Tg=5000 every 200ms for 15s) ===\nSaving: F0Md=0 F1Md=0\n"));
+    EXPECT_TRUE(
+        printed("\n=== AGGRESSIVE LOOP TEST (Md=1 + Tg=5000 every 200ms for 15s) ===\nSaving: F0Md=0 F1Md=0\n"));
     EXPECT_EQ(pacer.sleeps, 75);
     EXPECT_TRUE(printed("  T+14.8s  F0: Ac=5000 Tg=5000 Md=1 | F1: Ac=5000 Md=1\n")) << output();
     EXPECT_EQ(rig.smc.readU8("F0Md"), 0);
@@ -137,7 +141,8 @@ TEST_F(DiagToolTest, ProbeReadsBackModeAndTargetAndRestores)
     EXPECT_TRUE(printed("\n=== MODE WRITE PROBE ===\n  write F0Md=0: rc=0  read back 0 ok=true\n"
                         "  write F0Md=1: rc=0  read back 1 ok=true\n"))
         << output();
-    EXPECT_TRUE(printed("\n=== TARGET WRITE PROBE (current Md=1) ===\n  write F0Tg=3000: rc=0  read back 3000 ok=true\n"));
+    EXPECT_TRUE(
+        printed("\n=== TARGET WRITE PROBE (current Md=1) ===\n  write F0Tg=3000: rc=0  read back 3000 ok=true\n"));
     EXPECT_TRUE(printed("\n=== Final state ===\nF0Md=1 F0Tg=4500 F0Ac="));
     EXPECT_TRUE(printed("\nRestoring originals\n"));
     expectFan0Restored(0, 1200.0f);
@@ -154,8 +159,9 @@ TEST_F(DiagToolTest, UnreachableSmcAborts)
 {
     auto ctx = contextWithoutSmc();
     EXPECT_EQ(DiagTool::run(ctx, Mode::standard), ExitStatus::failed);
-    EXPECT_EQ(output(), "=== Boilerhouse SMC Diagnostics ===\nrunning as root: false\n"
-                         "csmc_open failed: 0xffffffff\nSMC service not reachable. Aborting.\n");
+    EXPECT_EQ(output(),
+        "=== Boilerhouse SMC Diagnostics ===\nrunning as root: false\n"
+        "csmc_open failed: 0xffffffff\nSMC service not reachable. Aborting.\n");
 }
 
 } // namespace

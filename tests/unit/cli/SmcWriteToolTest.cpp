@@ -1,5 +1,7 @@
-#include "ToolTest.h"
 #include "cli/SmcWriteTool.h"
+
+#include "ToolTest.h"
+
 #include "smc/SimulatedMac.h"
 
 namespace ExitStatus = quillon::cli::ExitStatus;

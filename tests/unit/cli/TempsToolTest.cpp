@@ -1,5 +1,7 @@
-#include "ToolTest.h"
 #include "cli/TempsTool.h"
+
+#include "ToolTest.h"
+
 #include "smc/FourCC.h"
 #include "smc/SimulatedMac.h"
 
@@ -43,8 +45,8 @@ TEST_F(TempsToolTest, HottestLineCarriesTheCurvesDemand)
 {
     SimulatedMac::Config config;
     config.fans = {{1200, 5700}};
-    config.sensors = {{"Tp01", SmcType::flt, 1.0, 0.0}, {"Tg05", SmcType::flt, 1.0, 0.0},
-                      {"Te05", SmcType::flt, 1.0, -3.0}};
+    config.sensors
+        = {{"Tp01", SmcType::flt, 1.0, 0.0}, {"Tg05", SmcType::flt, 1.0, 0.0}, {"Te05", SmcType::flt, 1.0, -3.0}};
     quillon::test::SimRig hot(config);
     hot.mac->holdDieTemperature(83.5);
     quillon::test::FakePacer hotPacer(hot);
@@ -74,12 +76,12 @@ TEST_F(TempsToolTest, ImplausibleReadingsAreNotSafetySensors)
     SimulatedMac::Config config;
     config.fans = {};
     config.sensors = {{"Tp01", SmcType::flt, 0.0, 5.0 - ambient}, {"Tp05", SmcType::flt, 0.0, 128.0 - ambient},
-                      {"Tp09", SmcType::flt, 0.0, 48.0 - ambient}};
+        {"Tp09", SmcType::flt, 0.0, 48.0 - ambient}};
     quillon::test::SimRig odd(config);
     quillon::test::FakePacer oddPacer(odd);
     quillon::cli::ToolContext ctx{odd.smc, out, oddPacer, false, "quillon"};
     ASSERT_EQ(TempsTool::run(ctx), ExitStatus::ok);
-    EXPECT_FALSE(printed("Tp01")) << output(); // exactly 5 °C
+    EXPECT_FALSE(printed("Tp01")) << output();   // exactly 5 °C
     EXPECT_FALSE(printed("Tp05  ")) << output(); // 128 °C
     EXPECT_TRUE(printed("  Tp09   48.0°C   [CPU]\n")) << output();
 }

@@ -5,7 +5,6 @@
 #include "support/SimRig.h"
 
 #include <gtest/gtest.h>
-
 #include <sstream>
 #include <string>
 

@@ -1,8 +1,7 @@
 #include "core/CoolingProfile.h"
 
-#include <gtest/gtest.h>
-
 #include <array>
+#include <gtest/gtest.h>
 #include <limits>
 
 using quillon::core::CoolingProfile;
@@ -21,12 +20,24 @@ struct FloorRow {
 TEST(CoolingProfile, FloorsAcrossEachCurve)
 {
     const FloorRow rows[] = {
-        {Kind::silent, 20, 0},     {Kind::silent, 62, 0},      {Kind::silent, 67, 7.5},
-        {Kind::silent, 72, 15},    {Kind::silent, 92, 65},     {Kind::silent, 95, 65},
-        {Kind::silent, 120, 65},   {Kind::balanced, 52, 0},    {Kind::balanced, 62, 25},
-        {Kind::balanced, 70, 49.61538461538461}, {Kind::balanced, 86, 100}, {Kind::balanced, 90, 100},
-        {Kind::max, 20, 35},       {Kind::max, 30, 35},        {Kind::max, 55, 60},
-        {Kind::max, 71, 95},       {Kind::max, 74, 100},       {Kind::max, 200, 100},
+        {Kind::silent, 20, 0},
+        {Kind::silent, 62, 0},
+        {Kind::silent, 67, 7.5},
+        {Kind::silent, 72, 15},
+        {Kind::silent, 92, 65},
+        {Kind::silent, 95, 65},
+        {Kind::silent, 120, 65},
+        {Kind::balanced, 52, 0},
+        {Kind::balanced, 62, 25},
+        {Kind::balanced, 70, 49.61538461538461},
+        {Kind::balanced, 86, 100},
+        {Kind::balanced, 90, 100},
+        {Kind::max, 20, 35},
+        {Kind::max, 30, 35},
+        {Kind::max, 55, 60},
+        {Kind::max, 71, 95},
+        {Kind::max, 74, 100},
+        {Kind::max, 200, 100},
     };
     for (const FloorRow& row : rows)
         EXPECT_DOUBLE_EQ(CoolingProfile::floorPercent(row.kind, row.tempC), row.percent)

@@ -1,8 +1,7 @@
 #include "core/ThermalCurve.h"
 
-#include <gtest/gtest.h>
-
 #include <cmath>
+#include <gtest/gtest.h>
 #include <limits>
 
 using quillon::core::ThermalCurve;
@@ -21,8 +20,14 @@ struct DemandRow {
 TEST(ThermalCurve, DemandAcrossTheRange)
 {
     const DemandRow rows[] = {
-        {-10.0, 0.0},  {0.0, 0.0},    {72.0, 0.0},    {80.0, 34.782608695652172},
-        {83.5, 50.0},  {95.0, 100.0}, {150.0, 100.0}, {std::numeric_limits<double>::infinity(), 100.0},
+        {-10.0, 0.0},
+        {0.0, 0.0},
+        {72.0, 0.0},
+        {80.0, 34.782608695652172},
+        {83.5, 50.0},
+        {95.0, 100.0},
+        {150.0, 100.0},
+        {std::numeric_limits<double>::infinity(), 100.0},
         {-std::numeric_limits<double>::infinity(), 0.0},
     };
     for (const DemandRow& row : rows)
@@ -68,15 +73,29 @@ struct KeyRow {
 TEST(ThermalCurve, SafetyKeysAreFourCharactersWithAKnownPrefix)
 {
     const KeyRow rows[] = {
-        {"Tp09", true},   {"Te05", true},   {"Tc0a", true},     {"Tg0f", true},
-        {"TC0P", false},  // the prefix differs only in case
-        {"Ts0P", false},  {"TG0f", false},  {"tp09", false},
-        {"", false},      {"Tp1", false},   {"Tp09x", false},   {"Tp", false},
-        {"Tp0\xC3\xA9", true},   // four characters, five bytes
-        {"Tpe\xCC\x81" "0", true}, // "e" with a combining accent is one character
-        {"Tp\xCC\x81" "09", false}, // an accented "p" is not "p"
-        {"Tp0\xFF", true},        // an invalid byte counts as one character
-        {"T\xFF" "09", false},
+        {"Tp09", true},
+        {"Te05", true},
+        {"Tc0a", true},
+        {"Tg0f", true},
+        {"TC0P", false}, // the prefix differs only in case
+        {"Ts0P", false},
+        {"TG0f", false},
+        {"tp09", false},
+        {"", false},
+        {"Tp1", false},
+        {"Tp09x", false},
+        {"Tp", false},
+        {"Tp0\xC3\xA9", true}, // four characters, five bytes
+        {"Tpe\xCC\x81"
+         "0",
+            true}, // "e" with a combining accent is one character
+        {"Tp\xCC\x81"
+         "09",
+            false},        // an accented "p" is not "p"
+        {"Tp0\xFF", true}, // an invalid byte counts as one character
+        {"T\xFF"
+         "09",
+            false},
     };
     for (const KeyRow& row : rows)
         EXPECT_EQ(ThermalCurve::isSafetyTempKey(row.key), row.safety) << "key \"" << row.key << "\"";

@@ -5,10 +5,9 @@
 #include "smc/SmcTransportFactory.h"
 #include "smc/UnixSocket.h"
 
-#include <gtest/gtest.h>
-
 #include <cstdlib>
 #include <fstream>
+#include <gtest/gtest.h>
 #include <memory>
 #include <string>
 #include <sys/socket.h>

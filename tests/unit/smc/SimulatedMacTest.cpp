@@ -1,10 +1,9 @@
-#include "support/SimRig.h"
 #include "smc/FourCC.h"
 #include "smc/SmcCodes.h"
-
-#include <gtest/gtest.h>
+#include "support/SimRig.h"
 
 #include <cmath>
+#include <gtest/gtest.h>
 #include <limits>
 #include <set>
 #include <string>
@@ -41,8 +40,8 @@ TEST(SimulatedMacKeys, EnumerationIsCompleteSortedAndMatchesKeyInfo)
     }
     char name[5];
     EXPECT_EQ(rig.smc.keyAtIndex(count, name), SmcResult::kKeyIndexRange);
-    for (const char* expected : {"#KEY", "FNum", "Ftst", "F0Ac", "F0Mn", "F0Mx", "F0Tg", "F0Md", "F1Md", "QLOD",
-                                 "QFLT", "Tp01", "Te05", "Tg05", "Ts0P", "TB0T", "TC0P"})
+    for (const char* expected : {"#KEY", "FNum", "Ftst", "F0Ac", "F0Mn", "F0Mx", "F0Tg", "F0Md", "F1Md", "QLOD", "QFLT",
+             "Tp01", "Te05", "Tg05", "Ts0P", "TB0T", "TC0P"})
         EXPECT_TRUE(names.count(expected)) << expected;
 }
 

@@ -1,10 +1,11 @@
-#include "RecordingTransport.h"
-#include "smc/FourCC.h"
 #include "smc/SmcConnection.h"
 
-#include <gtest/gtest.h>
+#include "RecordingTransport.h"
+
+#include "smc/FourCC.h"
 
 #include <cstring>
+#include <gtest/gtest.h>
 #include <memory>
 
 using namespace quillon::smc;
@@ -240,8 +241,8 @@ TEST(SmcCall, OversizedWriteIsRefusedBeforeAnythingIsSent)
 {
     Fixture f(pretendSmc("F0Ac", {4, SmcType::flt, {}}));
     const std::uint8_t bytes[33] = {};
-    EXPECT_EQ(f.smc->call(FourCC::pack("F0Ac"), 6, bytes, sizeof bytes, nullptr, nullptr),
-              SmcStatus::kIOReturnBadArgument);
+    EXPECT_EQ(
+        f.smc->call(FourCC::pack("F0Ac"), 6, bytes, sizeof bytes, nullptr, nullptr), SmcStatus::kIOReturnBadArgument);
     EXPECT_EQ(f.smc->call(FourCC::pack("F0Ac"), 6, nullptr, 4, nullptr, nullptr), SmcStatus::kIOReturnBadArgument);
     EXPECT_TRUE(f.transport->requests.empty());
 }
@@ -277,9 +278,15 @@ struct Fpe2Row {
 TEST(Fpe2, EncodingClampsToFourteenBits)
 {
     const Fpe2Row rows[] = {
-        {-5, 0x00, 0x00},   {0, 0x00, 0x00},      {1, 0x00, 0x04},     {1200, 0x12, 0xC0},
-        {16383, 0xFF, 0xFC}, {16384, 0xFF, 0xFC}, {20000, 0xFF, 0xFC},
-        {std::numeric_limits<int>::min(), 0x00, 0x00}, {std::numeric_limits<int>::max(), 0xFF, 0xFC},
+        {-5, 0x00, 0x00},
+        {0, 0x00, 0x00},
+        {1, 0x00, 0x04},
+        {1200, 0x12, 0xC0},
+        {16383, 0xFF, 0xFC},
+        {16384, 0xFF, 0xFC},
+        {20000, 0xFF, 0xFC},
+        {std::numeric_limits<int>::min(), 0x00, 0x00},
+        {std::numeric_limits<int>::max(), 0xFF, 0xFC},
     };
     for (const Fpe2Row& row : rows) {
         std::uint8_t out[2];
