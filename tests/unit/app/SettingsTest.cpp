@@ -1,0 +1,141 @@
+#include "app/Lang.h"
+#include "app/Settings.h"
+
+#include <gtest/gtest.h>
+
+#include <QFile>
+#include <QJsonObject>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+
+using quillon::app::Lang;
+using quillon::app::Settings;
+using Key = Settings::Key;
+
+namespace {
+
+class SettingsTest : public ::testing::Test {
+protected:
+    QString path() const { return m_dir.path() + "/Quillon.conf"; }
+    void writeFile(const QByteArray& ini)
+    {
+        QFile file(path());
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(ini);
+    }
+
+private:
+    QTemporaryDir m_dir;
+};
+
+TEST_F(SettingsTest, MissingFileGivesEveryDefault)
+{
+    Settings settings(path());
+    EXPECT_EQ(settings.coolingMode(), "auto");
+    EXPECT_EQ(settings.coolingProfile(), "balanced");
+    EXPECT_EQ(settings.appLanguage(), "system");
+    EXPECT_EQ(settings.driveAliveIntervalS(), 60);
+    for (const char* on : {Key::heatAlerts, Key::lowBatteryAutoStop, Key::hotkeysEnabled})
+        EXPECT_TRUE(settings.flag(on)) << on;
+    for (const char* off : {Key::driveAliveEnabled, Key::triggersEnabled, Key::triggerOnAC, Key::triggerExtDisplay,
+             Key::showTempInMenuBar, Key::loginChoiceMade})
+        EXPECT_FALSE(settings.flag(off)) << off;
+    EXPECT_FALSE(settings.text(Key::lastLaunchedBuild).has_value());
+    EXPECT_FALSE(settings.text(Key::onboardingSeenVersion).has_value());
+    EXPECT_TRUE(settings.jsonArray(Key::driveAliveDrives).isEmpty());
+}
+
+TEST_F(SettingsTest, ValuesSurviveARestartAndAnnounceTheirKey)
+{
+    {
+        Settings settings(path());
+        QSignalSpy changed(&settings, &Settings::changed);
+        settings.setCoolingMode("manual");
+        settings.setCoolingProfile("max");
+        settings.setFlag(Key::heatAlerts, false);
+        settings.setDriveAliveIntervalS(300);
+        settings.setText(Key::lastLaunchedBuild, "42");
+        settings.setJsonArray(Key::triggerApps, QJsonArray{QJsonObject{{"bundleID", "org.blender"}}});
+        ASSERT_EQ(changed.count(), 6);
+        EXPECT_EQ(changed.at(0).at(0).toString(), "fan.coolingMode");
+    }
+    Settings reopened(path());
+    EXPECT_EQ(reopened.coolingMode(), "manual");
+    EXPECT_EQ(reopened.coolingProfile(), "max");
+    EXPECT_FALSE(reopened.flag(Key::heatAlerts));
+    EXPECT_EQ(reopened.driveAliveIntervalS(), 300);
+    EXPECT_EQ(reopened.text(Key::lastLaunchedBuild), "42");
+    EXPECT_EQ(reopened.jsonArray(Key::triggerApps).at(0).toObject().value("bundleID").toString(), "org.blender");
+}
+
+// A file edited by hand or damaged: every odd value reads as its default.
+TEST_F(SettingsTest, WronglyTypedValuesReadAsDefaults)
+{
+    writeFile("[General]\n"
+              "fan.coolingMode=turbo\n"
+              "fan.coolingProfile=Max\n"
+              "heatAlerts=1\n"
+              "lowBatteryAutoStop=no\n"
+              "hotkeysEnabled=\n"
+              "showTempInMenuBar=yes\n"
+              "drivealive.interval=-5\n"
+              "appLanguage=fr\n"
+              "lastLaunchedBuild=@Variant(\\0\\0\\0\\x2\\0\\0\\0\\x7)\n");
+    Settings settings(path());
+    EXPECT_EQ(settings.coolingMode(), "auto");
+    EXPECT_EQ(settings.coolingProfile(), "balanced");
+    EXPECT_TRUE(settings.flag(Key::heatAlerts));
+    EXPECT_TRUE(settings.flag(Key::lowBatteryAutoStop));
+    EXPECT_TRUE(settings.flag(Key::hotkeysEnabled));
+    EXPECT_FALSE(settings.flag(Key::showTempInMenuBar));
+    EXPECT_EQ(settings.driveAliveIntervalS(), 60);
+    EXPECT_EQ(settings.appLanguage(), "system");
+    EXPECT_FALSE(settings.text(Key::lastLaunchedBuild).has_value());
+
+    writeFile("[General]\ndrivealive.interval=ninety\n");
+    EXPECT_EQ(Settings(path()).driveAliveIntervalS(), 60);
+}
+
+TEST_F(SettingsTest, UnreadableListIsKeptAsideNotLost)
+{
+    writeFile("[General]\ndrivealive.drives=[{\"path\": \"/media/x\", \"name\": \"X\"\n");
+    const QVariant original = QSettings(path(), QSettings::IniFormat).value("drivealive.drives");
+    ASSERT_TRUE(original.isValid());
+    {
+        Settings settings(path());
+        EXPECT_TRUE(settings.jsonArray(Key::driveAliveDrives).isEmpty());
+        settings.setJsonArray(Key::driveAliveDrives, QJsonArray{QJsonObject{{"path", "/media/y"}}});
+        EXPECT_EQ(settings.jsonArray(Key::driveAliveDrives).size(), 1);
+    }
+    QSettings raw(path(), QSettings::IniFormat);
+    EXPECT_EQ(raw.value("drivealive.drives.unreadable"), original);
+
+    writeFile("[General]\ntrig.apps={\"not\": \"a list\"}\n");
+    EXPECT_TRUE(Settings(path()).jsonArray(Key::triggerApps).isEmpty());
+}
+
+struct LangRow {
+    const char* appLanguage;
+    QStringList preferred;
+    bool german;
+};
+
+TEST(Lang, ChoosesGermanFromTheSettingOrTheFirstPreferredLanguage)
+{
+    const LangRow rows[] = {
+        {"de", {"en-US"}, true},
+        {"en", {"de-DE"}, false},
+        {"system", {"de-CH", "en"}, true},
+        {"system", {"en-DE", "de"}, false},
+        {"system", {"DE-at"}, true},
+        {"system", {}, false},
+        {"", {"de"}, true},
+        {"fr", {"de"}, true},
+        {"system", {"dk"}, false},
+    };
+    for (const LangRow& row : rows)
+        EXPECT_EQ(Lang::isGerman(row.appLanguage, row.preferred), row.german)
+            << row.appLanguage << " / " << row.preferred.join(',').toStdString();
+}
+
+} // namespace
