@@ -1,4 +1,62 @@
 <?xml version="1.0" encoding="utf-8"?>
 <!DOCTYPE TS>
 <TS version="2.1" language="de_DE" sourcelanguage="en">
+<context>
+    <name>quillon::app::FanController</name>
+    <message>
+        <source>⚠️ Mac is throttling</source>
+        <translation>⚠️ Mac drosselt</translation>
+    </message>
+    <message>
+        <source>Thermal pressure is high — heat protection is keeping the fans up.</source>
+        <translation>Die thermische Last ist hoch — der Hitzeschutz hält die Lüfter oben.</translation>
+    </message>
+    <message>
+        <source>🔥 CPU running very hot</source>
+        <translation>🔥 CPU sehr heiß</translation>
+    </message>
+    <message>
+        <source>The CPU is at %1 °C.</source>
+        <translation>Die CPU liegt bei %1 °C.</translation>
+    </message>
+    <message>
+        <source>this build has no helper installer</source>
+        <translation>dieser Build enthält keinen Helper-Installer</translation>
+    </message>
+    <message>
+        <source>Couldn&apos;t set fans.</source>
+        <translation>Lüfter konnte nicht gesetzt werden.</translation>
+    </message>
+    <message>
+        <source>Fan boost finished</source>
+        <translation>Lüfter-Boost beendet</translation>
+    </message>
+    <message>
+        <source>The boost timer ended — automation keeps cooling.</source>
+        <translation>Der Boost-Timer ist abgelaufen — die Automatik kühlt weiter.</translation>
+    </message>
+    <message>
+        <source>The boost timer ended — fans are back on automatic.</source>
+        <translation>Der Boost-Timer ist abgelaufen — die Lüfter laufen wieder automatisch.</translation>
+    </message>
+</context>
+<context>
+    <name>quillon::app::Notifier</name>
+    <message>
+        <source>Turn off</source>
+        <translation>Ausschalten</translation>
+    </message>
+    <message>
+        <source>Keep on</source>
+        <translation>Anlassen</translation>
+    </message>
+    <message>
+        <source>☀️ Closed-lid keep-awake is still on</source>
+        <translation>☀️ Zugeklappt-Wachhalten läuft noch</translation>
+    </message>
+    <message>
+        <source>Welcome back. Keep it awake with the lid closed, or turn it off?</source>
+        <translation>Willkommen zurück. Weiter zugeklappt wach lassen, oder ausschalten?</translation>
+    </message>
+</context>
 </TS>

@@ -1,0 +1,251 @@
+#pragma once
+
+#include "CoolingMode.h"
+#include "FanInfo.h"
+#include "TemperatureHistory.h"
+#include "app/install/InstallResult.h"
+#include "core/CoolingProfile.h"
+#include "platform/ThermalPressure.h"
+
+#include <QDateTime>
+#include <QMap>
+#include <QObject>
+#include <QPointer>
+#include <QTimer>
+#include <QVariant>
+
+#include <functional>
+#include <optional>
+
+namespace quillon::platform {
+class Clock;
+}
+
+namespace quillon::app {
+
+class HelperLink;
+class Notifier;
+class Settings;
+
+// The app's one model of the fans. Polls the helper once a second and
+// publishes what it reports (fans, temperatures and their medians and trend,
+// boost and override flags); decides the floor the helper gets from the
+// user's choice (off, a manual floor as a timed boost, or a cooling profile)
+// and from other managers' cooling requests, the strongest of which wins;
+// warns about heat and throttling; and, when the helper holds the fans or the
+// lid lock for five polls in a row without the app wanting it, makes it let go.
+//
+// Main thread only. The timers call pollTick() and boostExpired(); tests call
+// them directly with a fake clock. Temperatures in °C, floors in percent.
+class FanController : public QObject {
+    Q_OBJECT
+    Q_PROPERTY(QVariantList fans READ fansForView NOTIFY fansChanged)
+    Q_PROPERTY(QVariant cpuTemp READ cpuTempForView NOTIFY temperaturesChanged)
+    Q_PROPERTY(QVariant cpuTempSmoothed READ cpuTempSmoothedForView NOTIFY temperaturesChanged)
+    Q_PROPERTY(QVariant gpuTemp READ gpuTempForView NOTIFY temperaturesChanged)
+    Q_PROPERTY(QVariant gpuTempSmoothed READ gpuTempSmoothedForView NOTIFY temperaturesChanged)
+    Q_PROPERTY(QList<double> tempTrend READ tempTrend NOTIFY temperaturesChanged)
+    Q_PROPERTY(platform::ThermalPressure::Level thermalState READ thermalState NOTIFY thermalStateChanged)
+    Q_PROPERTY(bool isBoosted READ isBoosted NOTIFY boostChanged)
+    Q_PROPERTY(double targetPercent READ targetPercent NOTIFY boostChanged)
+    Q_PROPERTY(double boostDuration READ boostDuration WRITE setBoostDuration NOTIFY boostChanged)
+    Q_PROPERTY(QDateTime boostExpiresAt READ boostExpiresAt NOTIFY boostChanged)
+    Q_PROPERTY(QString boostRemainingText READ boostRemainingText NOTIFY nowChanged)
+    Q_PROPERTY(bool thermalOverride READ thermalOverride NOTIFY helperStateChanged)
+    Q_PROPERTY(double effectivePercent READ effectivePercent NOTIFY helperStateChanged)
+    Q_PROPERTY(bool helperInstalled READ helperInstalled NOTIFY helperStateChanged)
+    Q_PROPERTY(bool helperNeedsUpdate READ helperNeedsUpdate NOTIFY helperStateChanged)
+    Q_PROPERTY(QString statusMessage READ statusMessage NOTIFY helperStateChanged)
+    Q_PROPERTY(QString coolingMode READ coolingModeRaw WRITE setCoolingModeRaw NOTIFY coolingChanged)
+    Q_PROPERTY(QString coolingProfile READ coolingProfileRaw WRITE setCoolingProfileRaw NOTIFY coolingChanged)
+    Q_PROPERTY(bool fansEnabled READ fansEnabled WRITE setFansEnabled NOTIFY coolingChanged)
+    Q_PROPERTY(double manualPercent READ manualPercent NOTIFY coolingChanged)
+    Q_PROPERTY(bool autoActive READ autoActive NOTIFY coolingChanged)
+    Q_PROPERTY(bool autoEngaged READ autoEngaged NOTIFY coolingChanged)
+    Q_PROPERTY(double autoFloor READ autoFloor NOTIFY coolingChanged)
+    Q_PROPERTY(QString triggerProfile READ triggerProfileRaw NOTIFY coolingChanged)
+    Q_PROPERTY(bool spinningUp READ spinningUp NOTIFY spinUpChanged)
+    Q_PROPERTY(QDateTime spinUpUntil READ spinUpUntil NOTIFY spinUpChanged)
+    Q_PROPERTY(QVariant spinUpRemaining READ spinUpRemainingForView NOTIFY nowChanged)
+    Q_PROPERTY(QDateTime now READ now NOTIFY nowChanged)
+
+public:
+    using Kind = core::CoolingProfile::Kind;
+    // Runs the helper installer; calls done with the outcome, on the main thread.
+    using Installer = std::function<void(std::function<void(InstallResult)> done)>;
+
+    static constexpr qsizetype tempHistoryLimit = 15;
+    static constexpr qsizetype tempTrendLimit = 90;
+    static constexpr double maxBoostSeconds = 3600.0;
+
+    // What the controller works with. All pointers must outlive it, except
+    // notifier and thermal, which may be null (no notifications, always nominal).
+    struct Parts {
+        HelperLink* link = nullptr;
+        Settings* settings = nullptr;
+        const platform::Clock* clock = nullptr;
+        Notifier* notifier = nullptr;
+        platform::ThermalPressure* thermal = nullptr;
+        // Runs the installer; empty when this build has none.
+        Installer installer;
+        // The helper shipped with the app and the installed copy; when both
+        // read, helperNeedsUpdate is whether their bytes differ.
+        QString bundledHelperPath;
+        QString installedHelperPath;
+        // Starts the poll timer (off in tests, which call pollTick()).
+        bool startTimers = true;
+    };
+
+    explicit FanController(Parts parts, QObject* parent = nullptr);
+    ~FanController() override;
+
+    // --- helper link, polling, temperatures ---
+    void connectIfNeeded();
+    // Asks the helper for its status once and applies it.
+    void refresh();
+    void installHelper();
+    // Used by the lid manager: holds (on) or releases the helper's lid lock.
+    void setLidStayAwake(bool on);
+    // Clears whatever an earlier run left in the helper; once, at launch.
+    void reconcileToOffOnLaunch();
+    // The 1-second tick: advances `now` and asks for the status.
+    void pollTick();
+    // Applies one status payload of the helper.
+    void applyStatus(const QVariantMap& status);
+    void updateThermalState();
+
+    // --- modes, boost, automatic cooling ---
+    Q_INVOKABLE void setFansEnabled(bool on);
+    Q_INVOKABLE void setManualFloor(double percent);
+    void setAuto(bool on);
+    void setCoolingMode(CoolingMode mode);
+    void setCoolingProfile(Kind kind);
+    bool applyBoost(std::optional<double> durationS, bool automatic);
+    bool resetBoost();
+    // Other managers' cooling: "lid", "render", "apps"; no kind withdraws the source's request.
+    void requestCooling(std::optional<Kind> kind, const QString& source);
+    void setTriggerCooling(std::optional<Kind> kind);
+    void evaluateAutoCooling(bool force);
+    // The boost timer's end.
+    void boostExpired();
+
+    // --- readings ---
+    const QList<FanInfo>& fans() const { return m_fans; }
+    std::optional<double> cpuTemp() const { return m_cpuTemp; }
+    std::optional<double> cpuTempSmoothed() const { return m_cpuTempSmoothed; }
+    std::optional<double> gpuTemp() const { return m_gpuTemp; }
+    std::optional<double> gpuTempSmoothed() const { return m_gpuTempSmoothed; }
+    const QList<double>& tempHistory() const { return m_tempHistory.values(); }
+    const QList<double>& gpuHistory() const { return m_gpuHistory.values(); }
+    const QList<double>& tempTrend() const { return m_tempTrend.values(); }
+    platform::ThermalPressure::Level thermalState() const { return m_thermalState; }
+    bool isBoosted() const { return m_isBoosted; }
+    double targetPercent() const { return m_targetPercent; }
+    double boostDuration() const { return m_boostDuration; }
+    void setBoostDuration(double seconds);
+    QDateTime boostExpiresAt() const { return m_boostExpiresAt; }
+    // "m:ss" until the boost ends; empty without a boost.
+    QString boostRemainingText() const;
+    bool thermalOverride() const { return m_thermalOverride; }
+    double effectivePercent() const { return m_effectivePercent; }
+    bool helperInstalled() const { return m_helperInstalled; }
+    bool helperNeedsUpdate() const { return m_helperNeedsUpdate; }
+    QString statusMessage() const { return m_statusMessage; }
+    CoolingMode coolingMode() const { return m_coolingMode; }
+    Kind coolingProfile() const { return m_coolingProfile; }
+    bool fansEnabled() const { return m_fansEnabled; }
+    double manualPercent() const { return m_manualPercent; }
+    bool autoActive() const { return m_autoActive; }
+    bool autoEngaged() const { return m_autoEngaged; }
+    double autoFloor() const { return m_autoFloor; }
+    std::optional<Kind> triggerProfile() const { return m_triggerProfile; }
+    bool spinningUp() const { return m_spinningUp; }
+    QDateTime spinUpUntil() const { return m_spinUpUntil; }
+    // Whole seconds left of the spin-up indicator, never below 0.
+    std::optional<int> spinUpRemaining() const;
+    QDateTime now() const { return m_now; }
+
+signals:
+    void fansChanged();
+    void temperaturesChanged();
+    void thermalStateChanged();
+    void boostChanged();
+    void helperStateChanged();
+    void coolingChanged();
+    void spinUpChanged();
+    void nowChanged();
+
+private:
+    QVariantList fansForView() const;
+    QVariant cpuTempForView() const;
+    QVariant cpuTempSmoothedForView() const;
+    QVariant gpuTempForView() const;
+    QVariant gpuTempSmoothedForView() const;
+    QVariant spinUpRemainingForView() const;
+    QString coolingModeRaw() const { return rawValue(m_coolingMode); }
+    void setCoolingModeRaw(const QString& raw);
+    QString coolingProfileRaw() const;
+    void setCoolingProfileRaw(const QString& raw);
+    QString triggerProfileRaw() const;
+
+    bool helperNeedsUpdateNow() const;
+    void applyFans(const QVariant& value);
+    void endSpinUpIfDone();
+    void reconcileDaemonState(bool daemonForcingFans, bool daemonLidLock);
+    void checkHeatAlert();
+    bool heatAlertsEnabled() const;
+    void coolingModeChanged();
+    void startSpinUp();
+    void clearSpinUp();
+    void scheduleBoostExpiry(double seconds);
+    void cancelBoostExpiry();
+    void setStatusMessage(const QString& message);
+    void setTargetPercent(double percent);
+    void setBoosted(bool boosted);
+    void notify(const QString& title, const QString& body);
+    // Replies to floor and stop requests refresh the status at once.
+    void onFloorReply(bool ok);
+
+    Parts m_parts;
+    QTimer m_pollTimer;
+    QTimer m_boostExpiryTimer;
+
+    QList<FanInfo> m_fans;
+    double m_targetPercent = 0;
+    bool m_isBoosted = false;
+    std::optional<double> m_cpuTemp;
+    bool m_thermalOverride = false;
+    double m_effectivePercent = 0;
+    std::optional<double> m_cpuTempSmoothed;
+    TemperatureHistory m_tempHistory{tempHistoryLimit};
+    std::optional<double> m_gpuTemp;
+    std::optional<double> m_gpuTempSmoothed;
+    TemperatureHistory m_gpuHistory{tempHistoryLimit};
+    platform::ThermalPressure::Level m_thermalState = platform::ThermalPressure::Level::nominal;
+    bool m_lastThrottleNotified = false;
+    TemperatureHistory m_tempTrend{tempTrendLimit};
+    CoolingMode m_coolingMode = CoolingMode::automatic;
+    bool m_fansEnabled = false;
+    double m_manualPercent = 100;
+    Kind m_coolingProfile = Kind::balanced;
+    bool m_autoActive = false;
+    bool m_autoEngaged = false;
+    double m_autoFloor = 0;
+    std::optional<Kind> m_triggerProfile;
+    int m_autoCoolTicks = 0;
+    bool m_overheatNotified = false;
+    bool m_helperInstalled = false;
+    bool m_helperNeedsUpdate = false;
+    QString m_statusMessage;
+    double m_boostDuration = 600;
+    QDateTime m_boostExpiresAt;
+    QDateTime m_now;
+    QDateTime m_spinUpUntil;
+    bool m_spinningUp = false;
+    QDateTime m_spinUpStarted;
+    QMap<QString, Kind> m_coolingRequests;
+    bool m_intendedLidLock = false;
+    int m_reconcileMismatchTicks = 0;
+};
+
+} // namespace quillon::app

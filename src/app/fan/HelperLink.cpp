@@ -1,0 +1,3 @@
+#include "HelperLink.h"
+
+// The interface has no code of its own; this file gives its signals a home (moc).

@@ -1,0 +1,12 @@
+// main() for tests of Qt objects: a QCoreApplication exists for the whole run,
+// so timers, queued signals and translators work.
+#include <gtest/gtest.h>
+
+#include <QCoreApplication>
+
+int main(int argc, char** argv)
+{
+    QCoreApplication app(argc, argv);
+    ::testing::InitGoogleTest(&argc, argv);
+    return RUN_ALL_TESTS();
+}

@@ -1,0 +1,87 @@
+#pragma once
+
+#include "FakeHelperLink.h"
+#include "app/Notifier.h"
+#include "app/Settings.h"
+#include "app/fan/FanController.h"
+#include "support/FakeClock.h"
+#include "support/FakeNotificationCenter.h"
+#include "support/FakeThermalPressure.h"
+
+#include <gtest/gtest.h>
+
+#include <QTemporaryDir>
+
+#include <memory>
+
+namespace quillon::test {
+
+// A FanController over a fake helper link, clock, notification service and
+// thermal pressure, with its settings in a temporary file.
+class FanControllerTest : public ::testing::Test {
+protected:
+    using Kind = core::CoolingProfile::Kind;
+
+    void create(app::FanController::Installer installer = {}, QString bundled = {}, QString installed = {})
+    {
+        app::FanController::Parts parts;
+        parts.link = &link;
+        parts.settings = &settings;
+        parts.clock = &clock;
+        parts.notifier = &notifier;
+        parts.thermal = &thermal;
+        parts.installer = std::move(installer);
+        parts.bundledHelperPath = std::move(bundled);
+        parts.installedHelperPath = std::move(installed);
+        parts.startTimers = false;
+        fc = std::make_unique<app::FanController>(std::move(parts));
+        link.deliver();
+    }
+
+    // The status the helper reports: temperatures in °C, absent when NaN.
+    // forcingFans makes the helper claim it holds the fans whatever it was told.
+    static QVariantMap status(double cpu, double gpu = qQNaN(), bool forcingFans = false, bool lid = false)
+    {
+        QVariantMap s{{"lidStayAwake", lid}};
+        if (forcingFans)
+            s.insert("isBoosted", true);
+        if (!qIsNaN(cpu))
+            s.insert("cpuTemp", cpu);
+        if (!qIsNaN(gpu))
+            s.insert("gpuTemp", gpu);
+        return s;
+    }
+
+    // One second passes and the poll's status arrives, with every reply it causes.
+    void poll(const QVariantMap& s)
+    {
+        link.status = s;
+        clock.advance(1.0);
+        fc->pollTick();
+        link.deliver();
+    }
+    void pollTemps(std::initializer_list<double> temps)
+    {
+        for (const double t : temps)
+            poll(status(t));
+    }
+
+    QStringList titlesShown() const
+    {
+        QStringList titles;
+        for (const auto& n : center.shown)
+            titles.append(n.title);
+        return titles;
+    }
+
+    QTemporaryDir dir;
+    app::Settings settings{dir.path() + "/Quillon.conf"};
+    FakeHelperLink link;
+    FakeClock clock;
+    FakeNotificationCenter center;
+    app::Notifier notifier{&center};
+    FakeThermalPressure thermal;
+    std::unique_ptr<app::FanController> fc;
+};
+
+} // namespace quillon::test

@@ -1,0 +1,303 @@
+// Which floor the controller sends, and when: modes, the timed boost,
+// automatic cooling and other managers' requests.
+#include "FanControllerTest.h"
+
+using namespace quillon::test;
+using quillon::app::CoolingMode;
+using quillon::app::Settings;
+
+namespace {
+
+class FanCooling : public FanControllerTest {
+protected:
+    void SetUp() override { create(); }
+
+    void manualOn()
+    {
+        fc->setCoolingMode(CoolingMode::manual);
+        fc->setFansEnabled(true);
+        link.deliver();
+    }
+    void autoOn(Kind kind)
+    {
+        fc->setCoolingProfile(kind);
+        fc->setFansEnabled(true);
+        link.deliver();
+    }
+    double secondsUntilExpiry() const { return static_cast<double>(clock.now().msecsTo(fc->boostExpiresAt())) / 1000.0; }
+};
+
+TEST_F(FanCooling, AutoSendsOnEngageThenOnlyOnTwoPointChanges)
+{
+    autoOn(Kind::balanced);
+    EXPECT_TRUE(link.floors.isEmpty()); // no reading yet, nothing to decide
+    poll(status(70));
+    ASSERT_EQ(link.floors.size(), 1);
+    EXPECT_NEAR(link.floors[0], 49.615, 0.001);
+    EXPECT_TRUE(fc->autoEngaged());
+    EXPECT_TRUE(fc->isBoosted());
+    EXPECT_FALSE(fc->boostExpiresAt().isValid()); // automatic cooling never expires
+
+    for (int i = 0; i < 15; ++i)
+        poll(status(70.5)); // floor 51.1: less than 2 points from what was sent
+    EXPECT_EQ(fc->cpuTempSmoothed(), 70.5);
+    EXPECT_EQ(link.floors.size(), 1);
+    for (int i = 0; i < 15; ++i)
+        poll(status(71)); // floor 52.69
+    ASSERT_EQ(link.floors.size(), 2);
+    EXPECT_NEAR(link.floors[1], 52.692, 0.001);
+
+    fc->setCoolingProfile(Kind::max); // a change by the user is always sent
+    EXPECT_EQ(link.floors.size(), 3);
+    EXPECT_EQ(settings.coolingProfile(), "max");
+}
+
+TEST_F(FanCooling, GpuCountsWhenItIsTheHotterOne)
+{
+    autoOn(Kind::balanced);
+    poll(status(40, 75));
+    ASSERT_EQ(link.floors.size(), 1);
+    EXPECT_NEAR(link.floors[0], 65.0, 0.001);
+}
+
+TEST_F(FanCooling, MaxEngagesWhenCold)
+{
+    autoOn(Kind::max);
+    poll(status(25));
+    ASSERT_EQ(link.floors.size(), 1);
+    EXPECT_EQ(link.floors[0], 35.0);
+}
+
+TEST_F(FanCooling, AutoLetsGoOnlyOnTheSixthQuietEvaluation)
+{
+    autoOn(Kind::silent);
+    poll(status(80));
+    ASSERT_TRUE(fc->autoEngaged());
+    poll(status(50)); // median 65: still a floor
+    for (int quiet = 1; quiet <= 5; ++quiet) {
+        poll(status(50));
+        EXPECT_TRUE(fc->autoEngaged()) << quiet;
+    }
+    EXPECT_EQ(link.count("stopBoost"), 0);
+    poll(status(50));
+    EXPECT_FALSE(fc->autoEngaged());
+    EXPECT_EQ(link.count("stopBoost"), 1);
+    EXPECT_FALSE(fc->isBoosted());
+    EXPECT_TRUE(fc->autoActive()); // still watching
+}
+
+TEST_F(FanCooling, ManualBoostRunsForItsDurationThenTurnsOff)
+{
+    manualOn();
+    EXPECT_EQ(link.floors, QList<double>{100.0});
+    EXPECT_EQ(secondsUntilExpiry(), 600.0);
+    EXPECT_EQ(settings.coolingMode(), "manual");
+
+    clock.advance(55);
+    fc->pollTick();
+    EXPECT_EQ(fc->boostRemainingText(), "9:05");
+    clock.advance(486);
+    fc->pollTick();
+    EXPECT_EQ(fc->boostRemainingText(), "0:59");
+
+    fc->boostExpired();
+    link.deliver();
+    EXPECT_FALSE(fc->fansEnabled());
+    EXPECT_FALSE(fc->isBoosted());
+    EXPECT_EQ(link.count("stopBoost"), 1);
+    EXPECT_TRUE(fc->boostRemainingText().isEmpty());
+    ASSERT_EQ(center.shown.size(), 1);
+    EXPECT_EQ(center.shown[0].title, "Fan boost finished");
+    EXPECT_EQ(center.shown[0].body, "The boost timer ended — fans are back on automatic.");
+}
+
+TEST_F(FanCooling, BoostNeverRunsLongerThanAnHour)
+{
+    manualOn();
+    fc->setBoostDuration(7200);
+    fc->setManualFloor(60);
+    EXPECT_EQ(link.floors.last(), 60.0);
+    EXPECT_EQ(secondsUntilExpiry(), 3600.0);
+    EXPECT_TRUE(fc->applyBoost(5400, false));
+    EXPECT_EQ(secondsUntilExpiry(), 3600.0);
+}
+
+TEST_F(FanCooling, ResendingWithoutDurationKeepsTheRunningExpiry)
+{
+    manualOn();
+    clock.advance(100);
+    EXPECT_TRUE(fc->applyBoost(std::nullopt, false));
+    EXPECT_EQ(secondsUntilExpiry(), 500.0);
+}
+
+TEST_F(FanCooling, ZeroManualFloorSwitchesTheFansOff)
+{
+    manualOn();
+    fc->setManualFloor(0);
+    link.deliver();
+    EXPECT_FALSE(fc->fansEnabled());
+    EXPECT_FALSE(fc->isBoosted());
+    EXPECT_EQ(link.count("stopBoost"), 1);
+    fc->setManualFloor(qQNaN()); // ignored, not sent
+    EXPECT_EQ(link.floors.size(), 1);
+}
+
+TEST_F(FanCooling, SwitchingModesHandsOverCleanly)
+{
+    manualOn();
+    fc->setCoolingMode(CoolingMode::automatic);
+    link.deliver();
+    EXPECT_TRUE(fc->autoActive());
+    EXPECT_FALSE(fc->boostExpiresAt().isValid());
+    EXPECT_GE(link.count("stopBoost"), 1);
+    EXPECT_EQ(settings.coolingMode(), "auto");
+
+    link.clear();
+    fc->setCoolingMode(CoolingMode::manual);
+    link.deliver();
+    EXPECT_FALSE(fc->autoActive());
+    EXPECT_EQ(link.floors.last(), 100.0);
+}
+
+TEST_F(FanCooling, SpinUpIndicatorEndsAtEightyFivePercentOrAfterTwentySeconds)
+{
+    manualOn();
+    EXPECT_TRUE(fc->spinningUp());
+    EXPECT_EQ(fc->spinUpRemaining(), 5);
+    QVariantMap s = status(50);
+    s.insert("fans", QVariantList{QVariantMap{
+                         {"index", 0}, {"currentRPM", 2000}, {"minRPM", 1200}, {"maxRPM", 5700}, {"targetRPM", 5700}}});
+    poll(s);
+    EXPECT_TRUE(fc->spinningUp());
+    EXPECT_EQ(fc->spinUpRemaining(), 4);
+    for (int i = 0; i < 8; ++i)
+        poll(s);
+    EXPECT_EQ(fc->spinUpRemaining(), 0);
+    s["fans"] = QVariantList{QVariantMap{
+        {"index", 0}, {"currentRPM", 4844}, {"minRPM", 1200}, {"maxRPM", 5700}, {"targetRPM", 5700}}};
+    poll(s);
+    EXPECT_TRUE(fc->spinningUp());
+    s["fans"] = QVariantList{QVariantMap{
+        {"index", 0}, {"currentRPM", 4845}, {"minRPM", 1200}, {"maxRPM", 5700}, {"targetRPM", 5700}}};
+    poll(s);
+    EXPECT_FALSE(fc->spinningUp()); // 85 % of 5700
+
+    fc->setFansEnabled(false);
+    link.deliver();
+    s["fans"] = QVariantList{QVariantMap{
+        {"index", 0}, {"currentRPM", 1300}, {"minRPM", 1200}, {"maxRPM", 5700}, {"targetRPM", 5700}}};
+    link.status = s;
+    fc->setFansEnabled(true);
+    link.deliver();
+    for (int i = 0; i < 20; ++i)
+        poll(s);
+    EXPECT_TRUE(fc->spinningUp());
+    poll(s);
+    EXPECT_FALSE(fc->spinningUp());
+}
+
+TEST_F(FanCooling, StrongestRequestWinsAndWithdrawalsPeelOff)
+{
+    fc->requestCooling(Kind::balanced, "lid");
+    fc->requestCooling(Kind::max, "render");
+    EXPECT_EQ(fc->triggerProfile(), Kind::max);
+    fc->requestCooling(Kind::silent, "apps");
+    EXPECT_EQ(fc->triggerProfile(), Kind::max);
+    fc->requestCooling(std::nullopt, "render");
+    EXPECT_EQ(fc->triggerProfile(), Kind::balanced);
+    fc->requestCooling(std::nullopt, "lid");
+    EXPECT_EQ(fc->triggerProfile(), Kind::silent);
+    fc->requestCooling(std::nullopt, "apps");
+    EXPECT_FALSE(fc->triggerProfile().has_value());
+}
+
+TEST_F(FanCooling, TriggerReplacesTheUsersProfileAndLiftsAManualFloor)
+{
+    autoOn(Kind::silent);
+    poll(status(30));
+    EXPECT_TRUE(link.floors.isEmpty());
+    fc->requestCooling(Kind::max, "render");
+    EXPECT_EQ(link.floors, QList<double>{35.0});
+
+    fc->requestCooling(std::nullopt, "render");
+    manualOn();
+    fc->setManualFloor(40);
+    link.clear();
+    fc->requestCooling(Kind::max, "render");
+    EXPECT_EQ(link.floors, QList<double>{40.0}); // max(40, 35 at 30 °C)
+}
+
+TEST_F(FanCooling, TriggerWithdrawalWithFansOffReleases)
+{
+    poll(status(60));
+    fc->requestCooling(Kind::balanced, "lid");
+    link.deliver();
+    ASSERT_TRUE(fc->autoEngaged());
+    fc->requestCooling(std::nullopt, "lid");
+    link.deliver();
+    EXPECT_FALSE(fc->autoEngaged());
+    EXPECT_FALSE(fc->isBoosted());
+    EXPECT_EQ(link.count("stopBoost"), 1);
+}
+
+TEST_F(FanCooling, TriggerWithdrawalInManualModeRestoresTheUsersFloor)
+{
+    poll(status(60));
+    manualOn();
+    fc->setManualFloor(30);
+    fc->requestCooling(Kind::max, "apps");
+    clock.advance(200);
+    link.clear();
+    fc->requestCooling(std::nullopt, "apps");
+    EXPECT_EQ(link.floors, QList<double>{30.0});
+    EXPECT_EQ(secondsUntilExpiry(), 600.0); // a fresh boost timer
+    EXPECT_FALSE(fc->autoEngaged());
+}
+
+TEST_F(FanCooling, TriggerWithdrawalInAutoModeFallsBackToTheProfile)
+{
+    autoOn(Kind::silent);
+    poll(status(30));
+    fc->requestCooling(Kind::max, "render");
+    link.clear();
+    fc->requestCooling(std::nullopt, "render");
+    EXPECT_TRUE(link.floors.isEmpty()); // silent at 30 °C asks for nothing yet
+    for (int i = 0; i < 6; ++i)
+        poll(status(30));
+    EXPECT_FALSE(fc->autoEngaged());
+}
+
+TEST_F(FanCooling, TriggerKeepsCoolingAfterTheUserSwitchesOffOrTheBoostEnds)
+{
+    poll(status(70));
+    manualOn();
+    fc->requestCooling(Kind::balanced, "lid");
+    fc->boostExpired();
+    link.deliver();
+    EXPECT_FALSE(fc->fansEnabled());
+    EXPECT_TRUE(fc->isBoosted());
+    EXPECT_EQ(center.shown.last().body, "The boost timer ended — automation keeps cooling.");
+}
+
+TEST(FanControllerStartUp, ReadsTheStoredModeAndProfile)
+{
+    QTemporaryDir dir;
+    Settings settings(dir.path() + "/Quillon.conf");
+    settings.setCoolingMode("manual");
+    settings.setCoolingProfile("silent");
+    FakeHelperLink link;
+    FakeClock clock;
+    quillon::app::FanController::Parts parts;
+    parts.link = &link;
+    parts.settings = &settings;
+    parts.clock = &clock;
+    parts.startTimers = false;
+    quillon::app::FanController fc(parts);
+    EXPECT_EQ(fc.coolingMode(), CoolingMode::manual);
+    EXPECT_EQ(fc.coolingProfile(), quillon::core::CoolingProfile::Kind::silent);
+    EXPECT_TRUE(fc.helperInstalled());
+    EXPECT_TRUE(link.isOpen());
+    EXPECT_FALSE(fc.fansEnabled());
+}
+
+} // namespace

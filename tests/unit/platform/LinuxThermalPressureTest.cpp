@@ -1,0 +1,156 @@
+#include "platform/linux/LinuxThermalPressure.h"
+
+#include <gtest/gtest.h>
+
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+
+using quillon::platform::linux_::LinuxThermalPressure;
+using quillon::platform::linux_::ThermalSnapshot;
+using Level = quillon::platform::ThermalPressure::Level;
+
+namespace {
+
+QString fixture(const char* name)
+{
+    return QStringLiteral(QUILLON_FIXTURES "/thermal/") + name;
+}
+
+struct FixtureRow {
+    const char* name;
+    Level level;
+};
+
+// Each captured tree reads as the level its hottest zone stands at.
+TEST(LinuxThermalPressure, CapturedMachinesReadAsTheirLevel)
+{
+    const FixtureRow rows[] = {
+        {"laptop-cool", Level::nominal},
+        {"laptop-warm", Level::fair},
+        {"laptop-throttling", Level::serious},
+        {"laptop-critical", Level::critical},
+        {"desktop-no-trips", Level::fair},
+        {"garbage", Level::nominal},
+        {"does-not-exist", Level::nominal},
+    };
+    for (const FixtureRow& row : rows)
+        EXPECT_EQ(LinuxThermalPressure(fixture(row.name), false).level(), row.level) << row.name;
+}
+
+TEST(LinuxThermalPressure, GarbageAndForeignZonesAreLeftOut)
+{
+    const ThermalSnapshot garbage = ThermalSnapshot::read(fixture("garbage"));
+    ASSERT_EQ(garbage.zones.size(), 1u); // only acpitz at 40 °C is a usable reading
+    EXPECT_EQ(garbage.zones[0].type, "acpitz");
+    EXPECT_FALSE(garbage.zones[0].passiveC.has_value());
+    EXPECT_FALSE(garbage.throttleCount.has_value());
+
+    const ThermalSnapshot cool = ThermalSnapshot::read(fixture("laptop-cool"));
+    ASSERT_EQ(cool.zones.size(), 2u); // the wireless card's zone is not the machine's heat
+    EXPECT_EQ(cool.zones[1].passiveC, 95.0);
+    EXPECT_EQ(cool.zones[1].criticalC, 105.0);
+    EXPECT_EQ(cool.throttleCount, 48u);
+    EXPECT_EQ(cool.throttleCpus, 2);
+}
+
+// A copy of a captured tree whose values the test changes between samples.
+class LiveTree : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        ASSERT_EQ(QProcess::execute("cp", {"-r", fixture("laptop-cool") + "/sys", dir.path()}), 0);
+    }
+    void write(const QString& relative, const QByteArray& value)
+    {
+        QFile file(dir.path() + "/sys/" + relative);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        file.write(value + "\n");
+    }
+    void packageAt(int milliCelsius) { write("class/thermal/thermal_zone1/temp", QByteArray::number(milliCelsius)); }
+    void throttled(int count, int timeMs)
+    {
+        for (const char* cpu : {"cpu0", "cpu1"}) {
+            for (const char* kind : {"core", "package"}) {
+                write(QStringLiteral("devices/system/cpu/%1/thermal_throttle/%2_throttle_count").arg(cpu, kind),
+                    QByteArray::number(count));
+                write(
+                    QStringLiteral("devices/system/cpu/%1/thermal_throttle/%2_throttle_total_time_ms").arg(cpu, kind),
+                    QByteArray::number(timeMs));
+            }
+        }
+    }
+
+    QTemporaryDir dir;
+};
+
+TEST_F(LiveTree, RisesAfterTwoSamplesAndFallsAfterTenSeconds)
+{
+    LinuxThermalPressure pressure(dir.path(), false);
+    QSignalSpy changed(&pressure, &LinuxThermalPressure::levelChanged);
+    packageAt(96000);
+    pressure.sample(3);
+    EXPECT_EQ(pressure.level(), Level::nominal); // one hot sample is not yet pressure
+    pressure.sample(3);
+    EXPECT_EQ(pressure.level(), Level::serious);
+    EXPECT_EQ(changed.count(), 1);
+
+    packageAt(50000);
+    pressure.sample(3);
+    pressure.sample(3);
+    pressure.sample(3);
+    EXPECT_EQ(pressure.level(), Level::serious);
+    pressure.sample(3);
+    EXPECT_EQ(pressure.level(), Level::nominal);
+    EXPECT_EQ(changed.count(), 2);
+}
+
+TEST_F(LiveTree, AHotSampleBetweenCoolOnesDoesNotFlap)
+{
+    LinuxThermalPressure pressure(dir.path(), false);
+    QSignalSpy changed(&pressure, &LinuxThermalPressure::levelChanged);
+    for (int i = 0; i < 5; ++i) {
+        packageAt(i % 2 ? 99000 : 50000);
+        pressure.sample(3);
+    }
+    EXPECT_EQ(changed.count(), 0);
+}
+
+TEST_F(LiveTree, ThrottleTimeSharesMapToLevels)
+{
+    LinuxThermalPressure pressure(dir.path(), false);
+    // 2 CPUs over 3 s: 6000 ms of CPU time. Each CPU's core and package counters both grow.
+    throttled(13, 340 + 100); // 400 ms of 6000: 6.7 %
+    pressure.sample(3);
+    throttled(14, 440 + 100);
+    pressure.sample(3);
+    EXPECT_EQ(pressure.level(), Level::serious);
+
+    LinuxThermalPressure fresh(dir.path(), false);
+    throttled(15, 540 + 1600); // 6400 ms of 6000
+    fresh.sample(3);
+    throttled(16, 2140 + 1600);
+    fresh.sample(3);
+    EXPECT_EQ(fresh.level(), Level::critical);
+
+    LinuxThermalPressure eventOnly(dir.path(), false);
+    throttled(17, 3740);
+    eventOnly.sample(3);
+    throttled(18, 3740);
+    eventOnly.sample(3);
+    EXPECT_EQ(eventOnly.level(), Level::fair);
+}
+
+TEST_F(LiveTree, CountersGoingBackwardsAreNotCooling)
+{
+    throttled(1000, 900000);
+    LinuxThermalPressure pressure(dir.path(), false);
+    throttled(0, 0); // CPUs unplugged and back
+    pressure.sample(3);
+    pressure.sample(3);
+    EXPECT_EQ(pressure.level(), Level::nominal);
+}
+
+} // namespace
