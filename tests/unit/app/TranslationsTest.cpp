@@ -1,0 +1,85 @@
+#include "app/Translations.h"
+
+#include <gtest/gtest.h>
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QMap>
+#include <QXmlStreamReader>
+
+namespace {
+
+// source text -> German, as the translation file holds them.
+QMap<QString, QString> readTranslations()
+{
+    QMap<QString, QString> pairs;
+    QFile file(QStringLiteral(QUILLON_TS_FILE));
+    if (!file.open(QIODevice::ReadOnly))
+        return pairs;
+    QXmlStreamReader xml(&file);
+    QString source;
+    while (!xml.atEnd()) {
+        if (xml.readNext() != QXmlStreamReader::StartElement)
+            continue;
+        if (xml.name() == QLatin1String("source"))
+            source = xml.readElementText();
+        else if (xml.name() == QLatin1String("translation"))
+            pairs.insert(source, xml.readElementText());
+    }
+    return pairs;
+}
+
+struct Pair {
+    const char* english;
+    const char* german;
+};
+
+// Every bilingual text the app shows so far, in both languages.
+const Pair kPairs[] = {
+    {"⚠️ Mac is throttling", "⚠️ Mac drosselt"},
+    {"Thermal pressure is high — heat protection is keeping the fans up.",
+        "Die thermische Last ist hoch — der Hitzeschutz hält die Lüfter oben."},
+    {"🔥 CPU running very hot", "🔥 CPU sehr heiß"},
+    {"The CPU is at %1 °C.", "Die CPU liegt bei %1 °C."},
+    {"Couldn't set fans.", "Lüfter konnte nicht gesetzt werden."},
+    {"Fan boost finished", "Lüfter-Boost beendet"},
+    {"The boost timer ended — fans are back on automatic.",
+        "Der Boost-Timer ist abgelaufen — die Lüfter laufen wieder automatisch."},
+    {"The boost timer ended — automation keeps cooling.",
+        "Der Boost-Timer ist abgelaufen — die Automatik kühlt weiter."},
+    {"Turn off", "Ausschalten"},
+    {"Keep on", "Anlassen"},
+    {"☀️ Closed-lid keep-awake is still on", "☀️ Zugeklappt-Wachhalten läuft noch"},
+    {"Welcome back. Keep it awake with the lid closed, or turn it off?",
+        "Willkommen zurück. Weiter zugeklappt wach lassen, oder ausschalten?"},
+};
+
+TEST(Translations, EveryTextPairIsInTheTranslationFile)
+{
+    const QMap<QString, QString> translations = readTranslations();
+    ASSERT_FALSE(translations.isEmpty());
+    for (const Pair& pair : kPairs) {
+        const QString english = QString::fromUtf8(pair.english);
+        ASSERT_TRUE(translations.contains(english)) << pair.english;
+        EXPECT_EQ(translations.value(english), QString::fromUtf8(pair.german)) << pair.english;
+    }
+}
+
+TEST(Translations, NothingIsLeftUntranslated)
+{
+    const QMap<QString, QString> translations = readTranslations();
+    for (auto it = translations.begin(); it != translations.end(); ++it) {
+        EXPECT_FALSE(it.value().isEmpty()) << it.key().toStdString();
+        EXPECT_EQ(it.key().count(QLatin1Char('%')), it.value().count(QLatin1Char('%'))) << it.key().toStdString();
+    }
+}
+
+TEST(Translations, GermanIsInstalledAndRemoved)
+{
+    ASSERT_TRUE(quillon::app::Translations::apply(true));
+    EXPECT_EQ(QCoreApplication::translate("quillon::app::Notifier", "Keep on"), "Anlassen");
+    ASSERT_TRUE(quillon::app::Translations::apply(false));
+    EXPECT_EQ(QCoreApplication::translate("quillon::app::Notifier", "Keep on"), "Keep on");
+}
+
+} // namespace
