@@ -1,0 +1,65 @@
+#pragma once
+
+#include "platform/PowerAssertionBackend.h"
+
+#include <QObject>
+#include <QString>
+#include <array>
+#include <map>
+#include <memory>
+#include <optional>
+
+namespace quillon::app {
+
+// The app's request that the system stay awake, per kind: at most one
+// power assertion of each kind per owner. Every keep-awake feature (the
+// session, closed lid, automation, render mode) owns its own instance, so
+// one feature letting go never releases another's assertion; two owners
+// holding the same kind hold two assertions.
+//
+// Main thread only. Destroying the owner releases everything it holds.
+class SleepAssertions : public QObject {
+    Q_OBJECT
+public:
+    enum class Kind {
+        system,  // hold off automatic system suspend
+        display, // hold off screen blanking and idling
+        network, // keep the network reachable (holds off automatic suspend)
+    };
+    Q_ENUM(Kind)
+
+    using AssertionId = platform::PowerAssertionBackend::AssertionId;
+
+    // In this order everywhere (menus, loops).
+    static constexpr std::array<Kind, 3> allKinds{Kind::system, Kind::display, Kind::network};
+
+    // "system", "display", "network".
+    static QString rawValue(Kind kind);
+    static std::optional<Kind> fromRawValue(const QString& raw);
+    // The reason the system shows, the same for every owner.
+    static QString assertionName(Kind kind);
+    // "Keep system awake" etc., in the language of the installed translator.
+    static QString label(Kind kind);
+
+    explicit SleepAssertions(std::shared_ptr<platform::PowerAssertionBackend> backend, QObject* parent = nullptr);
+    ~SleepAssertions() override;
+
+    // Makes sure an assertion of this kind is held. True when it already was
+    // (nothing is created or renewed) or was created now; false when the
+    // system refused, and then nothing is recorded.
+    bool start(Kind kind);
+    // Releases the assertion of this kind, if held; otherwise does nothing.
+    void stop(Kind kind);
+    // Releases every held assertion, each exactly once.
+    void stopAll();
+
+    bool isHeld(Kind kind) const { return m_ids.contains(kind); }
+    // The held assertions by kind.
+    const std::map<Kind, AssertionId>& ids() const { return m_ids; }
+
+private:
+    std::shared_ptr<platform::PowerAssertionBackend> m_backend;
+    std::map<Kind, AssertionId> m_ids;
+};
+
+} // namespace quillon::app

@@ -1,0 +1,94 @@
+#!/usr/bin/python3
+"""Stand-ins for the session services that take inhibitions, for tests on a
+private bus. One service per process, chosen by the first argument:
+
+  portal         org.freedesktop.portal.Desktop: org.freedesktop.portal.Inhibit,
+                 each inhibition a request object closed through
+                 org.freedesktop.portal.Request.Close
+  screensaver    org.freedesktop.ScreenSaver: Inhibit / UnInhibit (cookies)
+  gnome-session  org.gnome.SessionManager: Inhibit / Uninhibit (cookies)
+
+org.quillon.Test.Inhibitions() at /org/quillon/Test lists the inhibitions in
+force as (flags, reason); the screen saver's are idle inhibitions (flags 8).
+"""
+import sys
+
+import dbus
+import dbus.mainloop.glib
+import dbus.service
+from gi.repository import GLib
+
+live = {}
+cookies = iter(range(7, 1 << 31))
+
+
+class Probe(dbus.service.Object):
+    @dbus.service.method('org.quillon.Test', out_signature='a(us)')
+    def Inhibitions(self):
+        return dbus.Array([(dbus.UInt32(flags), reason) for flags, reason in live.values()], signature='(us)')
+
+
+class Request(dbus.service.Object):
+    def __init__(self, bus, path):
+        super().__init__(bus, path)
+        self.path = path
+
+    @dbus.service.method('org.freedesktop.portal.Request')
+    def Close(self):
+        live.pop(self.path, None)
+        self.remove_from_connection()
+
+
+class Portal(dbus.service.Object):
+    @dbus.service.method('org.freedesktop.portal.Inhibit', in_signature='sua{sv}', out_signature='o',
+                         sender_keyword='sender')
+    def Inhibit(self, window, flags, options, sender):
+        if flags == 0 or flags & ~15:
+            raise dbus.exceptions.DBusException('invalid flags', name='org.freedesktop.portal.Error.InvalidArgument')
+        token = str(options.get('handle_token', 'anonymous'))
+        path = '/org/freedesktop/portal/desktop/request/%s/%s' % (sender[1:].replace('.', '_'), token)
+        if path in live:
+            raise dbus.exceptions.DBusException('token in use', name='org.freedesktop.portal.Error.Failed')
+        Request(self.connection, path)
+        live[path] = (int(flags), str(options.get('reason', '')))
+        return dbus.ObjectPath(path)
+
+
+class ScreenSaver(dbus.service.Object):
+    @dbus.service.method('org.freedesktop.ScreenSaver', in_signature='ss', out_signature='u')
+    def Inhibit(self, application, reason):
+        cookie = next(cookies)
+        live[cookie] = (8, str(reason))
+        return dbus.UInt32(cookie)
+
+    @dbus.service.method('org.freedesktop.ScreenSaver', in_signature='u')
+    def UnInhibit(self, cookie):
+        live.pop(int(cookie), None)
+
+
+class GnomeSession(dbus.service.Object):
+    @dbus.service.method('org.gnome.SessionManager', in_signature='susu', out_signature='u')
+    def Inhibit(self, app_id, toplevel_xid, reason, flags):
+        cookie = next(cookies)
+        live[cookie] = (int(flags), str(reason))
+        return dbus.UInt32(cookie)
+
+    @dbus.service.method('org.gnome.SessionManager', in_signature='u')
+    def Uninhibit(self, cookie):
+        live.pop(int(cookie), None)
+
+
+SERVICES = {
+    'portal': ('org.freedesktop.portal.Desktop', '/org/freedesktop/portal/desktop', Portal),
+    'screensaver': ('org.freedesktop.ScreenSaver', '/org/freedesktop/ScreenSaver', ScreenSaver),
+    'gnome-session': ('org.gnome.SessionManager', '/org/gnome/SessionManager', GnomeSession),
+}
+
+if __name__ == '__main__':
+    name, path, service = SERVICES[sys.argv[1]]
+    dbus.mainloop.glib.DBusGMainLoop(set_as_default=True)
+    bus = dbus.SessionBus()
+    keep = [service(bus, path), Probe(bus, '/org/quillon/Test')]
+    # Claimed last, so that everything is in place once the name shows.
+    bus_name = dbus.service.BusName(name, bus)
+    GLib.MainLoop().run()

@@ -1,0 +1,124 @@
+#include "app/power/SleepAssertions.h"
+
+#include "FakePowerAssertionBackend.h"
+#include "QStringPrinter.h"
+#include "app/Translations.h"
+
+#include <gtest/gtest.h>
+
+using quillon::app::SleepAssertions;
+using quillon::platform::PowerAssertionType;
+using quillon::test::FakePowerAssertionBackend;
+using Kind = SleepAssertions::Kind;
+
+namespace {
+
+class SleepAssertionsTest : public ::testing::Test {
+protected:
+    std::shared_ptr<FakePowerAssertionBackend> backend = std::make_shared<FakePowerAssertionBackend>();
+};
+
+TEST_F(SleepAssertionsTest, EachKindAssertsItsOwnTypeUnderItsFixedNameOnce)
+{
+    struct Row {
+        Kind kind;
+        PowerAssertionType type;
+        const char* name;
+    };
+    const Row rows[] = {
+        {Kind::system, PowerAssertionType::preventIdleSystemSleep, "SleepTimer: prevent system sleep"},
+        {Kind::display, PowerAssertionType::preventIdleDisplaySleep, "SleepTimer: prevent display sleep"},
+        {Kind::network, PowerAssertionType::networkClientActive, "SleepTimer: keep network active"},
+    };
+    SleepAssertions owner(backend);
+    for (const Row& row : rows) {
+        ASSERT_TRUE(owner.start(row.kind));
+        const auto id = owner.ids().at(row.kind);
+        EXPECT_EQ(backend->live.at(id).type, row.type);
+        EXPECT_EQ(backend->live.at(id).name, QString(row.name));
+        // Starting a held kind again neither creates nor renews.
+        EXPECT_TRUE(owner.start(row.kind));
+        EXPECT_EQ(owner.ids().at(row.kind), id);
+    }
+    EXPECT_EQ(backend->createCalls, 3);
+    EXPECT_TRUE(backend->released.empty());
+}
+
+TEST_F(SleepAssertionsTest, EveryAssertionIsReleasedExactlyOnce)
+{
+    SleepAssertions owner(backend);
+    owner.stop(Kind::system);
+    owner.stopAll();
+    EXPECT_TRUE(backend->released.empty());
+
+    for (Kind kind : SleepAssertions::allKinds)
+        owner.start(kind);
+    const auto network = owner.ids().at(Kind::network);
+    owner.stop(Kind::network);
+    owner.stop(Kind::network);
+    EXPECT_EQ(backend->released, std::vector{network});
+    EXPECT_TRUE(owner.isHeld(Kind::system));
+
+    owner.stopAll();
+    owner.stopAll();
+    EXPECT_TRUE(owner.ids().empty());
+    EXPECT_TRUE(backend->live.empty());
+    std::vector<SleepAssertions::AssertionId> released = backend->released;
+    std::sort(released.begin(), released.end());
+    EXPECT_EQ(std::adjacent_find(released.begin(), released.end()), released.end());
+    EXPECT_EQ(released.size(), 3u);
+}
+
+TEST_F(SleepAssertionsTest, ARefusedStartReportsFalseAndLeavesNothingHeld)
+{
+    SleepAssertions owner(backend);
+    backend->refuse = true;
+    EXPECT_FALSE(owner.start(Kind::system));
+    EXPECT_FALSE(owner.isHeld(Kind::system));
+    owner.stopAll();
+    EXPECT_TRUE(backend->released.empty());
+
+    // No memory of the refusal: the next start asks again.
+    backend->refuse = false;
+    EXPECT_TRUE(owner.start(Kind::system));
+    EXPECT_EQ(backend->createCalls, 2);
+}
+
+TEST_F(SleepAssertionsTest, TwoOwnersOfOneKindHoldTwoAssertionsAndLetGoIndependently)
+{
+    SleepAssertions session(backend);
+    auto lid = std::make_unique<SleepAssertions>(backend);
+    session.start(Kind::system);
+    lid->start(Kind::system);
+    ASSERT_EQ(backend->live.size(), 2u);
+    EXPECT_NE(session.ids().at(Kind::system), lid->ids().at(Kind::system));
+
+    session.stop(Kind::system);
+    EXPECT_EQ(backend->live.count(lid->ids().at(Kind::system)), 1u);
+
+    // Destroying an owner releases what it still holds.
+    lid->start(Kind::display);
+    lid.reset();
+    EXPECT_TRUE(backend->live.empty());
+}
+
+TEST_F(SleepAssertionsTest, KindsHaveStableRawValuesAndLabelsInBothLanguages)
+{
+    for (Kind kind : SleepAssertions::allKinds)
+        EXPECT_EQ(SleepAssertions::fromRawValue(SleepAssertions::rawValue(kind)), kind);
+    EXPECT_EQ(SleepAssertions::rawValue(Kind::network), "network");
+    EXPECT_FALSE(SleepAssertions::fromRawValue("System").has_value());
+    EXPECT_FALSE(SleepAssertions::fromRawValue("").has_value());
+
+    const QStringList english{"Keep system awake", "Keep display awake", "Keep network active"};
+    const QStringList german{"System wach halten", "Display wach halten", "Netzwerk aktiv halten"};
+    for (const bool inGerman : {true, false}) {
+        ASSERT_TRUE(quillon::app::Translations::apply(inGerman));
+        QStringList labels;
+        for (Kind kind : SleepAssertions::allKinds)
+            labels << SleepAssertions::label(kind);
+        EXPECT_EQ(labels, inGerman ? german : english);
+    }
+}
+
+} // namespace
