@@ -2,6 +2,37 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="de_DE" sourcelanguage="en">
 <context>
+    <name>RenderPowerStatus</name>
+    <message>
+        <source> · ~%d min left</source>
+        <translation> · noch ~%d min</translation>
+    </message>
+    <message>
+        <source> · ~%d:%02d h left</source>
+        <translation> · noch ~%d:%02d h</translation>
+    </message>
+    <message>
+        <source>Battery charging · %.0f W</source>
+        <translation>Akku lädt · %.0f W</translation>
+    </message>
+    <message>
+        <source>Battery low · %d%%</source>
+        <translation>Akku niedrig · %d %%</translation>
+    </message>
+    <message>
+        <source>On battery · %d%%</source>
+        <translation>Auf Akku · %d %%</translation>
+    </message>
+    <message>
+        <source>Adapter too weak · battery draining</source>
+        <translation>Netzteil zu schwach · Akku entlädt</translation>
+    </message>
+    <message>
+        <source>On power · battery full</source>
+        <translation>Am Netz · Akku voll</translation>
+    </message>
+</context>
+<context>
     <name>quillon::app::FanController</name>
     <message>
         <source>⚠️ Mac is throttling</source>
@@ -57,6 +88,21 @@
     <message>
         <source>Welcome back. Keep it awake with the lid closed, or turn it off?</source>
         <translation>Willkommen zurück. Weiter zugeklappt wach lassen, oder ausschalten?</translation>
+    </message>
+</context>
+<context>
+    <name>quillon::app::SleepAssertions</name>
+    <message>
+        <source>Keep system awake</source>
+        <translation>System wach halten</translation>
+    </message>
+    <message>
+        <source>Keep display awake</source>
+        <translation>Display wach halten</translation>
+    </message>
+    <message>
+        <source>Keep network active</source>
+        <translation>Netzwerk aktiv halten</translation>
     </message>
 </context>
 </TS>
