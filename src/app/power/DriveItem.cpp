@@ -1,0 +1,28 @@
+#include "DriveItem.h"
+
+#include <QJsonObject>
+
+namespace quillon::app {
+
+QJsonArray DriveItem::encodeList(const QList<DriveItem>& items)
+{
+    QJsonArray array;
+    for (const DriveItem& item : items)
+        array.append(QJsonObject{{QStringLiteral("path"), item.path}, {QStringLiteral("name"), item.name}});
+    return array;
+}
+
+std::optional<QList<DriveItem>> DriveItem::decodeList(const QJsonArray& array)
+{
+    QList<DriveItem> items;
+    for (const QJsonValue& element : array) {
+        const QJsonValue path = element.toObject().value(QStringLiteral("path"));
+        const QJsonValue name = element.toObject().value(QStringLiteral("name"));
+        if (!element.isObject() || !path.isString() || !name.isString())
+            return std::nullopt;
+        items.append({path.toString(), name.toString()});
+    }
+    return items;
+}
+
+} // namespace quillon::app

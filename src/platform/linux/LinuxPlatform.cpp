@@ -1,0 +1,49 @@
+#include "LinuxPlatform.h"
+
+#include "FreedesktopNotifications.h"
+#include "LinuxDriveToucher.h"
+#include "LinuxLidSensor.h"
+#include "LinuxPowerAssertions.h"
+#include "LinuxThermalPressure.h"
+#include "LinuxVolumeSource.h"
+#include "SysfsPowerSupply.h"
+
+namespace quillon::platform::linux_ {
+
+std::shared_ptr<PowerAssertionBackend> LinuxPlatform::powerAssertions()
+{
+    return std::make_shared<LinuxPowerAssertions>(QDBusConnection::sessionBus(), QDBusConnection::systemBus());
+}
+
+std::shared_ptr<PowerSupply> LinuxPlatform::powerSupply(const QString& root)
+{
+    return std::make_shared<SysfsPowerSupply>(root);
+}
+
+std::shared_ptr<VolumeSource> LinuxPlatform::volumes()
+{
+    return std::make_shared<LinuxVolumeSource>(
+        UDisks2VolumeSource(QDBusConnection::systemBus()), MountInfoVolumeSource());
+}
+
+std::shared_ptr<DriveToucher> LinuxPlatform::driveToucher()
+{
+    return std::make_shared<LinuxDriveToucher>();
+}
+
+std::unique_ptr<LidSensor> LinuxPlatform::lidSensor()
+{
+    return std::make_unique<LinuxLidSensor>();
+}
+
+std::unique_ptr<ThermalPressure> LinuxPlatform::thermalPressure()
+{
+    return std::make_unique<LinuxThermalPressure>();
+}
+
+std::unique_ptr<NotificationCenter> LinuxPlatform::notifications()
+{
+    return std::make_unique<FreedesktopNotifications>();
+}
+
+} // namespace quillon::platform::linux_

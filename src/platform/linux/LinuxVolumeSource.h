@@ -1,0 +1,20 @@
+#pragma once
+
+#include "MountInfoVolumeSource.h"
+#include "UDisks2VolumeSource.h"
+
+namespace quillon::platform::linux_ {
+
+// UDisks2 where it runs, the kernel's mount table where it does not.
+class LinuxVolumeSource : public VolumeSource {
+public:
+    LinuxVolumeSource(UDisks2VolumeSource udisks, MountInfoVolumeSource mountTable);
+
+    QList<MountedVolume> externalVolumes() override;
+
+private:
+    UDisks2VolumeSource m_udisks;
+    MountInfoVolumeSource m_mountTable;
+};
+
+} // namespace quillon::platform::linux_

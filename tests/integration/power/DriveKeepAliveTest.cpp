@@ -1,0 +1,158 @@
+// Drive keep-alive on a real mounted file system: the timer touches the
+// volume on schedule, the touches reach the device (where it has a read
+// counter), and nothing at all is written: no data, no metadata, not even an
+// access time.
+#include "TestVolume.h"
+#include "app/Settings.h"
+#include "app/power/DriveManager.h"
+#include "platform/Clock.h"
+#include "platform/linux/BlockReadCounter.h"
+#include "platform/linux/LinuxDriveToucher.h"
+#include "unit/power/QStringPrinter.h"
+#include "unit/power/WaitUntil.h"
+
+#include <QElapsedTimer>
+#include <QMap>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+using quillon::app::DriveManager;
+using quillon::app::Settings;
+using quillon::platform::DriveTouchOutcome;
+using quillon::platform::SystemClock;
+using quillon::platform::linux_::BlockReadCounter;
+using quillon::platform::linux_::LinuxDriveToucher;
+using quillon::test::TestVolume;
+
+namespace {
+
+// Everything a write could change of each file and folder of the volume:
+// size and the three times. Looking with stat() changes none of them.
+QStringList stateOf(const TestVolume& volume)
+{
+    QStringList lines;
+    for (const QString& entry : TestVolume::entries()) {
+        struct stat s { };
+        if (::lstat(QFile::encodeName(volume.mountPoint() + '/' + entry).constData(), &s) != 0) {
+            lines << entry + ": gone";
+            continue;
+        }
+        lines << QString::asprintf("%s: size %lld m%lld.%09ld a%lld.%09ld c%lld.%09ld", qPrintable(entry),
+            qint64(s.st_size), qint64(s.st_mtim.tv_sec), s.st_mtim.tv_nsec, qint64(s.st_atim.tv_sec), s.st_atim.tv_nsec,
+            qint64(s.st_ctim.tv_sec), s.st_ctim.tv_nsec);
+    }
+    return lines;
+}
+
+// The write counter once it has stopped moving for longer than a commit.
+std::optional<quint64> settledWrites(const BlockReadCounter& counter, const TestVolume& volume)
+{
+    auto writes = counter.writesCompleted(volume.deviceMajor(), volume.deviceMinor());
+    for (int i = 0; writes && i < 10; ++i) {
+        QThread::msleep(TestVolume::commitMs * 2);
+        const auto now = counter.writesCompleted(volume.deviceMajor(), volume.deviceMinor());
+        if (now == writes)
+            break;
+        writes = now;
+    }
+    return writes;
+}
+
+struct Poke {
+    double atMs;
+    DriveTouchOutcome outcome;
+    std::optional<quint64> deviceReads;
+};
+
+TEST(DriveKeepAlive, TouchesAMountedVolumeOnScheduleAndWritesNothing)
+{
+    TestVolume volume;
+    const BlockReadCounter counter;
+    const bool hasCounter = volume.kind() == TestVolume::Kind::loopDevice;
+    RecordProperty("volume", hasCounter ? "ext4 on a loop device" : "a folder on /dev/shm (tmpfs)");
+    // Looking the files up caches the folders; mount afresh so that the
+    // touches meet a cold volume, as a drive that woke from standby would be.
+    const QStringList before = stateOf(volume);
+    ASSERT_TRUE(volume.remount());
+    const auto writesBefore = settledWrites(counter, volume);
+
+    QTemporaryDir settingsDir;
+    Settings settings(settingsDir.filePath("Quillon.conf"));
+    const SystemClock clock;
+    DriveManager manager({&settings, &clock, nullptr, std::make_shared<LinuxDriveToucher>()});
+    manager.setIntervalSeconds(1);
+    manager.add({volume.mountPoint(), "Test volume"});
+
+    std::vector<Poke> pokes;
+    QElapsedTimer elapsed;
+    QObject::connect(&manager, &DriveManager::drivePoked, [&](const QString& path, DriveTouchOutcome outcome) {
+        EXPECT_EQ(path, volume.mountPoint());
+        pokes.push_back(
+            {double(elapsed.elapsed()), outcome, counter.readsCompleted(volume.deviceMajor(), volume.deviceMinor())});
+    });
+    const auto readsAtStart = counter.readsCompleted(volume.deviceMajor(), volume.deviceMinor());
+    elapsed.start();
+    manager.setEnabled(true);
+    ASSERT_TRUE(quillon::test::waitUntil([&] { return pokes.size() >= 3; }, 8000));
+    manager.setEnabled(false);
+
+    // On schedule: about one second apart, the first a second after the start.
+    EXPECT_NEAR(pokes[0].atMs, 1000, 400);
+    for (size_t i = 1; i < pokes.size(); ++i)
+        EXPECT_NEAR(pokes[i].atMs - pokes[i - 1].atMs, 1000, 400) << "poke " << i;
+
+    if (hasCounter) {
+        // The first listing of the freshly mounted volume reaches the device;
+        // after that the listing is cached and the direct read does it.
+        EXPECT_EQ(pokes[0].outcome, DriveTouchOutcome::listed);
+        quint64 reads = readsAtStart.value_or(0);
+        for (const Poke& poke : pokes) {
+            if (&poke != &pokes[0]) {
+                EXPECT_EQ(poke.outcome, DriveTouchOutcome::uncachedRead);
+            }
+            ASSERT_TRUE(poke.deviceReads.has_value());
+            EXPECT_GT(*poke.deviceReads, reads);
+            reads = *poke.deviceReads;
+        }
+        // A directory without files of its own: once its listing is
+        // cached, a file one level down is read directly instead.
+        LinuxDriveToucher toucher;
+        const QString archive = volume.mountPoint() + "/Archive";
+        EXPECT_EQ(toucher.touch(archive), DriveTouchOutcome::listed);
+        // (The second touch also lists the subfolder for the first time; by
+        // the third everything is cached but the file's data.)
+        for (int i = 0; i < 2; ++i)
+            EXPECT_EQ(toucher.touch(archive), DriveTouchOutcome::uncachedRead);
+    } else {
+        for (const Poke& poke : pokes)
+            EXPECT_EQ(poke.outcome, DriveTouchOutcome::unverified);
+    }
+
+    // Anything written would have reached the device by now.
+    if (hasCounter)
+        QThread::msleep(2 * TestVolume::commitMs);
+    EXPECT_EQ(counter.writesCompleted(volume.deviceMajor(), volume.deviceMinor()), writesBefore);
+    EXPECT_EQ(stateOf(volume), before);
+}
+
+TEST(DriveKeepAlive, AVolumeThatWentAwayIsSkippedAndKept)
+{
+    QTemporaryDir settingsDir;
+    Settings settings(settingsDir.filePath("Quillon.conf"));
+    const SystemClock clock;
+    DriveManager manager({&settings, &clock, nullptr, std::make_shared<LinuxDriveToucher>()});
+    QString unplugged;
+    {
+        QTemporaryDir volume;
+        unplugged = volume.path();
+    }
+    manager.add({unplugged, "Gone"});
+    std::optional<DriveTouchOutcome> outcome;
+    QObject::connect(&manager, &DriveManager::drivePoked, [&](const QString&, DriveTouchOutcome o) { outcome = o; });
+    manager.poke();
+    ASSERT_TRUE(quillon::test::waitUntil([&] { return outcome.has_value(); }));
+    EXPECT_EQ(*outcome, DriveTouchOutcome::missing);
+    EXPECT_EQ(manager.drives().size(), 1);
+}
+
+} // namespace

@@ -1,0 +1,243 @@
+// DriveManager with fake volumes, a fake toucher and a hand-moved clock: the
+// stored state, the schedule, and the touches that run off the main thread.
+#include "app/power/DriveManager.h"
+
+#include "FakeDrives.h"
+#include "QStringPrinter.h"
+#include "WaitUntil.h"
+#include "app/Settings.h"
+
+#include "support/FakeClock.h"
+
+#include <QFile>
+#include <QJsonObject>
+#include <QLocale>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTimer>
+#include <gtest/gtest.h>
+
+using quillon::app::DriveItem;
+using quillon::app::DriveManager;
+using quillon::app::Settings;
+using quillon::platform::DriveTouchOutcome;
+using quillon::test::FakeClock;
+using quillon::test::FakeDriveToucher;
+using quillon::test::FakeVolumeSource;
+using Key = Settings::Key;
+
+namespace {
+
+const DriveItem archive{"/media/ada/Archive", "Archive"};
+const DriveItem footage{"/media/ada/Footage", "Footage"};
+
+class DriveManagerTest : public ::testing::Test {
+protected:
+    QString iniPath() const { return m_dir.filePath("Quillon.conf"); }
+    void writeIni(const QByteArray& text) const
+    {
+        QFile file(iniPath());
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(text);
+    }
+    std::unique_ptr<DriveManager> makeManager()
+    {
+        settings = std::make_unique<Settings>(iniPath());
+        return std::make_unique<DriveManager>(DriveManager::Parts{settings.get(), &clock, volumes, toucher});
+    }
+    static int timerIntervalS(const DriveManager& manager)
+    {
+        const auto* timer = manager.findChild<QTimer*>(QString(), Qt::FindDirectChildrenOnly);
+        return timer && timer->isActive() ? timer->interval() / 1000 : -1;
+    }
+
+    FakeClock clock;
+    std::shared_ptr<FakeVolumeSource> volumes = std::make_shared<FakeVolumeSource>();
+    std::shared_ptr<FakeDriveToucher> toucher = std::make_shared<FakeDriveToucher>();
+    std::unique_ptr<Settings> settings;
+
+private:
+    QTemporaryDir m_dir;
+};
+
+TEST_F(DriveManagerTest, StoredActiveStateStartsTheTimerAtOnce)
+{
+    writeIni("[General]\n"
+             "drivealive.enabled=true\n"
+             "drivealive.interval=120\n"
+             "drivealive.drives=\"[{\\\"path\\\":\\\"/media/ada/Archive\\\",\\\"name\\\":\\\"Archive\\\"}]\"\n");
+    const auto manager = makeManager();
+    EXPECT_TRUE(manager->enabled());
+    EXPECT_EQ(manager->drives(), QList{archive});
+    EXPECT_EQ(manager->intervalSeconds(), 120);
+    EXPECT_TRUE(manager->active());
+    EXPECT_EQ(timerIntervalS(*manager), 120);
+    EXPECT_EQ(manager->nextPokeAt(), clock.now().addSecs(120));
+}
+
+TEST_F(DriveManagerTest, AListThatCannotBeDecodedLoadsEmpty)
+{
+    const QByteArray broken[] = {
+        "drivealive.drives=\"[{\\\"path\\\":\\\"/media/ada/Archive\\\"}]\"\n", // no name
+        "drivealive.drives=\"[\\\"/media/ada/Archive\\\"]\"\n",
+        "drivealive.drives=\"[{\\\"path\\\":\"\n",
+    };
+    for (const QByteArray& line : broken) {
+        writeIni("[General]\ndrivealive.enabled=true\n" + line);
+        const auto manager = makeManager();
+        EXPECT_TRUE(manager->drives().isEmpty()) << line.constData();
+        EXPECT_FALSE(manager->active());
+        EXPECT_EQ(timerIntervalS(*manager), -1);
+    }
+}
+
+TEST_F(DriveManagerTest, TheTimerRunsExactlyWhileEnabledWithAtLeastOneDrive)
+{
+    const auto manager = makeManager();
+    QSignalSpy activeChanged(manager.get(), &DriveManager::activeChanged);
+    manager->setEnabled(true);
+    EXPECT_FALSE(manager->active());
+    EXPECT_EQ(timerIntervalS(*manager), -1);
+    EXPECT_FALSE(manager->nextPokeAt().isValid());
+
+    manager->add(archive);
+    EXPECT_TRUE(manager->active());
+    EXPECT_EQ(timerIntervalS(*manager), 60);
+    EXPECT_EQ(manager->nextPokeAt(), clock.now().addSecs(60));
+
+    manager->remove(DriveItem{archive.path, "renamed meanwhile"});
+    EXPECT_FALSE(manager->active());
+    EXPECT_EQ(timerIntervalS(*manager), -1);
+    EXPECT_EQ(activeChanged.count(), 2);
+}
+
+TEST_F(DriveManagerTest, ANewIntervalReplacesTheRunningTimer)
+{
+    const auto manager = makeManager();
+    manager->add(archive);
+    manager->setEnabled(true);
+    clock.advance(25);
+    QSignalSpy scheduled(manager.get(), &DriveManager::nextPokeAtChanged);
+    manager->setIntervalSeconds(300);
+    EXPECT_EQ(timerIntervalS(*manager), 300);
+    EXPECT_EQ(manager->nextPokeAt(), clock.now().addSecs(300));
+    EXPECT_EQ(scheduled.count(), 1);
+
+    for (const int refused : {0, -60}) {
+        manager->setIntervalSeconds(refused);
+        EXPECT_EQ(manager->intervalSeconds(), 300);
+    }
+    // Intervals beyond what a timer counts still run, at the timer's bound.
+    manager->setIntervalSeconds(30 * 24 * 3600);
+    EXPECT_EQ(timerIntervalS(*manager), INT_MAX / 1000);
+    EXPECT_EQ(manager->nextPokeAt(), clock.now().addSecs(30 * 24 * 3600));
+}
+
+TEST_F(DriveManagerTest, EveryChangeIsStoredAndAnnouncedOnce)
+{
+    {
+        const auto manager = makeManager();
+        QSignalSpy enabled(manager.get(), &DriveManager::enabledChanged);
+        QSignalSpy drives(manager.get(), &DriveManager::drivesChanged);
+        QSignalSpy interval(manager.get(), &DriveManager::intervalSecondsChanged);
+        manager->setEnabled(true);
+        manager->setEnabled(true);
+        manager->add(archive);
+        manager->add(footage);
+        manager->add(DriveItem{archive.path, "Another name"}); // the path is already chosen
+        manager->remove(DriveItem{"/media/ada/Elsewhere", "Elsewhere"});
+        manager->setIntervalSeconds(90);
+        manager->setIntervalSeconds(90);
+        EXPECT_EQ(enabled.count(), 1);
+        EXPECT_EQ(drives.count(), 2);
+        EXPECT_EQ(interval.count(), 1);
+    }
+    const auto reopened = makeManager();
+    EXPECT_TRUE(reopened->enabled());
+    EXPECT_EQ(reopened->drives(), (QList{archive, footage}));
+    EXPECT_EQ(reopened->intervalSeconds(), 90);
+    EXPECT_EQ(settings->jsonArray(Key::driveAliveDrives).at(1).toObject().value("name").toString(), "Footage");
+}
+
+TEST_F(DriveManagerTest, PokeTouchesEveryDriveOffTheMainThreadAndReportsBackOnIt)
+{
+    const auto manager = makeManager();
+    manager->add(archive);
+    manager->add(footage);
+    toucher->setOutcome(footage.path, DriveTouchOutcome::missing); // unplugged
+    QSignalSpy poked(manager.get(), &DriveManager::drivePoked);
+    QObject::connect(manager.get(), &DriveManager::drivePoked, manager.get(),
+        [] { EXPECT_EQ(QThread::currentThread(), QCoreApplication::instance()->thread()); });
+
+    manager->poke();
+    ASSERT_TRUE(quillon::test::waitUntil([&] { return poked.count() == 2; }));
+    QMap<QString, DriveTouchOutcome> outcomes;
+    for (const auto& signal : poked)
+        outcomes[signal.at(0).toString()] = signal.at(1).value<DriveTouchOutcome>();
+    EXPECT_EQ(outcomes.value(archive.path), DriveTouchOutcome::listed);
+    EXPECT_EQ(outcomes.value(footage.path), DriveTouchOutcome::missing);
+    for (const auto& touch : toucher->touches())
+        EXPECT_NE(touch.thread, QThread::currentThread());
+    // The unplugged drive stays chosen and is touched again next time.
+    EXPECT_EQ(manager->drives().size(), 2);
+}
+
+TEST_F(DriveManagerTest, ADriveStillBusyFromTheLastPokeIsLeftOut)
+{
+    const auto manager = makeManager();
+    manager->add(archive);
+    QSignalSpy poked(manager.get(), &DriveManager::drivePoked);
+    toucher->hold(archive.path);
+    manager->poke();
+    ASSERT_TRUE(toucher->waitForTouches(1));
+    manager->poke();
+    manager->poke();
+    toucher->release();
+    ASSERT_TRUE(poked.wait(1000));
+    EXPECT_EQ(toucher->touches().size(), 1u);
+
+    manager->poke();
+    ASSERT_TRUE(poked.wait(1000));
+    EXPECT_EQ(toucher->touches().size(), 2u);
+}
+
+TEST_F(DriveManagerTest, AResultArrivingAfterTheManagerIsGoneIsDropped)
+{
+    auto manager = makeManager();
+    manager->add(archive);
+    toucher->hold(archive.path);
+    manager->poke();
+    ASSERT_TRUE(toucher->waitForTouches(1));
+    manager.reset();
+    toucher->release();
+    // The worker finishes and must not post to the destroyed manager.
+    QThread::msleep(50);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(toucher->touches().size(), 1u);
+}
+
+TEST_F(DriveManagerTest, AvailableDrivesAreNamedAndSortedForTheUser)
+{
+    const QLocale before;
+    QLocale::setDefault(QLocale(QLocale::German, QLocale::Germany));
+    volumes->volumes = {
+        {"/media/ada/zeta", "zeta"},
+        {"/", "root"},
+        {"/media/ada/ALPHA", ""},
+        {"/run/media/ada/beta", "beta"},
+        {"/media/ada/Beta-2", "Beta"},
+        {"/media/ada/Édition", "Édition"},
+    };
+    QStringList names;
+    QStringList paths;
+    for (const DriveItem& item : makeManager()->availableDrives()) {
+        names << item.name;
+        paths << item.path;
+    }
+    // Case-insensitive and stable: "beta" and "Beta" keep their order.
+    EXPECT_EQ(names, (QStringList{"ALPHA", "beta", "Beta", "Édition", "zeta"}));
+    EXPECT_FALSE(paths.contains("/"));
+    QLocale::setDefault(before);
+}
+
+} // namespace
