@@ -1,0 +1,97 @@
+#pragma once
+
+#include "SleepAssertions.h"
+
+#include "core/CoolingProfile.h"
+
+#include <QDateTime>
+#include <QObject>
+#include <QPointer>
+#include <QTimer>
+#include <memory>
+
+namespace quillon::platform {
+class Clock;
+class LidSensor;
+class ThermalPressure;
+} // namespace quillon::platform
+
+namespace quillon::app {
+
+class FanController;
+class Notifier;
+class PowerSource;
+class Settings;
+
+// Keeps a laptop running with its lid closed: has the helper hold the lid
+// lock, holds a system assertion, asks for balanced cooling, and guards the
+// closed machine: it stops itself on heat or a low battery, with the reason
+// in lastAutoOff and a notification. When the lid has been open again for
+// five seconds it reminds the user, once per closing, that it is still on.
+//
+// A background app is not throttled on Linux, so no process activity is
+// needed to keep the lid poll running. Main thread only; the timers call
+// tick() (every 20 s) and lidTick() (every second); tests call them directly.
+class LidManager : public QObject {
+    Q_OBJECT
+    Q_PROPERTY(bool enabled READ enabled WRITE setEnabled NOTIFY enabledChanged)
+    Q_PROPERTY(QString lastAutoOff READ lastAutoOff NOTIFY lastAutoOffChanged)
+
+public:
+    static constexpr core::CoolingProfile::Kind coolingProfile = core::CoolingProfile::Kind::balanced;
+    static constexpr double reopenDelay = 5.0; // seconds the lid stays open before the reminder
+    static constexpr int watchdogIntervalMs = 20000;
+    static constexpr int lidPollIntervalMs = 1000;
+    static constexpr int lowBatteryPercent = 15;
+
+    struct Parts {
+        std::shared_ptr<platform::PowerAssertionBackend> assertions;
+        const PowerSource* power = nullptr;
+        platform::LidSensor* lid = nullptr;
+        platform::ThermalPressure* thermal = nullptr; // may be null: never too hot
+        Notifier* notifier = nullptr;                 // may be null: no notifications
+        Settings* settings = nullptr;
+        const platform::Clock* clock = nullptr;
+        bool startTimers = true;
+    };
+
+    explicit LidManager(Parts parts, QObject* parent = nullptr);
+    ~LidManager() override;
+
+    // Set once by the keep-awake manager; without it, switching does nothing.
+    void setFanController(FanController* fan) { m_fan = fan; }
+
+    bool enabled() const { return m_enabled; }
+    void setEnabled(bool on);
+    QString lastAutoOff() const { return m_lastAutoOff; }
+    const SleepAssertions& assertions() const { return m_assertions; }
+
+    // The 20-second watchdog: re-asserts the lid lock, then the battery and heat rules.
+    void tick();
+    // The 1-second lid poll.
+    void lidTick();
+    // Stops when the machine is throttling (serious or critical pressure).
+    void checkThermal();
+
+signals:
+    void enabledChanged();
+    void lastAutoOffChanged();
+
+private:
+    void switchOn();
+    void switchOff();
+    void autoStop(const QString& reason);
+
+    Parts m_parts;
+    QPointer<FanController> m_fan;
+    SleepAssertions m_assertions;
+    bool m_enabled = false;
+    QString m_lastAutoOff;
+    QTimer m_watchdog;
+    QTimer m_lidPoll;
+    bool m_lidWasClosed = false;
+    bool m_remindedThisClose = false;
+    QDateTime m_openedAt;
+};
+
+} // namespace quillon::app

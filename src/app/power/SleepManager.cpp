@@ -1,0 +1,268 @@
+#include "SleepManager.h"
+
+#include "DriveManager.h"
+#include "LidManager.h"
+#include "PowerSource.h"
+#include "app/Lang.h"
+#include "app/Notifier.h"
+#include "app/Settings.h"
+#include "platform/Clock.h"
+
+#include <QLocale>
+#include <algorithm>
+
+namespace quillon::app {
+
+namespace {
+constexpr qint64 kMinimumExpiryMs = 500;
+constexpr int kTickIntervalMs = 1000;
+} // namespace
+
+SleepManager::SleepManager(Services services, QObject* parent)
+    : QObject(parent)
+    , m_services(std::move(services))
+    , m_assertions(m_services.assertions)
+    , m_power(std::make_unique<PowerSource>(m_services.powerSupply))
+{
+    FanController::Parts fanParts;
+    fanParts.link = m_services.helperLink;
+    fanParts.settings = m_services.settings;
+    fanParts.clock = m_services.clock;
+    fanParts.notifier = m_services.notifier;
+    fanParts.thermal = m_services.thermal;
+    fanParts.installer = m_services.installer;
+    fanParts.bundledHelperPath = m_services.bundledHelperPath;
+    fanParts.installedHelperPath = m_services.installedHelperPath;
+    fanParts.startTimers = m_services.startTimers;
+    m_fan = std::make_unique<FanController>(std::move(fanParts));
+
+    LidManager::Parts lidParts;
+    lidParts.assertions = m_services.assertions;
+    lidParts.power = m_power.get();
+    lidParts.lid = m_services.lidSensor;
+    lidParts.thermal = m_services.thermal;
+    lidParts.notifier = m_services.notifier;
+    lidParts.settings = m_services.settings;
+    lidParts.clock = m_services.clock;
+    lidParts.startTimers = m_services.startTimers;
+    m_lid = std::make_unique<LidManager>(std::move(lidParts));
+
+    m_drives = std::make_unique<DriveManager>(
+        DriveManager::Parts{m_services.settings, m_services.clock, m_services.volumes, m_services.driveToucher});
+
+    m_now = m_services.clock->now();
+    m_lid->setFanController(m_fan.get());
+
+    // A fresh start never inherits a boost or a lid lock from an earlier run.
+    m_fan->reconcileToOffOnLaunch();
+
+    m_expiryTimer.setSingleShot(true);
+    connect(&m_expiryTimer, &QTimer::timeout, this, &SleepManager::sessionExpired);
+    m_tickTimer.setInterval(kTickIntervalMs);
+    connect(&m_tickTimer, &QTimer::timeout, this, &SleepManager::tick);
+    m_batteryWatchdog.setInterval(batteryCheckIntervalMs);
+    connect(&m_batteryWatchdog, &QTimer::timeout, this, &SleepManager::batterySafetyCheck);
+    if (m_services.startTimers)
+        m_batteryWatchdog.start();
+
+    for (auto changed : {&FanController::boostChanged, &FanController::coolingChanged})
+        connect(m_fan.get(), changed, this, &SleepManager::anythingActiveChanged);
+    connect(m_lid.get(), &LidManager::enabledChanged, this, &SleepManager::anythingActiveChanged);
+}
+
+SleepManager::~SleepManager() = default;
+
+void SleepManager::apply(const QSet<Kind>& kinds, std::optional<QDateTime> until)
+{
+    for (const Kind kind : SleepAssertions::allKinds) {
+        if (!kinds.contains(kind))
+            m_assertions.stop(kind);
+    }
+    // A kind the system refuses is skipped without a word.
+    for (const Kind kind : SleepAssertions::allKinds) {
+        if (kinds.contains(kind))
+            m_assertions.start(kind);
+    }
+    setActiveKinds(kinds);
+    if (!kinds.isEmpty() && until)
+        scheduleExpiry(*until);
+    else
+        cancelExpiry();
+}
+
+void SleepManager::toggle(Kind kind)
+{
+    QSet<Kind> kinds = m_activeKinds;
+    if (m_assertions.isHeld(kind)) {
+        m_assertions.stop(kind);
+        kinds.remove(kind);
+    } else {
+        m_assertions.start(kind);
+        kinds.insert(kind);
+    }
+    setActiveKinds(kinds);
+    if (kinds.isEmpty())
+        cancelExpiry();
+    else if (!m_expiresAt.isValid())
+        scheduleExpiry(m_services.clock->now().addSecs(static_cast<qint64>(defaultToggleSeconds)));
+}
+
+void SleepManager::applyNames(const QStringList& kinds, const QDateTime& until)
+{
+    QSet<Kind> set;
+    for (const QString& name : kinds) {
+        if (const auto kind = SleepAssertions::fromRawValue(name))
+            set.insert(*kind);
+    }
+    apply(set, until.isValid() ? std::optional(until) : std::nullopt);
+}
+
+void SleepManager::toggleName(const QString& kind)
+{
+    if (const auto k = SleepAssertions::fromRawValue(kind))
+        toggle(*k);
+}
+
+void SleepManager::setActiveKinds(const QSet<Kind>& kinds)
+{
+    const bool wasActive = anythingActive();
+    m_activeKinds = kinds;
+    emit sessionChanged();
+    if (wasActive != anythingActive())
+        emit anythingActiveChanged();
+}
+
+QStringList SleepManager::activeKindNames() const
+{
+    QStringList names;
+    for (const Kind kind : SleepAssertions::allKinds) {
+        if (m_activeKinds.contains(kind))
+            names.append(SleepAssertions::rawValue(kind));
+    }
+    return names;
+}
+
+void SleepManager::scheduleExpiry(const QDateTime& at)
+{
+    cancelExpiry();
+    m_expiresAt = at;
+    emit sessionChanged();
+    if (m_services.notifier)
+        m_services.notifier->requestAuthorizationIfNeeded();
+    // An end already past still ends through the timer, with its notification.
+    const QDateTime now = m_services.clock->now();
+    m_now = now;
+    emit nowChanged();
+    if (m_services.startTimers) {
+        m_expiryTimer.start(std::chrono::milliseconds(std::max(kMinimumExpiryMs, now.msecsTo(at))));
+        m_tickTimer.start();
+    }
+}
+
+void SleepManager::cancelExpiry()
+{
+    m_expiryTimer.stop();
+    m_tickTimer.stop();
+    if (m_expiresAt.isValid()) {
+        m_expiresAt = QDateTime();
+        emit sessionChanged();
+    }
+}
+
+void SleepManager::endSession()
+{
+    m_assertions.stopAll();
+    setActiveKinds({});
+    cancelExpiry();
+}
+
+void SleepManager::sessionExpired()
+{
+    endSession();
+    notify(tr("Keep-awake finished"), tr("The timer ended — your Mac is back to its normal sleep behaviour."));
+}
+
+void SleepManager::tick()
+{
+    m_now = m_services.clock->now();
+    emit nowChanged();
+}
+
+std::optional<QString> SleepManager::remainingText() const
+{
+    if (!m_expiresAt.isValid())
+        return std::nullopt;
+    const qint64 left = std::max<qint64>(0, m_now.msecsTo(m_expiresAt) / 1000);
+    const auto two = [](qint64 v) {
+        return QStringLiteral("%1").arg(v, 2, 10, QLatin1Char('0'));
+    };
+    if (left < 3600)
+        return QStringLiteral("%1:%2").arg(left / 60).arg(two(left % 60));
+    return QStringLiteral("%1:%2:%3").arg(left / 3600).arg(two(left % 3600 / 60), two(left % 60));
+}
+
+std::optional<QString> SleepManager::expiryDescription() const
+{
+    if (!m_expiresAt.isValid())
+        return std::nullopt;
+    return describeEnd(m_expiresAt, m_now, Lang::isGerman(*m_services.settings));
+}
+
+QString SleepManager::describeEnd(const QDateTime& at, const QDateTime& now, bool german)
+{
+    const QLocale locale(german ? QStringLiteral("de_DE") : QStringLiteral("en_US"));
+    const QDateTime local = at.toLocalTime();
+    const QDate today = now.toLocalTime().date();
+    const QString time = locale.toString(local.time(), QLocale::ShortFormat);
+    QString day;
+    if (local.date() == today)
+        day = tr("Today");
+    else if (local.date() == today.addDays(1))
+        day = tr("Tomorrow");
+    else
+        day = locale.toString(local.date(), QLocale::ShortFormat);
+    return day + QStringLiteral(", ") + time;
+}
+
+void SleepManager::batterySafetyCheck()
+{
+    if (!m_services.settings->flag(Settings::Key::lowBatteryAutoStop))
+        return;
+    const PowerInfo power = m_power->current();
+    if (!power.hasBattery || power.onAC || !power.percentage) {
+        m_lowBatteryStopped = false;
+        return;
+    }
+    const int percent = *power.percentage;
+    if (percent > lowBatteryRearmPercent) {
+        m_lowBatteryStopped = false;
+        return;
+    }
+    // 16..20 %: hold the latch, so the session is not stopped twice in one episode.
+    if (percent > lowBatteryStopPercent || m_activeKinds.isEmpty() || m_lowBatteryStopped)
+        return;
+    m_lowBatteryStopped = true;
+    endSession();
+    notify(tr("🪫 Battery low"), tr("Below 15% on battery — keep-awake was stopped so your Mac can sleep."));
+}
+
+void SleepManager::resetAll()
+{
+    endSession();
+    if (m_lid->enabled())
+        m_lid->setEnabled(false);
+    m_fan->setFansEnabled(false);
+}
+
+bool SleepManager::anythingActive() const
+{
+    return !m_activeKinds.isEmpty() || m_fan->isBoosted() || m_fan->fansEnabled() || m_lid->enabled();
+}
+
+void SleepManager::notify(const QString& title, const QString& body)
+{
+    if (m_services.notifier)
+        m_services.notifier->notify(title, body);
+}
+
+} // namespace quillon::app

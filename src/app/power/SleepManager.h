@@ -1,0 +1,141 @@
+#pragma once
+
+#include "SleepAssertions.h"
+#include "app/fan/FanController.h"
+
+#include <QDateTime>
+#include <QObject>
+#include <QSet>
+#include <QStringList>
+#include <QTimer>
+#include <memory>
+#include <optional>
+
+namespace quillon::platform {
+class DriveToucher;
+class LidSensor;
+class PowerSupply;
+class VolumeSource;
+} // namespace quillon::platform
+
+namespace quillon::app {
+
+class DriveManager;
+class LidManager;
+class PowerSource;
+
+// The app's central model: the menu's keep-awake session (which kinds of
+// sleep are held off, and until when), its countdown and end, the battery
+// watchdog that stops keep-awake on a low battery, and the owner of every
+// other manager, which it creates and wires at start-up.
+//
+// Main thread only. The timers call sessionExpired(), tick() and
+// batterySafetyCheck(); tests call them directly with a fake clock.
+class SleepManager : public QObject {
+    Q_OBJECT
+    Q_PROPERTY(QStringList activeKinds READ activeKindNames NOTIFY sessionChanged)
+    Q_PROPERTY(QDateTime expiresAt READ expiresAt NOTIFY sessionChanged)
+    Q_PROPERTY(QDateTime now READ now NOTIFY nowChanged)
+    Q_PROPERTY(QString remainingText READ remainingTextForView NOTIFY nowChanged)
+    Q_PROPERTY(QString expiryDescription READ expiryDescriptionForView NOTIFY sessionChanged)
+    Q_PROPERTY(bool anythingActive READ anythingActive NOTIFY anythingActiveChanged)
+    Q_PROPERTY(quillon::app::FanController* fan READ fan CONSTANT)
+    Q_PROPERTY(quillon::app::LidManager* lid READ lid CONSTANT)
+    Q_PROPERTY(quillon::app::DriveManager* drives READ drives CONSTANT)
+
+public:
+    using Kind = SleepAssertions::Kind;
+
+    static constexpr double defaultToggleSeconds = 86400.0;
+    static constexpr int batteryCheckIntervalMs = 30000;
+    static constexpr int lowBatteryStopPercent = 15;
+    static constexpr int lowBatteryRearmPercent = 20;
+
+    // The platform behind the models, chosen by whoever starts the app.
+    struct Services {
+        HelperLink* helperLink = nullptr;
+        std::shared_ptr<platform::PowerAssertionBackend> assertions;
+        std::shared_ptr<platform::PowerSupply> powerSupply;
+        std::shared_ptr<platform::VolumeSource> volumes;
+        std::shared_ptr<platform::DriveToucher> driveToucher;
+        platform::LidSensor* lidSensor = nullptr;
+        platform::ThermalPressure* thermal = nullptr;
+        Notifier* notifier = nullptr;
+        Settings* settings = nullptr;
+        const platform::Clock* clock = nullptr;
+        FanController::Installer installer;
+        QString bundledHelperPath;
+        QString installedHelperPath;
+        bool startTimers = true;
+    };
+
+    // The menu's fixed session lengths, in seconds.
+    static constexpr std::array<int, 5> sleepDurations{3600, 14400, 28800, 43200, 86400};
+
+    explicit SleepManager(Services services, QObject* parent = nullptr);
+    ~SleepManager() override;
+
+    // Holds exactly these kinds, until the given time (none: open-ended).
+    void apply(const QSet<Kind>& kinds, std::optional<QDateTime> until);
+    // Switches one kind; a session started this way ends after 24 hours.
+    void toggle(Kind kind);
+    // The menu's everything-off: session, closed lid, fans. Drive keep-alive stays.
+    Q_INVOKABLE void resetAll();
+    bool anythingActive() const;
+
+    // The countdown, "m:ss" or "h:mm:ss"; none without an end time.
+    std::optional<QString> remainingText() const;
+    // The end time as the menu shows it ("Today, 3:45 PM" / "Heute, 15:45").
+    std::optional<QString> expiryDescription() const;
+    // Any end time so described, relative to now (the panel's custom end picker).
+    static QString describeEnd(const QDateTime& at, const QDateTime& now, bool german);
+
+    const QSet<Kind>& activeKinds() const { return m_activeKinds; }
+    QDateTime expiresAt() const { return m_expiresAt; }
+    QDateTime now() const { return m_now; }
+    const SleepAssertions& assertions() const { return m_assertions; }
+    FanController* fan() const { return m_fan.get(); }
+    LidManager* lid() const { return m_lid.get(); }
+    DriveManager* drives() const { return m_drives.get(); }
+    const PowerSource& power() const { return *m_power; }
+
+    // Q_INVOKABLE forms for the panel and the scripting interface.
+    Q_INVOKABLE void applyNames(const QStringList& kinds, const QDateTime& until);
+    Q_INVOKABLE void toggleName(const QString& kind);
+
+    // Timer handlers.
+    void sessionExpired();
+    void tick();
+    void batterySafetyCheck();
+
+signals:
+    void sessionChanged();
+    void nowChanged();
+    void anythingActiveChanged();
+
+private:
+    void scheduleExpiry(const QDateTime& at);
+    void cancelExpiry();
+    void endSession();
+    void setActiveKinds(const QSet<Kind>& kinds);
+    QStringList activeKindNames() const;
+    QString remainingTextForView() const { return remainingText().value_or(QString()); }
+    QString expiryDescriptionForView() const { return expiryDescription().value_or(QString()); }
+    void notify(const QString& title, const QString& body);
+
+    Services m_services;
+    SleepAssertions m_assertions;
+    std::unique_ptr<PowerSource> m_power;
+    std::unique_ptr<FanController> m_fan;
+    std::unique_ptr<LidManager> m_lid;
+    std::unique_ptr<DriveManager> m_drives;
+    QSet<Kind> m_activeKinds;
+    QDateTime m_expiresAt;
+    QDateTime m_now;
+    QTimer m_expiryTimer;
+    QTimer m_tickTimer;
+    QTimer m_batteryWatchdog;
+    bool m_lowBatteryStopped = false;
+};
+
+} // namespace quillon::app

@@ -1,0 +1,145 @@
+// Closed-lid keep-awake: what it holds while on, its automatic stops and the
+// reminder when the lid is opened again.
+#include "KeepAwakeRig.h"
+
+using namespace quillon::test;
+using Level = quillon::platform::ThermalPressure::Level;
+using quillon::app::LidManager;
+
+namespace {
+
+class LidManagerTest : public KeepAwakeRig {
+protected:
+    LidManager& lid() { return *manager->lid(); }
+    // The lid poll while the lid stays in one state for this many seconds:
+    // one tick when the state is first seen, then one a second.
+    void lidFor(int seconds, bool closed)
+    {
+        lidSensor.closed = closed;
+        for (int i = 0; i <= seconds; ++i) {
+            clock.advance(1);
+            lid().lidTick();
+        }
+    }
+    int reminders() const { return static_cast<int>(titles().count("☀️ Closed-lid keep-awake is still on")); }
+};
+
+TEST_F(LidManagerTest, OnHoldsLockAssertionAndCoolingOffReleasesThem)
+{
+    lid().setEnabled(true);
+    EXPECT_EQ(link.requests, QStringList{"setLidStayAwake 1"});
+    EXPECT_TRUE(lid().assertions().isHeld(quillon::app::SleepAssertions::Kind::system));
+    EXPECT_EQ(manager->fan()->triggerProfile(), quillon::core::CoolingProfile::Kind::balanced);
+
+    lid().setEnabled(false);
+    EXPECT_EQ(link.requests.last(), "setLidStayAwake 0");
+    EXPECT_EQ(liveAssertions(), 0);
+    EXPECT_FALSE(manager->fan()->triggerProfile().has_value());
+}
+
+TEST_F(LidManagerTest, SwitchingOnTwiceHoldsOneAssertion)
+{
+    lid().setEnabled(true);
+    lid().setEnabled(true);
+    EXPECT_EQ(liveAssertions(), 1);
+    EXPECT_EQ(link.count("setLidStayAwake 1"), 1);
+}
+
+TEST_F(LidManagerTest, WatchdogReassertsTheLock)
+{
+    lid().setEnabled(true);
+    lid().tick();
+    lid().tick();
+    EXPECT_EQ(link.count("setLidStayAwake 1"), 3);
+}
+
+TEST_F(LidManagerTest, WithoutAHelperTheRestStillRuns)
+{
+    link.available = false;
+    SetUp();
+    lid().setEnabled(true);
+    lid().tick();
+    EXPECT_TRUE(link.requests.isEmpty());
+    EXPECT_EQ(liveAssertions(), 1);
+}
+
+TEST_F(LidManagerTest, HeatStopsAtOnceFairDoesNothing)
+{
+    lid().setEnabled(true);
+    thermal.set(Level::fair);
+    EXPECT_TRUE(lid().enabled());
+    thermal.set(Level::serious);
+    EXPECT_FALSE(lid().enabled());
+    EXPECT_EQ(lid().lastAutoOff(), "Got too hot — closed-lid auto-stopped for safety.");
+    ASSERT_EQ(titles().count("🌡️ Closed-lid stopped"), 1);
+    EXPECT_EQ(center.shown.last().body, lid().lastAutoOff());
+    EXPECT_EQ(liveAssertions(), 0);
+
+    lid().setEnabled(true); // switching on again clears the reason; still too hot on the next check
+    EXPECT_TRUE(lid().lastAutoOff().isEmpty());
+    lid().tick();
+    EXPECT_FALSE(lid().enabled());
+}
+
+TEST_F(LidManagerTest, LowBatteryStopsOnTheWatchdogUnlessOnACOrSwitchedOff)
+{
+    lid().setEnabled(true);
+    supply->battery(5, true);
+    lid().tick();
+    EXPECT_TRUE(lid().enabled());
+    supply->battery(15, false);
+    lid().tick();
+    EXPECT_FALSE(lid().enabled());
+    EXPECT_EQ(lid().lastAutoOff(), "Battery below 15% — closed-lid stopped so the Mac can sleep.");
+    EXPECT_EQ(titles(), QStringList{"🌡️ Closed-lid stopped"});
+
+    settings.setFlag(quillon::app::Settings::Key::lowBatteryAutoStop, false);
+    lid().setEnabled(true);
+    lid().tick();
+    EXPECT_TRUE(lid().enabled());
+}
+
+TEST_F(LidManagerTest, ReminderAfterFiveSecondsOpenOncePerClosing)
+{
+    lid().setEnabled(true);
+    lidFor(10, false);
+    EXPECT_EQ(reminders(), 0); // never closed during this enablement
+    lidFor(3, true);
+    lidFor(4, false);
+    EXPECT_EQ(reminders(), 0);
+    lidFor(3, true);
+    lidFor(5, false);
+    EXPECT_EQ(reminders(), 1);
+    lidFor(30, false);
+    EXPECT_EQ(reminders(), 1);
+    lidFor(1, true);
+    lidFor(6, false);
+    EXPECT_EQ(center.shown.size(), 1); // the newer reminder replaced the older one
+    EXPECT_EQ(reminders(), 1);
+}
+
+TEST_F(LidManagerTest, TurnOffOnTheReminderSwitchesItOff)
+{
+    lid().setEnabled(true);
+    lidFor(2, true);
+    lidFor(5, false);
+    ASSERT_EQ(center.shown.size(), 1);
+    center.invoke(center.shown[0].id, "LID_KEEP");
+    EXPECT_TRUE(lid().enabled());
+    center.invoke(center.shown[0].id, "LID_OFF");
+    EXPECT_FALSE(lid().enabled());
+    EXPECT_EQ(liveAssertions(), 0);
+}
+
+TEST_F(LidManagerTest, NoLidReadingNeverReminds)
+{
+    lid().setEnabled(true);
+    lidSensor.closed = std::nullopt;
+    lidFor(20, true);
+    lidSensor.closed = std::nullopt;
+    for (int i = 0; i < 10; ++i)
+        lid().lidTick();
+    EXPECT_EQ(reminders(), 0);
+}
+
+} // namespace

@@ -1,0 +1,174 @@
+// The menu's keep-awake session, its battery watchdog and the start-up wiring.
+#include "KeepAwakeRig.h"
+
+using namespace quillon::test;
+
+namespace {
+
+class SleepManagerTest : public KeepAwakeRig {
+protected:
+    QDateTime in(double seconds) const { return clock.now().addMSecs(static_cast<qint64>(seconds * 1000)); }
+};
+
+TEST_F(SleepManagerTest, StartUpClearsWhatAnEarlierRunLeftInTheHelper)
+{
+    FakeHelperLink fresh;
+    quillon::app::SleepManager::Services services;
+    services.helperLink = &fresh;
+    services.assertions = backend;
+    services.powerSupply = supply;
+    services.volumes = volumes;
+    services.driveToucher = toucher;
+    services.settings = &settings;
+    services.clock = &clock;
+    services.startTimers = false;
+    quillon::app::SleepManager started(std::move(services));
+    EXPECT_EQ(fresh.requests, (QStringList{"stopBoost", "setLidStayAwake 0"}));
+    EXPECT_FALSE(started.anythingActive());
+    EXPECT_EQ(started.lid()->assertions().ids().size(), 0u);
+}
+
+TEST_F(SleepManagerTest, ApplyHoldsExactlyTheRequestedKinds)
+{
+    manager->apply({Kind::system, Kind::display}, std::nullopt);
+    EXPECT_EQ(liveAssertions(), 2);
+    EXPECT_TRUE(manager->anythingActive());
+    manager->apply({Kind::display}, std::nullopt);
+    EXPECT_EQ(liveAssertions(), 1);
+    EXPECT_TRUE(manager->assertions().isHeld(Kind::display));
+    EXPECT_EQ(backend->released.size(), 1u);
+    EXPECT_FALSE(manager->expiresAt().isValid()); // open-ended
+    manager->apply({}, std::nullopt);
+    EXPECT_EQ(liveAssertions(), 0);
+    EXPECT_FALSE(manager->anythingActive());
+}
+
+TEST_F(SleepManagerTest, RefusedKindIsStillShownAsRequested)
+{
+    backend->refuse = true;
+    manager->apply({Kind::network}, in(3600));
+    EXPECT_EQ(manager->activeKinds(), QSet<Kind>{Kind::network});
+    EXPECT_EQ(liveAssertions(), 0);
+}
+
+TEST_F(SleepManagerTest, ToggleStartsADayLongSessionAndKeepsItsEnd)
+{
+    manager->toggle(Kind::system);
+    const QDateTime end = manager->expiresAt();
+    EXPECT_EQ(clock.now().secsTo(end), 86400);
+    clock.advance(60);
+    manager->toggle(Kind::display);
+    EXPECT_EQ(manager->expiresAt(), end);
+    manager->toggle(Kind::system);
+    manager->toggle(Kind::display);
+    EXPECT_FALSE(manager->expiresAt().isValid());
+    EXPECT_TRUE(manager->activeKinds().isEmpty());
+    EXPECT_EQ(liveAssertions(), 0);
+}
+
+TEST_F(SleepManagerTest, CountdownAndEndTimeTexts)
+{
+    EXPECT_FALSE(manager->remainingText().has_value());
+    manager->apply({Kind::system}, in(3599));
+    EXPECT_EQ(manager->remainingText(), "59:59");
+    manager->apply({Kind::system}, in(3600));
+    EXPECT_EQ(manager->remainingText(), "1:00:00");
+    manager->apply({Kind::system}, in(86399));
+    EXPECT_EQ(manager->remainingText(), "23:59:59");
+    clock.advance(90000);
+    manager->tick();
+    EXPECT_EQ(manager->remainingText(), "0:00");
+
+    const QDateTime noonToday = QDateTime(clock.now().toLocalTime().date(), QTime(23, 30));
+    manager->apply({Kind::system}, noonToday);
+    settings.setAppLanguage("en");
+    EXPECT_EQ(manager->expiryDescription(), "Today, 11:30 PM");
+    settings.setAppLanguage("de");
+    EXPECT_EQ(manager->expiryDescription(), "Today, 23:30"); // the word comes from the installed translator
+    manager->apply({Kind::system}, QDateTime(QDate(2027, 1, 5), QTime(8, 5)));
+    EXPECT_EQ(manager->expiryDescription(), "05.01.27, 08:05");
+}
+
+TEST_F(SleepManagerTest, ExpiryEndsTheSessionWithANotification)
+{
+    manager->apply({Kind::system, Kind::network}, in(10));
+    manager->sessionExpired();
+    EXPECT_EQ(liveAssertions(), 0);
+    EXPECT_TRUE(manager->activeKinds().isEmpty());
+    EXPECT_FALSE(manager->expiresAt().isValid());
+    ASSERT_EQ(center.shown.size(), 1);
+    EXPECT_EQ(center.shown[0].title, "Keep-awake finished");
+    EXPECT_EQ(center.shown[0].body, "The timer ended — your Mac is back to its normal sleep behaviour.");
+}
+
+TEST_F(SleepManagerTest, LowBatteryStopsOncePerEpisode)
+{
+    manager->apply({Kind::system}, std::nullopt);
+    supply->battery(15, false);
+    manager->batterySafetyCheck();
+    EXPECT_TRUE(manager->activeKinds().isEmpty());
+    EXPECT_EQ(titles(), QStringList{"🪫 Battery low"});
+
+    manager->apply({Kind::system}, std::nullopt);
+    supply->battery(14, false);
+    manager->batterySafetyCheck();
+    EXPECT_FALSE(manager->activeKinds().isEmpty()); // the user chose again: same episode
+    supply->battery(18, false);
+    manager->batterySafetyCheck();
+    supply->battery(15, false);
+    manager->batterySafetyCheck();
+    EXPECT_EQ(center.shown.size(), 1); // 16..20 % did not re-arm
+
+    supply->battery(21, false);
+    manager->batterySafetyCheck();
+    supply->battery(15, false);
+    manager->batterySafetyCheck();
+    EXPECT_EQ(center.shown.size(), 2);
+    EXPECT_TRUE(manager->activeKinds().isEmpty());
+}
+
+TEST_F(SleepManagerTest, MainsPowerRearmsAndNothingHappensOnAC)
+{
+    manager->apply({Kind::system}, std::nullopt);
+    supply->battery(15, false);
+    manager->batterySafetyCheck();
+    manager->apply({Kind::system}, std::nullopt);
+    supply->battery(10, true);
+    manager->batterySafetyCheck();
+    EXPECT_FALSE(manager->activeKinds().isEmpty());
+    supply->battery(10, false);
+    manager->batterySafetyCheck();
+    EXPECT_TRUE(manager->activeKinds().isEmpty());
+    EXPECT_EQ(center.shown.size(), 2);
+}
+
+TEST_F(SleepManagerTest, BatteryRuleOffTouchesNothing)
+{
+    settings.setFlag(quillon::app::Settings::Key::lowBatteryAutoStop, false);
+    manager->apply({Kind::system}, std::nullopt);
+    supply->battery(3, false);
+    manager->batterySafetyCheck();
+    EXPECT_FALSE(manager->activeKinds().isEmpty());
+    EXPECT_TRUE(center.shown.isEmpty());
+}
+
+TEST_F(SleepManagerTest, ResetAllStopsEverythingButDriveKeepAlive)
+{
+    manager->drives()->setEnabled(true);
+    manager->apply({Kind::display}, in(600));
+    manager->lid()->setEnabled(true);
+    manager->fan()->setFansEnabled(true);
+    link.deliver();
+    EXPECT_TRUE(manager->anythingActive());
+
+    manager->resetAll();
+    link.deliver();
+    EXPECT_EQ(liveAssertions(), 0);
+    EXPECT_FALSE(manager->lid()->enabled());
+    EXPECT_FALSE(manager->fan()->fansEnabled());
+    EXPECT_FALSE(manager->fan()->isBoosted());
+    EXPECT_FALSE(manager->anythingActive());
+    EXPECT_TRUE(manager->drives()->enabled());
+}
+
+} // namespace
