@@ -7,7 +7,7 @@ packages=(
   cmake ninja-build g++ pkg-config
   qt6-base-dev qt6-declarative-dev qt6-tools-dev qt6-tools-dev-tools qt6-l10n-tools
   libgtest-dev libgmock-dev
-  dbus-daemon
+  dbus-daemon python3-dbusmock e2fsprogs
 )
 packages+=(${QUILLON_EXTRA_PACKAGES:-})
 

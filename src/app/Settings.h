@@ -41,7 +41,7 @@ public:
         static constexpr const char* onboardingSeenVersion = "onboardingSeenVersion";
     };
 
-    // The user's settings file (~/.config/quillon/Quillon.conf).
+    // The user's settings file (~/.config/quillon/Quillon.ini).
     explicit Settings(QObject* parent = nullptr);
     // A settings file of the caller's choosing (tests, tools).
     explicit Settings(const QString& iniPath, QObject* parent = nullptr);
