@@ -1,0 +1,320 @@
+#include "FanHelperService.h"
+
+#include "FirmwareHandback.h"
+#include "LogLine.h"
+#include "TempKeyDiscovery.h"
+
+#include "core/ThermalCurve.h"
+
+#include <algorithm>
+#include <cmath>
+#include <iterator>
+#include <limits>
+
+namespace quillon::daemon {
+
+namespace {
+
+using core::ThermalCurve;
+using Severity = DaemonLog::Severity;
+
+// Readings outside these bounds are not temperatures (sensor faults, resume
+// sentinels) and never reach the curve.
+constexpr double kSafetyPlausibleLowC = 5.0;
+constexpr double kSafetyPlausibleHighC = 130.0;
+// The status shows CPU readings above this, with no upper bound on purpose:
+// the app should see an absurd value rather than none.
+constexpr double kCpuShownAboveC = 20.0;
+constexpr double kNoUpperBoundC = std::numeric_limits<double>::infinity();
+constexpr double kGpuPlausibleLowC = 20.0;
+constexpr double kGpuPlausibleHighC = 130.0;
+
+// The tick log line: on the first tick, then every 20 ticks (8 s).
+constexpr int kLogEveryTicks = 20;
+// thermalOverride needs the curve above the floor by more than this.
+constexpr double kOverrideMarginPercent = 1.0;
+// Fan speeds outside this range only come from a broken SMC.
+constexpr float kMaxPlausibleRpm = 100000.0f;
+
+// An rpm reading as a whole number, toward zero. NaN and negative readings
+// count as 0 and absurdly high ones as kMaxPlausibleRpm, so that no reading
+// can overflow the target arithmetic.
+int wholeRpm(float rpm)
+{
+    if (!(rpm > 0.0f))
+        return 0;
+    return static_cast<int>(std::min(rpm, kMaxPlausibleRpm));
+}
+
+struct Readings {
+    int count = 0;
+    double sum = 0;
+    double hottest = 0;
+};
+
+// The temperature keys that read successfully strictly between lowC and highC.
+Readings readAll(smc::SmcConnection& smc, const std::vector<std::string>& keys, double lowC, double highC)
+{
+    Readings readings;
+    for (const std::string& key : keys) {
+        bool ok = false;
+        const double celsius = smc.readFlt(key, &ok);
+        if (ok && celsius > lowC && celsius < highC) {
+            readings.hottest = readings.count == 0 ? celsius : std::max(readings.hottest, celsius);
+            readings.sum += celsius;
+            ++readings.count;
+        }
+    }
+    return readings;
+}
+
+FanKeys openAndFindFans(smc::SmcConnection& smc, DaemonLog& log)
+{
+    if (const std::uint32_t rc = smc.open(); rc != 0) {
+        log.write(Severity::warning,
+            LogLine()
+                .appendf("Quillon daemon: cannot open the SMC (status 0x%x); no fan can be controlled", rc)
+                .text());
+    }
+    return FanKeys::discover(smc);
+}
+
+} // namespace
+
+FanHelperService::FanHelperService(const Environment& environment)
+    : m_smc(environment.smc)
+    , m_lidLock(environment.lidLock)
+    , m_loopTimer(environment.loopTimer)
+    , m_watchdogTimer(environment.watchdogTimer)
+    , m_clock(environment.clock)
+    , m_log(environment.log)
+    , m_fans(openAndFindFans(m_smc, m_log))
+    , m_lastContact(m_clock.now())
+{
+    for (int n = 0; n < m_fans.count(); ++n)
+        m_ranges.push_back({wholeRpm(m_smc.readFlt(m_fans[n].minimum)), wholeRpm(m_smc.readFlt(m_fans[n].maximum))});
+
+    m_cpuTempKeys = TempKeyDiscovery::keys(m_smc, TempKeyDiscovery::Rule::cpuOnly);
+    m_safetyTempKeys = TempKeyDiscovery::keys(m_smc, TempKeyDiscovery::Rule::safety);
+    std::copy_if(m_safetyTempKeys.begin(), m_safetyTempKeys.end(), std::back_inserter(m_gpuTempKeys),
+        [](const std::string& key) { return key.starts_with("Tg"); });
+    log(Severity::notice,
+        LogLine()
+            .appendf("Quillon daemon: opened SMC, %d fans, %zu CPU keys, %zu safety keys, %zu GPU keys", m_fans.count(),
+                m_cpuTempKeys.size(), m_safetyTempKeys.size(), m_gpuTempKeys.size())
+            .text());
+
+    // Whatever an earlier run (or a crash) left behind, the firmware owns the
+    // fans until the app asks again.
+    m_smc.writeU8(FanKeys::kForceTest, 0);
+    for (int n = 0; n < m_fans.count(); ++n)
+        m_smc.writeU8(m_fans[n].mode, 0);
+    log(Severity::notice, "Quillon daemon: reset to Apple-auto control on startup (safety)");
+    runDisableSleep(false);
+
+    m_watchdogTimer.start(kWatchdogInterval, kWatchdogInterval);
+}
+
+void FanHelperService::noteContact()
+{
+    m_lastContact = m_clock.now();
+}
+
+FanHelperService::Reply FanHelperService::ping() const
+{
+    return {true, "Quillon daemon alive, fans=" + std::to_string(m_fans.count())};
+}
+
+FanStatus FanHelperService::status()
+{
+    FanStatus status;
+    for (int n = 0; n < m_fans.count(); ++n) {
+        const FanKeys::Fan& keys = m_fans[n];
+        const FanRange& range = m_ranges[static_cast<std::size_t>(n)];
+        status.fans.push_back({n, wholeRpm(m_smc.readFlt(keys.actual)), range.minRPM, range.maxRPM,
+            wholeRpm(m_smc.readFlt(keys.target)), m_smc.readU8(keys.reportedMode)});
+    }
+    status.floorPercent = m_floorPercent;
+    status.isBoosted = m_isBoosted;
+    status.tempSensorCount = static_cast<int>(m_cpuTempKeys.size());
+    status.effectivePercent = m_lastEffectivePct;
+    status.thermalOverride = m_isBoosted && ThermalCurve::isGenuineHeat(m_cachedTemp)
+        && m_floorPercent + kOverrideMarginPercent < m_lastThermalPct;
+    status.lidStayAwake = m_lidStayAwake;
+
+    if (const Readings cpu = readAll(m_smc, m_cpuTempKeys, kCpuShownAboveC, kNoUpperBoundC); cpu.count > 0) {
+        status.cpuTemp = cpu.sum / cpu.count;
+        status.cpuTempMax = cpu.hottest;
+    }
+    if (const Readings gpu = readAll(m_smc, m_gpuTempKeys, kGpuPlausibleLowC, kGpuPlausibleHighC); gpu.count > 0)
+        status.gpuTemp = gpu.sum / gpu.count;
+    return status;
+}
+
+FanHelperService::Reply FanHelperService::setFanFloor(double percent)
+{
+    if (!std::isfinite(percent))
+        return {false, "refused: the fan floor must be a finite percentage"};
+    m_floorPercent = std::clamp(percent, 0.0, 100.0);
+    if (!(m_floorPercent > 0)) {
+        stopLoopAndRestore();
+        return {true, "boost off"};
+    }
+    // Quoted before the tick below, which may hand the fans back and so
+    // reset the floor.
+    const int shownPercent = static_cast<int>(m_floorPercent);
+    startLoopIfNeeded();
+    if (!m_lastTickAt || m_clock.now() - *m_lastTickAt >= kLoopInterval)
+        applyOnce();
+    return {true, "floor set to " + std::to_string(shownPercent) + "%"};
+}
+
+FanHelperService::Reply FanHelperService::stopBoost()
+{
+    stopLoopAndRestore();
+    return {true, "boost stopped"};
+}
+
+FanHelperService::Reply FanHelperService::setLidStayAwake(bool on)
+{
+    m_lidStayAwake = on;
+    runDisableSleep(on);
+    log(Severity::notice,
+        on ? "Quillon daemon: lid-stay-awake ON (disablesleep 1)"
+           : "Quillon daemon: lid-stay-awake off (disablesleep 0)");
+    return {true, on ? "lid-stay-awake on" : "lid-stay-awake off"};
+}
+
+void FanHelperService::applyOnce()
+{
+    if (!(m_floorPercent > 0))
+        return;
+    if (m_safetyTempKeys.empty()) {
+        log(Severity::warning, "Quillon daemon: no temp sensors — refusing manual control for safety");
+        stopLoopAndRestore();
+        return;
+    }
+    m_lastTickAt = m_clock.now();
+    const std::uint32_t forceStatus = m_smc.writeU8(FanKeys::kForceTest, 1);
+
+    // Sensors are read on odd ticks only (every 0.8 s); even ticks act on
+    // the last smoothed value.
+    ++m_applyTickCount;
+    if (m_applyTickCount % 2 == 1) {
+        const std::optional<double> hottest = currentSafetyMaxTemp();
+        if (!hottest) {
+            log(Severity::warning, "Quillon daemon: lost all temp readings — releasing to Apple");
+            stopLoopAndRestore();
+            return;
+        }
+        m_cachedTemp = m_safetyTempHistory.add(*hottest);
+    }
+
+    const double celsius = m_cachedTemp;
+    if (ThermalCurve::isCritical(celsius)) {
+        log(Severity::warning,
+            LogLine()
+                .appendf("Quillon daemon: CRITICAL temp %.0f° ≥ %.0f° — releasing FULL control to Apple", celsius,
+                    ThermalCurve::criticalReleaseC)
+                .text());
+        stopLoopAndRestore();
+        return;
+    }
+
+    const double thermal = ThermalCurve::requiredPercent(celsius);
+    const double effective = std::max(m_floorPercent, thermal);
+    m_lastThermalPct = thermal;
+    m_lastEffectivePct = effective;
+
+    const bool logThisTick = m_applyTickCount == 1 || m_applyTickCount % kLogEveryTicks == 0;
+    std::optional<LogLine> line;
+    if (logThisTick) {
+        line.emplace().appendf("Quillon daemon: #%d Ftst=%d temp=%.0f° floor=%.0f%% eff=%.0f%% ", m_applyTickCount,
+            static_cast<int>(forceStatus), celsius, m_floorPercent, effective);
+    }
+    for (int n = 0; n < m_fans.count(); ++n) {
+        const FanRange& range = m_ranges[static_cast<std::size_t>(n)];
+        const int span = std::max(range.maxRPM - range.minRPM, 0);
+        const int target = range.minRPM + static_cast<int>(effective * span / 100.0);
+        const std::uint32_t modeStatus = m_smc.writeU8(m_fans[n].mode, 1);
+        const std::uint32_t targetStatus = m_smc.writeFlt(m_fans[n].target, static_cast<float>(target));
+        if (line) {
+            line->appendf("%sF%d:Md=%d,Tg=%d/%d", n == 0 ? "" : " ", n, static_cast<int>(modeStatus), target,
+                static_cast<int>(targetStatus));
+        }
+    }
+    if (line)
+        log(Severity::notice, line->text());
+}
+
+void FanHelperService::checkWatchdog()
+{
+    if (m_clock.now() - m_lastContact <= kSilenceLimit)
+        return;
+    if (m_isBoosted) {
+        log(Severity::warning, "Quillon daemon: WATCHDOG — app silent, releasing fans to Apple");
+        stopLoopAndRestore();
+    }
+    if (m_lidStayAwake) {
+        log(Severity::warning, "Quillon daemon: WATCHDOG — app silent, clearing lid-stay-awake");
+        m_lidStayAwake = false;
+        runDisableSleep(false);
+    }
+}
+
+void FanHelperService::emergencyRelease()
+{
+    stopLoopAndRestore();
+    if (m_lidStayAwake) {
+        m_lidStayAwake = false;
+        runDisableSleep(false);
+    }
+}
+
+void FanHelperService::startLoopIfNeeded()
+{
+    if (m_loopTimer.running())
+        return;
+    m_isBoosted = true;
+    m_loopTimer.start(kLoopFirstTick, kLoopInterval);
+    log(Severity::notice, "Quillon daemon: loop started");
+}
+
+void FanHelperService::stopLoopAndRestore()
+{
+    m_loopTimer.stop();
+    m_isBoosted = false;
+    m_floorPercent = 0;
+    m_applyTickCount = 0;
+    m_lastThermalPct = 0;
+    m_lastEffectivePct = 0;
+    m_safetyTempHistory.clear();
+    m_lastTickAt.reset();
+    FirmwareHandback(m_smc, m_fans, m_clock, m_log).run();
+}
+
+void FanHelperService::runDisableSleep(bool on)
+{
+    if (!on) {
+        m_lidLock.release();
+        return;
+    }
+    std::string error;
+    if (!m_lidLock.hold(error))
+        log(Severity::warning, LogLine("Quillon daemon: pmset disablesleep failed: ").append(error).text());
+}
+
+void FanHelperService::log(DaemonLog::Severity severity, std::string_view line)
+{
+    m_log.write(severity, line);
+}
+
+std::optional<double> FanHelperService::currentSafetyMaxTemp()
+{
+    const Readings readings = readAll(m_smc, m_safetyTempKeys, kSafetyPlausibleLowC, kSafetyPlausibleHighC);
+    if (readings.count == 0)
+        return std::nullopt;
+    return readings.hottest;
+}
+
+} // namespace quillon::daemon

@@ -1,0 +1,141 @@
+#include "ServiceRig.h"
+
+#include <functional>
+#include <gtest/gtest.h>
+
+using quillon::daemon::DaemonLog;
+using quillon::smc::SimulatedMac;
+using quillon::test::ServiceRig;
+
+namespace {
+
+TEST(Startup, HandsEverythingBackBeforeServing)
+{
+    ServiceRig rig(ServiceRig::Config::appleSiliconLaptop());
+    // What a crashed helper could leave behind.
+    for (const char* key : {"Ftst", "F0Md", "F1Md"})
+        rig.sim.smc.writeU8(key, 1);
+    rig.lid.isHeld = true;
+
+    rig.start();
+    EXPECT_EQ(rig.forceTest() + rig.mode(0) + rig.mode(1), 0);
+    EXPECT_FALSE(rig.lid.isHeld);
+    EXPECT_FALSE(rig.loopTimer.isRunning);
+    EXPECT_TRUE(rig.watchdogTimer.isRunning);
+    EXPECT_EQ(rig.watchdogTimer.first.count(), 2000);
+    EXPECT_EQ(rig.watchdogTimer.interval.count(), 2000);
+    // Tc0P has a safety prefix but is no float; TC0P, Ts0P, TB0T are no safety keys.
+    EXPECT_EQ(rig.log.all(),
+        "Quillon daemon: opened SMC, 2 fans, 4 CPU keys, 8 safety keys, 2 GPU keys\n"
+        "Quillon daemon: reset to Apple-auto control on startup (safety)\n");
+}
+
+TEST(Release, EveryPathHandsTheFansBackVerifiedAndSaysWhy)
+{
+    struct Path {
+        const char* name;
+        std::function<void(ServiceRig&)> trigger;
+        const char* line; // the path's own log line, if any
+    };
+    const Path paths[] = {
+        {"floor 0", [](ServiceRig& r) { EXPECT_EQ(r.service->setFanFloor(0).text, "boost off"); }, nullptr},
+        {"stop request", [](ServiceRig& r) { EXPECT_EQ(r.service->stopBoost().text, "boost stopped"); }, nullptr},
+        {"lost readings",
+            [](ServiceRig& r) {
+                r.setFaults(SimulatedMac::temperatureReadsFail);
+                r.runTicks(2);
+            },
+            "Quillon daemon: lost all temp readings — releasing to Apple"},
+        {"critical heat",
+            [](ServiceRig& r) {
+                r.setFaults(SimulatedMac::temperaturesRead105);
+                r.runTicks(2); // [60, 105]: the upper middle of two is already critical
+            },
+            "Quillon daemon: CRITICAL temp 105° ≥ 100° — releasing FULL control to Apple"},
+        {"silent app",
+            [](ServiceRig& r) {
+                r.advance(std::chrono::milliseconds(6001));
+                r.service->checkWatchdog();
+            },
+            "Quillon daemon: WATCHDOG — app silent, releasing fans to Apple"},
+        {"termination", [](ServiceRig& r) { r.service->emergencyRelease(); }, nullptr},
+    };
+    for (const Path& path : paths) {
+        ServiceRig rig(ServiceRig::Config::appleSiliconLaptop());
+        rig.holdTemperature(60);
+        rig.start().setFanFloor(40);
+        rig.runTicks(1);
+        ASSERT_EQ(rig.mode(0), 1) << path.name;
+        path.trigger(rig);
+
+        EXPECT_FALSE(rig.service->isBoosted()) << path.name;
+        EXPECT_FALSE(rig.loopTimer.isRunning) << path.name;
+        EXPECT_EQ(rig.service->floorPercent(), 0) << path.name;
+        EXPECT_EQ(rig.forceTest() + rig.mode(0) + rig.mode(1), 0) << path.name;
+        EXPECT_TRUE(rig.log.has("Quillon daemon: released to Apple-auto (verified, attempt 1)")) << path.name;
+        if (path.line) {
+            EXPECT_TRUE(rig.log.has(path.line)) << path.name << "\n" << rig.log.all();
+        }
+        rig.setFaults(0);
+        rig.runTicks(3);
+        EXPECT_EQ(rig.mode(0), 0) << path.name << ": no later tick takes the fans again";
+    }
+}
+
+TEST(Release, HeatSpikesAreRiddenOutButSustainedHeatIsNot)
+{
+    ServiceRig rig;
+    rig.holdTemperature(60);
+    rig.start().setFanFloor(40);
+    rig.runTicks(6); // samples on ticks 1, 3, 5, 7: 60 °C each
+    const struct {
+        bool hot;
+        bool boosted; // after the sample
+    } samples[] = {
+        {true, true},  // [60, 60, 60, 60, 105]
+        {false, true}, // [60, 60, 60, 105, 60]
+        {true, true},  // [60, 60, 105, 60, 105]: two of five
+        {false, true}, // [60, 105, 60, 105, 60]
+        {true, false}, // [105, 60, 105, 60, 105]: three of five
+    };
+    for (const auto& sample : samples) {
+        rig.setFaults(sample.hot ? SimulatedMac::temperaturesRead105 : 0);
+        rig.runTicks(2);
+        EXPECT_EQ(rig.service->isBoosted(), sample.boosted);
+    }
+    EXPECT_EQ(rig.mode(0), 0);
+}
+
+TEST(Release, WithoutSafetySensorsTheFansAreNeverTaken)
+{
+    ServiceRig::Config config = ServiceRig::plainMachine();
+    config.sensors = {{"Ts0P", quillon::smc::SmcType::flt, 1.0, 0.0}, {"Tc0P", quillon::smc::SmcType::sp78, 1.0, 0.0}};
+    ServiceRig rig(config);
+    auto& service = rig.start();
+    EXPECT_TRUE(service.setFanFloor(60).ok);
+    EXPECT_EQ(rig.mode(0) + rig.forceTest(), 0);
+    EXPECT_FALSE(service.isBoosted());
+    EXPECT_TRUE(rig.log.has("Quillon daemon: no temp sensors — refusing manual control for safety"));
+}
+
+TEST(Release, AnUnverifiableReleaseRetriesFiveTimesThenWarns)
+{
+    ServiceRig rig(ServiceRig::Config::appleSiliconLaptop());
+    rig.holdTemperature(60);
+    auto& service = rig.start();
+    service.setFanFloor(40);
+    rig.setFaults(SimulatedMac::modeReadsBackManual);
+    rig.clock.slept = {};
+
+    EXPECT_TRUE(service.stopBoost().ok);
+    EXPECT_EQ(rig.clock.slept.count(), 4 * 120) << "four pauses between five attempts";
+    EXPECT_FALSE(rig.log.has("released to Apple-auto (verified"));
+    EXPECT_EQ(rig.log.lines.back().text,
+        "Quillon daemon: WARNING — could not verify auto mode after retries; loop "
+        "is stopped so firmware will reclaim shortly");
+    EXPECT_EQ(rig.log.lines.back().severity, DaemonLog::Severity::warning);
+    EXPECT_FALSE(rig.loopTimer.isRunning);
+    EXPECT_EQ(rig.forceTest(), 0);
+}
+
+} // namespace
