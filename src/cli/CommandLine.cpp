@@ -1,11 +1,14 @@
 #include "CommandLine.h"
 
 #include "DiagTool.h"
+#include "PowerRole.h"
 #include "RealPacer.h"
 #include "RoleDispatch.h"
 #include "SimServerRole.h"
 #include "SmcWriteTool.h"
 #include "TempsTool.h"
+#include "daemon/HelperDaemon.h"
+#include "daemon/ReleaseCommand.h"
 #include "smc/SmcConnection.h"
 
 #include <cstdio>
@@ -23,14 +26,18 @@ void CommandLine::printUsage(const char* program, bool toStdout)
     std::fprintf(stream,
                  "Usage: %s [ROLE]\n"
                  "  --daemon                          run the privileged fan helper\n"
+                 "  --release                         hand every fan back to firmware control and exit\n"
                  "  --temps                           list the safety sensors and the curve's demand\n"
                  "  --diag [--dumpkeys|probe|loop]    SMC diagnostics and write tests\n"
                  "  --smc-write KEY VALUE [KEY VALUE ...]\n"
                  "                                    write keys: u8:KEY takes 0..255, KEY takes an rpm\n"
                  "  --smc-sim PATH                    serve a shared simulated Mac on a Unix socket\n"
+                 "  --power [--sysfs-root DIR]        the power readings (DIR: a copy of /sys/class/power_supply)\n"
                  "Environment:\n"
                  "  QUILLON_SMC=sim                   a simulated Mac inside this process\n"
-                 "  QUILLON_SMC=sim:/path/to.sock     the shared simulated Mac served at that path\n",
+                 "  QUILLON_SMC=sim:/path/to.sock     the shared simulated Mac served at that path\n"
+                 "  QUILLON_HELPER_BUS=system|session|ADDRESS\n"
+                 "                                    the bus the fan helper serves on (default system)\n",
                  program);
 }
 
@@ -62,9 +69,12 @@ int CommandLine::run(int argc, char** argv, const AppRole& appRole)
     }
     case RoleDispatch::Role::smcSim:
         return SimServerRole::run(args[2]);
+    case RoleDispatch::Role::power:
+        return PowerRole::run(argc, argv, {args.begin() + 2, args.end()});
     case RoleDispatch::Role::daemon:
-        std::fprintf(stderr, "%s: the fan helper daemon is not part of this build yet\n", program);
-        return ExitStatus::failed;
+        return daemon::HelperDaemon::run(argc, argv);
+    case RoleDispatch::Role::release:
+        return daemon::ReleaseCommand::run();
     case RoleDispatch::Role::help:
         printUsage(program, true);
         return ExitStatus::ok;

@@ -1,0 +1,128 @@
+#include "HelperDaemon.h"
+
+#include "CallerAuthorization.h"
+#include "FanHelperBusObject.h"
+#include "FanHelperService.h"
+#include "HelperBus.h"
+#include "HelperNames.h"
+#include "LogLine.h"
+#include "LogindLidLock.h"
+#include "PolkitDBusAuthority.h"
+#include "QtTickTimer.h"
+#include "StatusPayload.h"
+#include "SystemDaemonLog.h"
+#include "SystemMonotonicClock.h"
+#include "TerminationSignals.h"
+#include "fanhelperadaptor.h"
+
+#include "smc/SmcConnection.h"
+
+#include <QCoreApplication>
+#include <QDBusConnectionInterface>
+#include <memory>
+#include <unistd.h>
+#include <utility>
+
+namespace quillon::daemon {
+
+namespace {
+
+constexpr int kExitFailed = 1;
+
+using Severity = DaemonLog::Severity;
+
+void logLine(DaemonLog& log, Severity severity, const QString& text)
+{
+    log.write(severity, LogLine("Quillon daemon: ").append(text.toStdString()).text());
+}
+
+} // namespace
+
+int HelperDaemon::run(int argc, char** argv)
+{
+    SystemDaemonLog log;
+    log.write(Severity::notice,
+        LogLine()
+            .appendf("Quillon daemon starting (uid=%d, euid=%d)", static_cast<int>(::getuid()),
+                static_cast<int>(::geteuid()))
+            .text());
+
+    QCoreApplication app(argc, argv);
+    TerminationSignals termination;
+    if (!termination.active())
+        logLine(log, Severity::warning, QStringLiteral("cannot route termination signals; they end the process as is"));
+
+    // The service comes first: its start-up hands the fans back to the
+    // firmware and drops any lid lock, whatever happens after.
+    SystemMonotonicClock clock;
+    LogindLidLock lidLock(QDBusConnection::systemBus());
+    QtTickTimer loopTimer;
+    QtTickTimer watchdogTimer;
+    FanHelperService service({smc::SmcConnection::processWide(), lidLock, loopTimer, watchdogTimer, clock, log});
+    loopTimer.setHandler([&service] { service.applyOnce(); });
+
+    QString error;
+    const std::optional<HelperBus::Setting> setting = HelperBus::fromEnvironment(error);
+    if (!setting) {
+        logLine(log, Severity::warning, error);
+        return kExitFailed;
+    }
+    QDBusConnection bus = HelperBus::connect(*setting);
+    if (!bus.isConnected()) {
+        logLine(log, Severity::warning,
+            QStringLiteral("cannot connect to the %1 bus: %2")
+                .arg(HelperBus::describe(*setting), bus.lastError().message()));
+        return kExitFailed;
+    }
+
+    const bool onSystemBus = setting->kind == HelperBus::Kind::system;
+    std::unique_ptr<PolkitDBusAuthority> polkit;
+    if (onSystemBus)
+        polkit = std::make_unique<PolkitDBusAuthority>(bus);
+    CallerAuthorization authorization(
+        onSystemBus ? CallerAuthorization::Mode::polkit : CallerAuthorization::Mode::sameUser, ::getuid(),
+        polkit.get());
+
+    StatusPayload::registerTypes();
+    FanHelperBusObject busObject(service, authorization, clock, log);
+    new FanHelperAdaptor(&busObject); // owned by busObject
+    const QString serviceName = QString::fromLatin1(HelperNames::kService);
+    if (!bus.registerObject(QString::fromLatin1(HelperNames::kObjectPath), &busObject)) {
+        logLine(
+            log, Severity::warning, QStringLiteral("cannot register %1").arg(QLatin1String(HelperNames::kObjectPath)));
+        return kExitFailed;
+    }
+    if (!bus.registerService(serviceName)) {
+        logLine(log, Severity::warning,
+            QStringLiteral("cannot own %1 on the %2 bus: %3")
+                .arg(serviceName, HelperBus::describe(*setting), bus.lastError().message()));
+        return kExitFailed;
+    }
+
+    bool stopping = false;
+    const auto stop = [&](int status) {
+        if (std::exchange(stopping, true))
+            return;
+        service.emergencyRelease();
+        busObject.detachService();
+        QCoreApplication::exit(status);
+    };
+    QObject::connect(&termination, &TerminationSignals::received, [&](int) {
+        log.write(Severity::warning, "Quillon daemon: received termination signal — releasing to Apple");
+        stop(0);
+    });
+    // The watchdog also notices a lost bus: the app can no longer reach the
+    // helper, so it gives up everything and leaves the restart to systemd.
+    watchdogTimer.setHandler([&] {
+        service.checkWatchdog();
+        if (!bus.isConnected()) {
+            log.write(Severity::warning, "Quillon daemon: lost the bus connection — releasing to Apple");
+            stop(kExitFailed);
+        }
+    });
+
+    logLine(log, Severity::notice, QStringLiteral("listening on %1").arg(serviceName));
+    return QCoreApplication::exec();
+}
+
+} // namespace quillon::daemon

@@ -1,0 +1,17 @@
+#pragma once
+
+namespace quillon::daemon {
+
+// `quillon-helper --release`: hands every fan back to the firmware, verified
+// as the running helper does it, and exits: 0 when verified, 1 when the SMC
+// cannot be opened or the read-back never showed firmware mode. The systemd
+// unit runs it after the daemon stops, so that even a killed daemon leaves
+// no fan in manual mode.
+class ReleaseCommand {
+public:
+    ReleaseCommand() = delete;
+
+    static int run();
+};
+
+} // namespace quillon::daemon
