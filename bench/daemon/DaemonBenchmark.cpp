@@ -1,0 +1,282 @@
+// Figures of the fan helper, measured, never asserted:
+//   1. per boosted control tick, in process on the simulated Mac: SMC round
+//      trips, heap allocations, CPU time;
+//   2. with real processes (private dbus-daemon, shared simulated Mac,
+//      quillon-helper --daemon): CPU time per hour while boosted and polled
+//      once a second as the app does, and while idle; the time from the
+//      app's last request to verified firmware control after it falls silent.
+//
+// Usage: quillon-bench-daemon [--quick]
+
+#include "DaemonHarness.h"
+
+#include "daemon/DaemonLog.h"
+#include "daemon/FanHelperService.h"
+#include "daemon/LidLock.h"
+#include "daemon/MonotonicClock.h"
+#include "daemon/SystemDaemonLog.h"
+#include "daemon/TickTimer.h"
+#include "smc/SimulatedMac.h"
+#include "smc/SimulatedMacTransport.h"
+
+#include <QElapsedTimer>
+#include <QThread>
+#include <algorithm>
+#include <atomic>
+#include <cstdio>
+#include <ctime>
+#include <string_view>
+#include <unistd.h>
+#include <vector>
+
+// Counting every heap allocation of this process (operator new ends here
+// too). Sanitizer builds bring their own allocator and are not counted.
+#if !defined(__SANITIZE_ADDRESS__)
+#define QUILLON_COUNT_ALLOCATIONS 1
+namespace {
+std::atomic<long> g_allocations{0};
+}
+extern "C" {
+void* __libc_malloc(size_t);
+void* __libc_calloc(size_t, size_t);
+void* __libc_realloc(void*, size_t);
+void* malloc(size_t size)
+{
+    g_allocations.fetch_add(1, std::memory_order_relaxed);
+    return __libc_malloc(size);
+}
+void* calloc(size_t count, size_t size)
+{
+    g_allocations.fetch_add(1, std::memory_order_relaxed);
+    return __libc_calloc(count, size);
+}
+void* realloc(void* pointer, size_t size)
+{
+    g_allocations.fetch_add(1, std::memory_order_relaxed);
+    return __libc_realloc(pointer, size);
+}
+}
+#endif
+
+namespace {
+
+using namespace std::chrono_literals;
+using quillon::daemon::FanHelperService;
+
+class BenchClock : public quillon::daemon::MonotonicClock {
+public:
+    std::chrono::nanoseconds now() const override
+    {
+        return std::chrono::nanoseconds(static_cast<long long>(seconds * 1e9));
+    }
+    void sleepFor(std::chrono::milliseconds duration) override
+    {
+        seconds += std::chrono::duration<double>(duration).count();
+    }
+    double seconds = 1000.0;
+};
+
+class IdleTimer : public quillon::daemon::TickTimer {
+public:
+    void start(std::chrono::milliseconds, std::chrono::milliseconds) override { on = true; }
+    void stop() override { on = false; }
+    bool running() const override { return on; }
+    bool on = false;
+};
+
+class CountingLog : public quillon::daemon::DaemonLog {
+public:
+    void write(Severity, std::string_view) override { ++lines; }
+    int lines = 0;
+};
+
+class NoLidLock : public quillon::daemon::LidLock {
+public:
+    bool hold(std::string&) override { return true; }
+    void release() override { }
+    bool held() const override { return false; }
+};
+
+class CountingTransport : public quillon::smc::SmcTransport {
+public:
+    explicit CountingTransport(std::shared_ptr<quillon::smc::SimulatedMac> mac)
+        : m_inner(std::move(mac))
+    {
+    }
+    std::uint32_t open() override { return m_inner.open(); }
+    std::uint32_t call(const quillon::smc::SmcParamRecord& in, quillon::smc::SmcParamRecord& out) override
+    {
+        ++calls;
+        return m_inner.call(in, out);
+    }
+    long calls = 0;
+
+private:
+    quillon::smc::SimulatedMacTransport m_inner;
+};
+
+double threadCpuSeconds()
+{
+    timespec ts{};
+    ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &ts);
+    return static_cast<double>(ts.tv_sec) + static_cast<double>(ts.tv_nsec) / 1e9;
+}
+
+void measureTicks(int ticks)
+{
+    BenchClock clock;
+    auto mac = std::make_shared<quillon::smc::SimulatedMac>(
+        quillon::smc::SimulatedMac::Config::appleSiliconLaptop(), [&clock] { return clock.seconds; });
+    auto transport = std::make_unique<CountingTransport>(mac);
+    CountingTransport& counter = *transport;
+    quillon::smc::SmcConnection smc(std::move(transport));
+    IdleTimer loop, watchdog;
+    CountingLog log;
+    NoLidLock lid;
+    FanHelperService service({smc, lid, loop, watchdog, clock, log});
+    mac->holdDieTemperature(60);
+    service.setFanFloor(40);
+    for (int i = 0; i < 40; ++i) { // past start-up, into the steady state
+        clock.seconds += 0.4;
+        service.applyOnce();
+    }
+
+    long roundTrips[2] = {0, 0}; // even, odd ticks
+    int tickCount[2] = {0, 0};
+    long quietAllocations = 0, loggingAllocations = 0;
+    int quietTicks = 0, loggingTicks = 0;
+    const double cpuStart = threadCpuSeconds();
+    for (int i = 0; i < ticks; ++i) {
+        clock.seconds += 0.4;
+        const long callsBefore = counter.calls;
+        const int linesBefore = log.lines;
+#ifdef QUILLON_COUNT_ALLOCATIONS
+        const long allocationsBefore = g_allocations.load();
+#endif
+        service.applyOnce();
+#ifdef QUILLON_COUNT_ALLOCATIONS
+        const long allocations = g_allocations.load() - allocationsBefore;
+#else
+        const long allocations = 0;
+#endif
+        const bool logged = log.lines != linesBefore;
+        (logged ? loggingAllocations : quietAllocations) += allocations;
+        ++(logged ? loggingTicks : quietTicks);
+        // One tick at the request and 40 to warm up: this was tick 42 + i.
+        const int odd = (42 + i) % 2;
+        roundTrips[odd] += counter.calls - callsBefore;
+        ++tickCount[odd];
+    }
+    const double cpuPerTick = (threadCpuSeconds() - cpuStart) / ticks;
+
+    std::printf("Boosted control tick, in process (2 fans, 8 safety sensors, %d ticks):\n", ticks);
+    std::printf("  SMC round trips per tick: %.1f on odd ticks (sensors read), %.1f on even ticks, %.1f on average\n",
+        static_cast<double>(roundTrips[1]) / tickCount[1], static_cast<double>(roundTrips[0]) / tickCount[0],
+        static_cast<double>(roundTrips[0] + roundTrips[1]) / ticks);
+#ifdef QUILLON_COUNT_ALLOCATIONS
+    std::printf("  heap allocations per tick: %.2f (steady ticks), %.2f (ticks that log a line, before the sink)\n",
+        static_cast<double>(quietAllocations) / std::max(quietTicks, 1),
+        static_cast<double>(loggingAllocations) / std::max(loggingTicks, 1));
+    {
+        // What the daemon's sink adds to a logging tick (every 20th): the C
+        // library's syslog(). Writes one line to standard error and the system log.
+        quillon::daemon::SystemDaemonLog sink;
+        const long before = g_allocations.load();
+        sink.write(quillon::daemon::DaemonLog::Severity::notice, "Quillon daemon: benchmark line, please ignore");
+        std::printf("  heap allocations of the system log sink per line: %ld\n", g_allocations.load() - before);
+    }
+#else
+    std::printf("  heap allocations per tick: not counted in a sanitizer build\n");
+#endif
+    std::printf("  CPU per tick (logic and simulated SMC): %.1f µs\n", cpuPerTick * 1e6);
+
+    // For scale, and as a check that the counters count: one status read.
+    const long callsBefore = counter.calls;
+#ifdef QUILLON_COUNT_ALLOCATIONS
+    const long allocationsBefore = g_allocations.load();
+#endif
+    const auto status = service.status();
+    std::printf("One status read (GetStatus before D-Bus): %ld SMC round trips", counter.calls - callsBefore);
+#ifdef QUILLON_COUNT_ALLOCATIONS
+    std::printf(", %ld heap allocations", g_allocations.load() - allocationsBefore);
+#endif
+    std::printf(", %zu fans\n", status.fans.size());
+}
+
+// CPU time of another process (all its threads), in seconds, at
+// nanosecond resolution.
+double processCpuSeconds(qint64 pid)
+{
+    clockid_t clock;
+    timespec ts{};
+    if (::clock_getcpuclockid(static_cast<pid_t>(pid), &clock) != 0 || ::clock_gettime(clock, &ts) != 0)
+        return 0;
+    return static_cast<double>(ts.tv_sec) + static_cast<double>(ts.tv_nsec) / 1e9;
+}
+
+void measureCpuPerHour(std::chrono::seconds span)
+{
+    quillon::test::HelperRig rig;
+    if (!rig.startHelper()) {
+        std::printf("CPU per hour: the helper did not start\n");
+        return;
+    }
+    const auto spanSeconds = static_cast<double>(span.count());
+
+    const double idleStart = processCpuSeconds(rig.helper.pid());
+    QThread::sleep(static_cast<unsigned long>(span.count()));
+    const double idle = processCpuSeconds(rig.helper.pid()) - idleStart;
+
+    quillon::test::answerOf(rig.client->SetFanFloor(40));
+    const double boostedStart = processCpuSeconds(rig.helper.pid());
+    for (int second = 0; second < span.count(); ++second) {
+        QThread::msleep(1000);
+        rig.client->GetStatus().waitForFinished();
+    }
+    const double boosted = processCpuSeconds(rig.helper.pid()) - boostedStart;
+    std::printf(
+        "Helper process CPU time per hour (measured over %.0f s each, real shared-simulator SMC):\n", spanSeconds);
+    std::printf("  boosted, polled once a second: %.1f s/h (%.3f %% of one core)\n", boosted * 3600 / spanSeconds,
+        boosted * 100 / spanSeconds);
+    std::printf("  idle, nobody asking:           %.1f s/h (%.3f %% of one core)\n", idle * 3600 / spanSeconds,
+        idle * 100 / spanSeconds);
+}
+
+void measureReleaseAfterSilence(int runs)
+{
+    std::vector<double> seconds;
+    for (int run = 0; run < runs; ++run) {
+        quillon::test::HelperRig rig;
+        if (!rig.startHelper())
+            continue;
+        quillon::test::answerOf(rig.client->SetFanFloor(40));
+        // Fall silent at a different phase of the watchdog's 2 s beat each run.
+        QThread::msleep(static_cast<unsigned long>(300 + 700 * run));
+        rig.client->GetStatus().waitForFinished();
+        QElapsedTimer silent;
+        silent.start();
+        if (quillon::test::waitUntil([&] { return rig.allFansInFirmwareMode(); }, 15s))
+            seconds.push_back(static_cast<double>(silent.elapsed()) / 1000.0);
+    }
+    std::sort(seconds.begin(), seconds.end());
+    if (seconds.empty()) {
+        std::printf("Release after silence: no run completed\n");
+        return;
+    }
+    std::printf("Release after the app falls silent (%zu runs): min %.2f s, median %.2f s, max %.2f s\n",
+        seconds.size(), seconds.front(), seconds[seconds.size() / 2], seconds.back());
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    const bool quick = argc > 1 && std::string_view(argv[1]) == "--quick";
+    quillon::test::ensureCoreApplication();
+    measureTicks(quick ? 2000 : 20000);
+    std::fflush(stdout);
+    measureCpuPerHour(quick ? 10s : 60s);
+    std::fflush(stdout);
+    measureReleaseAfterSilence(quick ? 2 : 5);
+    return 0;
+}

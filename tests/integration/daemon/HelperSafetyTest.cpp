@@ -1,0 +1,76 @@
+#include "DaemonHarness.h"
+
+#include "smc/SimulatedMac.h"
+#include "support/ChildProcess.h"
+
+#include <csignal>
+#include <gtest/gtest.h>
+
+using namespace quillon::test;
+
+namespace {
+
+TEST(HelperSafety, TerminationReleasesFansAndLidLockThenExitsCleanly)
+{
+    for (const int signalNumber : {SIGTERM, SIGINT}) {
+        HelperRig rig;
+        ASSERT_TRUE(rig.startSystemServices());
+        ASSERT_TRUE(rig.startHelper());
+        ASSERT_TRUE(answerOf(rig.client->SetFanFloor(60)).ok);
+        ASSERT_TRUE(answerOf(rig.client->SetLidStayAwake(true)).ok);
+        ASSERT_TRUE(rig.systemServices.waitForLine("inhibit handle-lid-switch block", 2s));
+
+        rig.helper.signal(signalNumber);
+        EXPECT_EQ(rig.helper.waitForExit(5s), 0) << signalNumber;
+        EXPECT_TRUE(rig.allFansInFirmwareMode()) << signalNumber;
+        EXPECT_TRUE(rig.systemServices.waitForLine("released handle-lid-switch", 2s));
+        const QString log = rig.helperLog();
+        const auto signalLine = log.indexOf("Quillon daemon: received termination signal — releasing to Apple");
+        EXPECT_GE(signalLine, 0) << log.toStdString();
+        EXPECT_GT(log.indexOf("Quillon daemon: released to Apple-auto (verified, attempt 1)", signalLine), signalLine);
+    }
+}
+
+TEST(HelperSafety, AfterAKilledHelperTheStopTimeReleaseHandsTheFansBack)
+{
+    HelperRig rig;
+    ASSERT_TRUE(rig.startHelper());
+    ASSERT_TRUE(answerOf(rig.client->SetFanFloor(70)).ok);
+    rig.helper.signal(SIGKILL);
+    rig.helper.waitForExit(5s);
+    ASSERT_EQ(rig.mode(0), 1);
+
+    auto release = ChildProcess::run(QUILLON_HELPER_BIN, {"--release"}, rig.environment());
+    EXPECT_EQ(release.exitCode, 0) << release.err;
+    EXPECT_TRUE(rig.allFansInFirmwareMode());
+    EXPECT_NE(release.err.find("Quillon daemon: released to Apple-auto (verified, attempt 1)"), std::string::npos);
+
+    rig.smc.writeU8("QFLT", quillon::smc::SimulatedMac::modeReadsBackManual);
+    release = ChildProcess::run(QUILLON_HELPER_BIN, {"--release"}, rig.environment());
+    EXPECT_EQ(release.exitCode, 1) << "an unverified release fails";
+    EXPECT_NE(release.err.find("WARNING — could not verify auto mode after retries"), std::string::npos);
+}
+
+TEST(HelperSafety, LosingTheBusReleasesAndExitsForARestart)
+{
+    HelperRig rig;
+    ASSERT_TRUE(rig.startHelper());
+    ASSERT_TRUE(answerOf(rig.client->SetFanFloor(50)).ok);
+    rig.bus.kill();
+    EXPECT_EQ(rig.helper.waitForExit(5s), 1);
+    EXPECT_TRUE(rig.allFansInFirmwareMode());
+    EXPECT_TRUE(rig.helperLog().contains("Quillon daemon: lost the bus connection — releasing to Apple"));
+}
+
+TEST(HelperSafety, WithoutLogindTheLidRequestIsLoggedAndAnswered)
+{
+    HelperRig rig; // nothing serves logind on this bus
+    ASSERT_TRUE(rig.startHelper());
+    const Answer answer = answerOf(rig.client->SetLidStayAwake(true));
+    EXPECT_TRUE(answer.ok);
+    EXPECT_EQ(answer.text, "lid-stay-awake on");
+    EXPECT_TRUE(rig.helperLog().contains(
+        "Quillon daemon: pmset disablesleep failed: org.freedesktop.DBus.Error.ServiceUnknown"));
+}
+
+} // namespace
