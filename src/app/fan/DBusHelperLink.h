@@ -1,0 +1,57 @@
+#pragma once
+
+#include "HelperLink.h"
+
+#include <QDBusConnection>
+#include <QPointer>
+
+#include <memory>
+
+class FanHelperProxy;
+class QDBusServiceWatcher;
+
+namespace quillon::app {
+
+// The helper link over D-Bus: the proxy generated from the helper's interface
+// description, on the bus QUILLON_HELPER_BUS names. The helper's name leaving
+// the bus closes the connection (connectionLost); the name passing straight
+// to a new owner is an interruption; an error reply closes it too
+// (requestFailed). A status request still outstanding makes the next one a
+// no-op, so a hung helper never piles up requests.
+class DBusHelperLink : public HelperLink {
+    Q_OBJECT
+public:
+    static constexpr int kCallTimeoutMs = 5000;
+
+    explicit DBusHelperLink(const QDBusConnection& bus, QObject* parent = nullptr);
+    ~DBusHelperLink() override;
+
+    bool helperAvailable() override;
+    void connectIfNeeded() override;
+    bool isOpen() const override { return m_proxy != nullptr; }
+    void invalidate() override;
+
+    void getStatus(QObject* context, StatusReply reply) override;
+    void setFanFloor(double percent, QObject* context, Reply reply) override;
+    void stopBoost(QObject* context, Reply reply) override;
+    void setLidStayAwake(bool on, QObject* context, Reply reply) override;
+
+    // The status payload with nested D-Bus containers ("fans") turned into
+    // plain lists and maps.
+    static QVariantMap plainStatus(const QVariantMap& status);
+
+private:
+    void onOwnerChanged(const QString& name, const QString& oldOwner, const QString& newOwner);
+    void requestStatus(QObject* context, StatusReply reply);
+    template <typename Call> void boolTextCall(Call call, QObject* context, Reply reply);
+    // A failed call closes the connection it was made on, not a newer one.
+    void failed(quint64 generation, const QString& text);
+
+    QDBusConnection m_bus;
+    std::unique_ptr<FanHelperProxy> m_proxy;
+    std::unique_ptr<QDBusServiceWatcher> m_watcher;
+    quint64 m_generation = 0;
+    bool m_statusPending = false;
+};
+
+} // namespace quillon::app

@@ -1,0 +1,81 @@
+// The app's fan model against the real helper: quillon-helper --daemon on a
+// private bus over the shared simulated Mac, reached through DBusHelperLink.
+#include "DaemonHarness.h"
+#include "app/Settings.h"
+#include "app/fan/DBusHelperLink.h"
+#include "app/fan/FanController.h"
+#include "platform/Clock.h"
+
+#include <gtest/gtest.h>
+
+#include <QTemporaryDir>
+
+#include <csignal>
+
+using namespace quillon::test;
+using namespace std::chrono_literals;
+using quillon::app::FanController;
+
+namespace {
+
+class FanControllerLive : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        ASSERT_TRUE(rig.mac.ready);
+        ASSERT_EQ(rig.smc.writeU8("QLOD", 100), 0u); // a machine under full load
+        ASSERT_TRUE(rig.startHelper()) << rig.helperLog().toStdString();
+        bus = std::make_unique<QDBusConnection>(QDBusConnection::connectToBus(rig.bus.address(), "fan-app"));
+        ASSERT_TRUE(bus->isConnected());
+        link = std::make_unique<quillon::app::DBusHelperLink>(*bus);
+        FanController::Parts parts;
+        parts.link = link.get();
+        parts.settings = &settings;
+        parts.clock = &clock;
+        fan = std::make_unique<FanController>(std::move(parts)); // real 1-second poll
+    }
+    void TearDown() override
+    {
+        fan.reset();
+        link.reset();
+        QDBusConnection::disconnectFromBus("fan-app");
+    }
+
+    HelperRig rig;
+    QTemporaryDir dir;
+    quillon::app::Settings settings{dir.path() + "/Quillon.ini"};
+    quillon::platform::SystemClock clock;
+    std::unique_ptr<QDBusConnection> bus;
+    std::unique_ptr<quillon::app::DBusHelperLink> link;
+    std::unique_ptr<FanController> fan;
+};
+
+TEST_F(FanControllerLive, MaxProfileSpinsTheFansUpAndOffHandsThemBack)
+{
+    EXPECT_TRUE(fan->helperInstalled());
+    ASSERT_TRUE(waitUntil([&] { return fan->cpuTemp().has_value() && fan->fans().size() == 2; }, 5s));
+
+    fan->setCoolingProfile(quillon::core::CoolingProfile::Kind::max);
+    fan->setFansEnabled(true);
+    const float minimum = rig.smc.readFlt("F0Mn");
+    ASSERT_TRUE(waitUntil([&] { return fan->isBoosted() && rig.mode(0) == 1 && rig.mode(1) == 1; }, 5s))
+        << rig.helperLog().toStdString();
+    EXPECT_TRUE(fan->autoEngaged());
+    ASSERT_TRUE(waitUntil([&] { return rig.smc.readFlt("F0Ac") > minimum + 1500; }, 8s));
+    EXPECT_TRUE(waitUntil([&] { return !fan->fans().isEmpty() && static_cast<float>(fan->fans()[0].currentRPM) > minimum + 1500; }, 3s));
+
+    fan->setFansEnabled(false);
+    EXPECT_TRUE(waitUntil([&] { return rig.allFansInFirmwareMode() && !fan->isBoosted(); }, 5s))
+        << rig.helperLog().toStdString();
+}
+
+TEST_F(FanControllerLive, StoppingTheHelperShowsTheLostConnection)
+{
+    ASSERT_TRUE(waitUntil([&] { return fan->cpuTemp().has_value(); }, 5s));
+    rig.helper.signal(SIGTERM);
+    EXPECT_TRUE(waitUntil([&] { return fan->statusMessage() == "Helper-Verbindung verloren"; }, 5s))
+        << fan->statusMessage().toStdString();
+    EXPECT_FALSE(link->isOpen());
+}
+
+} // namespace

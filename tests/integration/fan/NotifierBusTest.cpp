@@ -1,0 +1,131 @@
+// The notifier against a notification server on a private session bus.
+#include "DaemonHarness.h"
+#include "app/Notifier.h"
+#include "app/Translations.h"
+#include "platform/linux/FreedesktopNotifications.h"
+
+#include <gtest/gtest.h>
+
+#include <QDBusConnection>
+
+using namespace quillon::test;
+using namespace std::chrono_literals;
+
+namespace {
+
+// A minimal org.freedesktop.Notifications: keeps what is on screen, replaces
+// by id, and lets the test press a button.
+class NotificationServer : public QObject {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Notifications")
+public:
+    struct Shown {
+        uint id;
+        QString summary;
+        QString body;
+        QStringList actions;
+    };
+    QList<Shown> shown;
+
+public slots:
+    uint Notify(const QString&, uint replacesId, const QString&, const QString& summary, const QString& body,
+        const QStringList& actions, const QVariantMap&, int)
+    {
+        for (qsizetype i = 0; i < shown.size(); ++i) {
+            if (shown[i].id == replacesId) {
+                shown[i] = {replacesId, summary, body, actions};
+                return replacesId;
+            }
+        }
+        shown.append({++m_lastId, summary, body, actions});
+        return m_lastId;
+    }
+    QStringList GetCapabilities() { return {"actions", "body"}; }
+
+signals:
+    void ActionInvoked(uint id, const QString& actionKey);
+    void NotificationClosed(uint id, uint reason);
+
+private:
+    uint m_lastId = 0;
+};
+
+class NotifierBus : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        ASSERT_TRUE(bus.ready());
+        server = QDBusConnection::connectToBus(bus.address(), "notification-server");
+        client = QDBusConnection::connectToBus(bus.address(), "notification-client");
+        ASSERT_TRUE(server.registerObject("/org/freedesktop/Notifications", &notifications,
+            QDBusConnection::ExportAllSlots | QDBusConnection::ExportAllSignals));
+        ASSERT_TRUE(server.registerService("org.freedesktop.Notifications"));
+        center = std::make_unique<quillon::platform::linux_::FreedesktopNotifications>(client);
+        notifier = std::make_unique<quillon::app::Notifier>(center.get());
+    }
+    void TearDown() override
+    {
+        notifier.reset();
+        center.reset();
+        QDBusConnection::disconnectFromBus("notification-client");
+        QDBusConnection::disconnectFromBus("notification-server");
+        quillon::app::Translations::apply(false);
+    }
+    bool shownCount(qsizetype n) { return waitUntil([&] { return notifications.shown.size() == n; }, 3s); }
+
+    PrivateBus bus;
+    NotificationServer notifications;
+    QDBusConnection server{QString()};
+    QDBusConnection client{QString()};
+    std::unique_ptr<quillon::platform::linux_::FreedesktopNotifications> center;
+    std::unique_ptr<quillon::app::Notifier> notifier;
+};
+
+TEST_F(NotifierBus, PostsTitleAndBodyAsGiven)
+{
+    EXPECT_TRUE(center->available());
+    notifier->notify("Fan boost finished", "The boost timer ended — fans are back on automatic.");
+    ASSERT_TRUE(shownCount(1));
+    EXPECT_EQ(notifications.shown[0].summary, "Fan boost finished");
+    EXPECT_EQ(notifications.shown[0].body, "The boost timer ended — fans are back on automatic.");
+    EXPECT_TRUE(notifications.shown[0].actions.isEmpty());
+}
+
+TEST_F(NotifierBus, LidReminderIsReplacedInEitherLanguageAndItsTurnOffCallsBack)
+{
+    int disabled = 0;
+    notifier->onLidReminderDisable = [&] { ++disabled; };
+    notifier->notifyLidStillOn();
+    ASSERT_TRUE(shownCount(1));
+    EXPECT_EQ(notifications.shown[0].summary, "☀️ Closed-lid keep-awake is still on");
+    EXPECT_EQ(notifications.shown[0].actions, (QStringList{"LID_OFF", "Turn off", "LID_KEEP", "Keep on"}));
+    waitUntil([] { return false; }, 200ms); // the server's answer, with the id to replace, reaches the app
+
+    ASSERT_TRUE(quillon::app::Translations::apply(true));
+    notifier->notifyLidStillOn();
+    ASSERT_TRUE(waitUntil([&] { return notifications.shown[0].summary == "☀️ Zugeklappt-Wachhalten läuft noch"; }, 3s));
+    EXPECT_EQ(notifications.shown.size(), 1); // replaced, not duplicated
+    EXPECT_EQ(notifications.shown[0].body, "Willkommen zurück. Weiter zugeklappt wach lassen, oder ausschalten?");
+    EXPECT_EQ(notifications.shown[0].actions, (QStringList{"LID_OFF", "Ausschalten", "LID_KEEP", "Anlassen"}));
+
+    const uint id = notifications.shown[0].id;
+    emit notifications.ActionInvoked(id, "LID_KEEP");
+    emit notifications.ActionInvoked(id + 100, "LID_OFF"); // someone else's notification
+    emit notifications.ActionInvoked(id, "LID_OFF");
+    EXPECT_TRUE(waitUntil([&] { return disabled == 1; }, 3s));
+    waitUntil([] { return false; }, 200ms);
+    EXPECT_EQ(disabled, 1);
+}
+
+TEST_F(NotifierBus, NoServerMeansSilence)
+{
+    server.unregisterService("org.freedesktop.Notifications");
+    EXPECT_FALSE(center->available());
+    notifier->notify("title", "body");
+    waitUntil([] { return false; }, 200ms);
+    EXPECT_TRUE(notifications.shown.isEmpty());
+}
+
+} // namespace
+
+#include "NotifierBusTest.moc"
