@@ -36,6 +36,13 @@ public:
             posted(id);
     }
     void invoke(quint32 id, const QString& action) { emit actionInvoked(id, action); }
+    QStringList titles() const
+    {
+        QStringList list;
+        for (const auto& n : shown)
+            list.append(n.title);
+        return list;
+    }
 
 private:
     quint32 m_lastId = 0;

@@ -66,13 +66,7 @@ protected:
             poll(status(t));
     }
 
-    QStringList titlesShown() const
-    {
-        QStringList titles;
-        for (const auto& n : center.shown)
-            titles.append(n.title);
-        return titles;
-    }
+    QStringList titlesShown() const { return center.titles(); }
 
     QTemporaryDir dir;
     app::Settings settings{dir.path() + "/Quillon.conf"};

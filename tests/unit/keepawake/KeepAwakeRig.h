@@ -48,8 +48,16 @@ protected:
 
     void SetUp() override
     {
+        manager = std::make_unique<app::SleepManager>(servicesWith(link));
+        link.deliver();
+        link.clear();
+    }
+
+    // Every fake service, with the given helper link.
+    app::SleepManager::Services servicesWith(app::HelperLink& helperLink)
+    {
         app::SleepManager::Services services;
-        services.helperLink = &link;
+        services.helperLink = &helperLink;
         services.assertions = backend;
         services.powerSupply = supply;
         services.volumes = volumes;
@@ -60,18 +68,10 @@ protected:
         services.settings = &settings;
         services.clock = &clock;
         services.startTimers = false;
-        manager = std::make_unique<app::SleepManager>(std::move(services));
-        link.deliver();
-        link.clear();
+        return services;
     }
 
-    QStringList titles() const
-    {
-        QStringList list;
-        for (const auto& n : center.shown)
-            list.append(n.title);
-        return list;
-    }
+    QStringList titles() const { return center.titles(); }
     // Assertions held right now, by the names the system shows.
     int liveAssertions() const { return static_cast<int>(backend->live.size()); }
 

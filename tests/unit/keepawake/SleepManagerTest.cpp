@@ -13,16 +13,7 @@ protected:
 TEST_F(SleepManagerTest, StartUpClearsWhatAnEarlierRunLeftInTheHelper)
 {
     FakeHelperLink fresh;
-    quillon::app::SleepManager::Services services;
-    services.helperLink = &fresh;
-    services.assertions = backend;
-    services.powerSupply = supply;
-    services.volumes = volumes;
-    services.driveToucher = toucher;
-    services.settings = &settings;
-    services.clock = &clock;
-    services.startTimers = false;
-    quillon::app::SleepManager started(std::move(services));
+    quillon::app::SleepManager started(servicesWith(fresh));
     EXPECT_EQ(fresh.requests, (QStringList{"stopBoost", "setLidStayAwake 0"}));
     EXPECT_FALSE(started.anythingActive());
     EXPECT_EQ(started.lid()->assertions().ids().size(), 0u);
