@@ -105,4 +105,46 @@
         <translation>Netzwerk aktiv halten</translation>
     </message>
 </context>
+<context>
+    <name>quillon::app::SleepManager</name>
+    <message>
+        <source>Keep-awake finished</source>
+        <translation>Wach-Session beendet</translation>
+    </message>
+    <message>
+        <source>The timer ended — your Mac is back to its normal sleep behaviour.</source>
+        <translation>Der Timer ist abgelaufen — dein Mac kehrt zum normalen Energieverhalten zurück.</translation>
+    </message>
+    <message>
+        <source>Today</source>
+        <translation>Heute</translation>
+    </message>
+    <message>
+        <source>Tomorrow</source>
+        <translation>Morgen</translation>
+    </message>
+    <message>
+        <source>🪫 Battery low</source>
+        <translation>🪫 Akku niedrig</translation>
+    </message>
+    <message>
+        <source>Below 15% on battery — keep-awake was stopped so your Mac can sleep.</source>
+        <translation>Unter 15 % auf Akku — Wach bleiben wurde beendet, damit dein Mac schlafen kann.</translation>
+    </message>
+</context>
+<context>
+    <name>quillon::app::LidManager</name>
+    <message>
+        <source>Battery below 15% — closed-lid stopped so the Mac can sleep.</source>
+        <translation>Akku unter 15 % — Zugeklappt-wach beendet, damit der Mac schlafen kann.</translation>
+    </message>
+    <message>
+        <source>Got too hot — closed-lid auto-stopped for safety.</source>
+        <translation>Zu heiß geworden — Zugeklappt-wach automatisch beendet (Sicherheit).</translation>
+    </message>
+    <message>
+        <source>🌡️ Closed-lid stopped</source>
+        <translation>🌡️ Zugeklappt-wach beendet</translation>
+    </message>
+</context>
 </TS>

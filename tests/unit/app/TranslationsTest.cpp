@@ -52,6 +52,17 @@ const Pair kPairs[] = {
     {"☀️ Closed-lid keep-awake is still on", "☀️ Zugeklappt-Wachhalten läuft noch"},
     {"Welcome back. Keep it awake with the lid closed, or turn it off?",
         "Willkommen zurück. Weiter zugeklappt wach lassen, oder ausschalten?"},
+    {"Keep-awake finished", "Wach-Session beendet"},
+    {"The timer ended — your Mac is back to its normal sleep behaviour.",
+        "Der Timer ist abgelaufen — dein Mac kehrt zum normalen Energieverhalten zurück."},
+    {"🪫 Battery low", "🪫 Akku niedrig"},
+    {"Below 15% on battery — keep-awake was stopped so your Mac can sleep.",
+        "Unter 15 % auf Akku — Wach bleiben wurde beendet, damit dein Mac schlafen kann."},
+    {"Battery below 15% — closed-lid stopped so the Mac can sleep.",
+        "Akku unter 15 % — Zugeklappt-wach beendet, damit der Mac schlafen kann."},
+    {"Got too hot — closed-lid auto-stopped for safety.",
+        "Zu heiß geworden — Zugeklappt-wach automatisch beendet (Sicherheit)."},
+    {"🌡️ Closed-lid stopped", "🌡️ Zugeklappt-wach beendet"},
 };
 
 TEST(Translations, EveryTextPairIsInTheTranslationFile)

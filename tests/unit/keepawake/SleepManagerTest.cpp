@@ -1,6 +1,8 @@
 // The menu's keep-awake session, its battery watchdog and the start-up wiring.
 #include "KeepAwakeRig.h"
 
+#include "app/Translations.h"
+
 using namespace quillon::test;
 
 namespace {
@@ -70,14 +72,18 @@ TEST_F(SleepManagerTest, CountdownAndEndTimeTexts)
     manager->tick();
     EXPECT_EQ(manager->remainingText(), "0:00");
 
-    const QDateTime noonToday = QDateTime(clock.now().toLocalTime().date(), QTime(23, 30));
-    manager->apply({Kind::system}, noonToday);
+    const QDateTime lateToday = QDateTime(clock.now().toLocalTime().date(), QTime(23, 30));
+    manager->apply({Kind::system}, lateToday);
     settings.setAppLanguage("en");
     EXPECT_EQ(manager->expiryDescription(), "Today, 11:30 PM");
     settings.setAppLanguage("de");
-    EXPECT_EQ(manager->expiryDescription(), "Today, 23:30"); // the word comes from the installed translator
+    ASSERT_TRUE(quillon::app::Translations::apply(settings));
+    EXPECT_EQ(manager->expiryDescription(), "Heute, 23:30");
+    manager->apply({Kind::system}, lateToday.addDays(1));
+    EXPECT_EQ(manager->expiryDescription(), "Morgen, 23:30");
     manager->apply({Kind::system}, QDateTime(QDate(2027, 1, 5), QTime(8, 5)));
     EXPECT_EQ(manager->expiryDescription(), "05.01.27, 08:05");
+    quillon::app::Translations::apply(false);
 }
 
 TEST_F(SleepManagerTest, ExpiryEndsTheSessionWithANotification)
