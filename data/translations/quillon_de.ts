@@ -147,4 +147,304 @@
         <translation>🌡️ Zugeklappt-wach beendet</translation>
     </message>
 </context>
+<context>
+    <name>CustomEndPicker</name>
+    <message>
+        <source>Start</source>
+        <translation>Starten</translation>
+    </message>
+</context>
+<context>
+    <name>DrivesSection</name>
+    <message>
+        <source>Keep drives awake</source>
+        <translation>Laufwerke wach halten</translation>
+    </message>
+    <message>
+        <source>Off</source>
+        <translation>Aus</translation>
+    </message>
+    <message>
+        <source>No drive chosen</source>
+        <translation>Kein Laufwerk gewählt</translation>
+    </message>
+    <message>
+        <source>Drives: %1 · every %2</source>
+        <translation>Laufwerke: %1 · alle %2</translation>
+    </message>
+    <message>
+        <source>Reads each chosen drive&apos;s top folder at the interval, so it does not spin down. Nothing is written.</source>
+        <translation>Liest im gewählten Abstand den obersten Ordner jedes gewählten Laufwerks, damit es nicht einschläft. Geschrieben wird nichts.</translation>
+    </message>
+    <message>
+        <source>Add a drive</source>
+        <translation>Laufwerk hinzufügen</translation>
+    </message>
+    <message>
+        <source>No other external drive is mounted.</source>
+        <translation>Kein weiteres externes Laufwerk ist eingehängt.</translation>
+    </message>
+</context>
+<context>
+    <name>FanSection</name>
+    <message>
+        <source>Fans</source>
+        <translation>Lüfter</translation>
+    </message>
+    <message>
+        <source>Automatic</source>
+        <translation>Automatisch</translation>
+    </message>
+    <message>
+        <source>Manual</source>
+        <translation>Manuell</translation>
+    </message>
+    <message>
+        <source>Boost for</source>
+        <translation>Boost für</translation>
+    </message>
+</context>
+<context>
+    <name>Footer</name>
+    <message>
+        <source>Quit Quillon</source>
+        <translation>Quillon beenden</translation>
+    </message>
+</context>
+<context>
+    <name>KeepAwakeSection</name>
+    <message>
+        <source>Keep awake</source>
+        <translation>Wach halten</translation>
+    </message>
+    <message>
+        <source>Stay awake for</source>
+        <translation>Wach bleiben für</translation>
+    </message>
+    <message>
+        <source>Custom end time…</source>
+        <translation>Eigene Endzeit…</translation>
+    </message>
+    <message>
+        <source>Turn off</source>
+        <translation>Ausschalten</translation>
+    </message>
+</context>
+<context>
+    <name>LidSection</name>
+    <message>
+        <source>Closed lid</source>
+        <translation>Zugeklappt</translation>
+    </message>
+    <message>
+        <source>On — stays awake with the lid closed</source>
+        <translation>An — bleibt zugeklappt wach</translation>
+    </message>
+    <message>
+        <source>Off</source>
+        <translation>Aus</translation>
+    </message>
+    <message>
+        <source>Keeps the Mac running with the lid closed and cools it on the balanced profile. Stops by itself when it gets too hot or the battery falls below 15 %.</source>
+        <translation>Hält den Mac zugeklappt am Laufen und kühlt ihn mit dem ausgewogenen Profil. Stoppt von selbst, wenn es zu heiß wird oder der Akku unter 15 % fällt.</translation>
+    </message>
+</context>
+<context>
+    <name>LoginPrompt</name>
+    <message>
+        <source>Start Quillon automatically at login?</source>
+        <translation>Quillon beim Anmelden automatisch starten?</translation>
+    </message>
+    <message>
+        <source>Yes</source>
+        <translation>Ja</translation>
+    </message>
+    <message>
+        <source>Not now</source>
+        <translation>Jetzt nicht</translation>
+    </message>
+</context>
+<context>
+    <name>PanelTexts</name>
+    <message>
+        <source>Awake · %1 left</source>
+        <translation>Wach · noch %1</translation>
+    </message>
+    <message>
+        <source>Awake until you turn it off</source>
+        <translation>Wach, bis du es ausschaltest</translation>
+    </message>
+    <message>
+        <source>Stays awake with the lid closed</source>
+        <translation>Bleibt zugeklappt wach</translation>
+    </message>
+    <message>
+        <source>Fan control · %1</source>
+        <translation>Lüftersteuerung · %1</translation>
+    </message>
+    <message>
+        <source>Your Mac sleeps as usual.</source>
+        <translation>Dein Mac schläft wie gewohnt.</translation>
+    </message>
+    <message>
+        <source>The fan helper is not installed, so fan control is off.</source>
+        <translation>Der Lüfter-Helper ist nicht installiert, daher ist die Lüftersteuerung aus.</translation>
+    </message>
+    <message>
+        <source>Off</source>
+        <translation>Aus</translation>
+    </message>
+    <message>
+        <source>On until you turn it off</source>
+        <translation>An, bis du es ausschaltest</translation>
+    </message>
+    <message>
+        <source>%1 left · ends %2</source>
+        <translation>noch %1 · endet %2</translation>
+    </message>
+    <message>
+        <source>That time has already passed.</source>
+        <translation>Diese Zeit ist schon vorbei.</translation>
+    </message>
+    <message>
+        <source>Ends %1</source>
+        <translation>Endet %1</translation>
+    </message>
+    <message>
+        <source>Mac takes over — fans at %1% due to heat</source>
+        <translation>Mac übernimmt — Lüfter wegen Hitze auf %1 %</translation>
+    </message>
+    <message>
+        <source>Fans spinning up …</source>
+        <translation>Lüfter drehen hoch …</translation>
+    </message>
+    <message>
+        <source>Fans starting any moment …</source>
+        <translation>Lüfter starten jeden Moment …</translation>
+    </message>
+    <message>
+        <source>Active · floor %1 %</source>
+        <translation>Aktiv · Untergrenze %1 %</translation>
+    </message>
+    <message>
+        <source>Watching — quiet until it warms up</source>
+        <translation>Beobachtet — leise, bis es warm wird</translation>
+    </message>
+    <message>
+        <source>Manual · floor %1 %</source>
+        <translation>Manuell · Untergrenze %1 %</translation>
+    </message>
+    <message>
+        <source>Manual · waiting for the helper</source>
+        <translation>Manuell · wartet auf den Helper</translation>
+    </message>
+    <message>
+        <source>Off — the Mac runs its fans itself</source>
+        <translation>Aus — der Mac regelt seine Lüfter selbst</translation>
+    </message>
+    <message>
+        <source>No temperature reading yet</source>
+        <translation>Noch keine Temperatur gemessen</translation>
+    </message>
+    <message>
+        <source>Fan %1 · %2 rpm</source>
+        <translation>Lüfter %1 · %2 U/min</translation>
+    </message>
+    <message>
+        <source>In force: %1, asked for by closed lid or automation</source>
+        <translation>Aktiv: %1, angefordert von Zugeklappt oder Automatik</translation>
+    </message>
+    <message>
+        <source>Boost ends in %1</source>
+        <translation>Boost endet in %1</translation>
+    </message>
+    <message>
+        <source>Silent</source>
+        <translation>Leise</translation>
+    </message>
+    <message>
+        <source>Balanced</source>
+        <translation>Ausgewogen</translation>
+    </message>
+    <message>
+        <source>Max</source>
+        <translation>Max</translation>
+    </message>
+    <message>
+        <source>Quiet — runs a bit cooler than macOS without getting loud.</source>
+        <translation>Leise — hält den Mac etwas kühler als macOS, ohne laut zu werden.</translation>
+    </message>
+    <message>
+        <source>Keeps the Mac comfortably cool at moderate noise.</source>
+        <translation>Hält den Mac angenehm kühl bei moderater Lautstärke.</translation>
+    </message>
+    <message>
+        <source>Maximum cooling — audible baseline, keeps the Mac cold.</source>
+        <translation>Maximale Kühlung — hörbarer Grundpegel, hält den Mac kalt.</translation>
+    </message>
+    <message>
+        <source>Battery %1%</source>
+        <translation>Akku %1 %</translation>
+    </message>
+    <message>
+        <source>Battery</source>
+        <translation>Akku</translation>
+    </message>
+    <message>
+        <source>charging with %1 W</source>
+        <translation>lädt mit %1 W</translation>
+    </message>
+    <message>
+        <source>adapter too weak, draining %1 W</source>
+        <translation>Netzteil zu schwach, entlädt %1 W</translation>
+    </message>
+    <message>
+        <source>on battery, using %1 W</source>
+        <translation>auf Akku, verbraucht %1 W</translation>
+    </message>
+    <message>
+        <source>on power</source>
+        <translation>am Netz</translation>
+    </message>
+</context>
+<context>
+    <name>SimulatedLoadSection</name>
+    <message>
+        <source>Simulated load</source>
+        <translation>Simulierte Last</translation>
+    </message>
+    <message>
+        <source>Demo: heats the simulated Mac, so the fans have something to do.</source>
+        <translation>Demo: heizt den simulierten Mac auf, damit die Lüfter etwas zu tun haben.</translation>
+    </message>
+</context>
+<context>
+    <name>StatusSection</name>
+    <message>
+        <source>All off</source>
+        <translation>Alles aus</translation>
+    </message>
+</context>
+<context>
+    <name>ThrottleBadge</name>
+    <message>
+        <source>Elevated</source>
+        <translation>Last erhöht</translation>
+    </message>
+    <message>
+        <source>Throttling</source>
+        <translation>Drosselung</translation>
+    </message>
+    <message>
+        <source>Critical</source>
+        <translation>Kritisch</translation>
+    </message>
+</context>
+<context>
+    <name>quillon::ui::SimulatedLoad</name>
+    <message>
+        <source>The simulated Mac did not take the new load.</source>
+        <translation>Der simulierte Mac hat die neue Last nicht übernommen.</translation>
+    </message>
+</context>
 </TS>

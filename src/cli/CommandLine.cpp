@@ -25,6 +25,9 @@ void CommandLine::printUsage(const char* program, bool toStdout)
     std::FILE* stream = toStdout ? stdout : stderr;
     std::fprintf(stream,
                  "Usage: %s [ROLE]\n"
+                 "  (none) or --demo                  the tray app (quillon only); --demo: on a simulated Mac\n"
+                 "                                    with a fan helper of its own\n"
+                 "  ctl COMMAND                       script the running tray app (quillon only; ctl help)\n"
                  "  --daemon                          run the privileged fan helper\n"
                  "  --release                         hand every fan back to firmware control and exit\n"
                  "  --temps                           list the safety sensors and the curve's demand\n"

@@ -1,0 +1,127 @@
+#include "AppDelegate.h"
+
+#include "AppServices.h"
+#include "LaunchRecord.h"
+#include "app/Settings.h"
+#include "app/Translations.h"
+#include "app/fan/FanController.h"
+#include "app/power/SleepManager.h"
+#include "ui/panel/PanelState.h"
+#include "ui/panel/PanelViews.h"
+#include "ui/panel/PanelWindow.h"
+#include "ui/scripting/ScriptingService.h"
+#include "ui/tray/TrayIcon.h"
+
+#include <QCoreApplication>
+#include <QDBusConnection>
+
+namespace quillon::ui {
+
+AppDelegate::AppDelegate(Options options, QObject* parent)
+    : QObject(parent)
+    , m_options(std::move(options))
+{
+    // Model changes come in bursts (one status poll changes several
+    // properties): redraw once, after the burst.
+    m_iconUpdate.setSingleShot(true);
+    m_iconUpdate.setInterval(0);
+    connect(&m_iconUpdate, &QTimer::timeout, this, &AppDelegate::updateIcon);
+}
+
+AppDelegate::~AppDelegate() = default;
+
+void AppDelegate::applicationDidFinishLaunching()
+{
+    m_services = std::make_unique<AppServices>(m_options.settingsFile);
+    app::Settings& settings = m_services->settings();
+    app::Translations::apply(settings);
+    connect(&settings, &app::Settings::changed, this, [this](const QString& key) {
+        if (key == QLatin1String(app::Settings::Key::appLanguage))
+            languageChanged();
+        else if (key == QLatin1String(app::Settings::Key::showTempInMenuBar))
+            scheduleIconUpdate();
+    });
+
+    m_manager = std::make_unique<app::SleepManager>(m_services->services());
+
+    m_tray = std::make_unique<TrayIcon>();
+    m_tray->show(IconState::of(false, false, std::nullopt, std::nullopt));
+    connect(m_tray.get(), &TrayIcon::clicked, this, &AppDelegate::togglePopover);
+
+    buildPanel();
+
+    connect(m_manager.get(), &app::SleepManager::anythingActiveChanged, this, &AppDelegate::scheduleIconUpdate);
+    connect(m_manager->fan(), &app::FanController::temperaturesChanged, this, &AppDelegate::scheduleIconUpdate);
+    updateIcon();
+
+    // A new or updated build presents itself once.
+    if (LaunchRecord::recordLaunch(settings, m_options.build))
+        QTimer::singleShot(LaunchRecord::kFirstOpenDelayMs, this, &AppDelegate::openPopover);
+}
+
+void AppDelegate::buildPanel()
+{
+    m_views = std::make_unique<PanelViews>(
+        *m_manager, m_services->settings(), m_options.loginItem, m_services->clock(), m_options.load);
+    m_panel = std::make_unique<PanelWindow>(m_views->rootProperties());
+    PanelState& state = m_views->state();
+    connect(m_panel.get(), &PanelWindow::shownChanged, &state, &PanelState::setShown);
+    connect(&state, &PanelState::closeRequested, m_panel.get(), &PanelWindow::hide);
+    connect(&state, &PanelState::quitRequested, this, &AppDelegate::quit);
+}
+
+bool AppDelegate::startScripting(QString& error)
+{
+    ScriptingService::Hooks hooks{
+        [this] { return iconState(); },
+        [this] { openPopover(); },
+        [this] { quit(); },
+    };
+    m_scripting = std::make_unique<ScriptingService>(*m_manager, m_services->helperLink(), std::move(hooks));
+    return m_scripting->registerOn(QDBusConnection::sessionBus(), error);
+}
+
+void AppDelegate::togglePopover()
+{
+    if (m_panel->isVisible())
+        m_panel->hide();
+    else if (!m_panel->justLostFocus())
+        openPopover();
+}
+
+void AppDelegate::openPopover()
+{
+    if (!m_panel->isVisible())
+        m_panel->show(m_tray->geometry());
+}
+
+void AppDelegate::quit()
+{
+    m_panel->hide();
+    QCoreApplication::quit();
+}
+
+IconState AppDelegate::iconState() const
+{
+    return m_tray->state();
+}
+
+void AppDelegate::scheduleIconUpdate()
+{
+    m_iconUpdate.start();
+}
+
+void AppDelegate::updateIcon()
+{
+    const app::FanController& fan = *m_manager->fan();
+    m_tray->show(IconState::of(m_manager->anythingActive(),
+        m_services->settings().flag(app::Settings::Key::showTempInMenuBar), fan.cpuTempSmoothed(), fan.cpuTemp()));
+}
+
+void AppDelegate::languageChanged()
+{
+    app::Translations::apply(m_services->settings());
+    m_panel->retranslate();
+}
+
+} // namespace quillon::ui

@@ -1,0 +1,51 @@
+#pragma once
+
+#include "app/power/SleepManager.h"
+#include "platform/Clock.h"
+
+#include <QString>
+#include <memory>
+
+namespace quillon::app {
+class HelperLink;
+class Notifier;
+class Settings;
+} // namespace quillon::app
+
+namespace quillon::platform {
+class LidSensor;
+class NotificationCenter;
+class ThermalPressure;
+} // namespace quillon::platform
+
+namespace quillon::ui {
+
+// Everything the models run on in the tray app, made once at launch: the
+// settings, the clock, the Linux backends from LinuxPlatform, the notifier,
+// and the link to the fan helper on the bus QUILLON_HELPER_BUS names.
+class AppServices {
+public:
+    // settingsFile: empty for the user's own settings.
+    explicit AppServices(const QString& settingsFile = {});
+    ~AppServices();
+    AppServices(const AppServices&) = delete;
+    AppServices& operator=(const AppServices&) = delete;
+
+    // What the root model is built on.
+    app::SleepManager::Services services();
+
+    app::Settings& settings() { return *m_settings; }
+    const platform::Clock& clock() const { return m_clock; }
+    app::HelperLink& helperLink() { return *m_helperLink; }
+
+private:
+    std::unique_ptr<app::Settings> m_settings;
+    platform::SystemClock m_clock;
+    std::unique_ptr<platform::NotificationCenter> m_notifications;
+    std::unique_ptr<app::Notifier> m_notifier;
+    std::unique_ptr<platform::ThermalPressure> m_thermal;
+    std::unique_ptr<platform::LidSensor> m_lid;
+    std::unique_ptr<app::HelperLink> m_helperLink;
+};
+
+} // namespace quillon::ui

@@ -1,0 +1,187 @@
+#include "TrayApp.h"
+
+#include "AppDelegate.h"
+#include "app/Settings.h"
+#include "ui/ctl/CtlCommand.h"
+#include "ui/demo/DemoMode.h"
+#include "ui/demo/SimulatedLoad.h"
+#include "ui/scripting/ScriptingService.h"
+
+#include "daemon/TerminationSignals.h"
+#include "smc/SharedSimClient.h"
+
+#include <QApplication>
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QDBusMessage>
+#include <QIcon>
+#include <QQuickStyle>
+#include <QQuickWindow>
+#include <cstdio>
+#include <optional>
+
+namespace quillon::ui {
+
+namespace {
+
+constexpr int kExitFailed = 1;
+constexpr int kExitUsage = 2;
+
+void usage(const char* program)
+{
+    std::fprintf(stderr,
+        "Usage: %s [--demo]        the tray app (--demo: on a simulated Mac with a helper of its own)\n"
+        "       %s ctl COMMAND     script the running app (%s ctl help lists the commands)\n"
+        "       %s --help          every other role\n",
+        program, program, program, program);
+}
+
+// Whether the arguments are --demo and Qt's own options at most, checked
+// before Qt needs a display. Qt's options have one dash ("-platform
+// offscreen", "-reverse"); a word after one is its value.
+bool onlyKnownArguments(int argc, char** argv)
+{
+    for (int i = 1; i < argc; ++i) {
+        const QLatin1String arg(argv[i]);
+        if (arg == QLatin1String("--demo"))
+            continue;
+        if (!arg.startsWith('-') || arg.startsWith(QLatin1String("--")))
+            return false;
+        if (i + 1 < argc && !QLatin1String(argv[i + 1]).startsWith('-'))
+            ++i;
+    }
+    return true;
+}
+
+// Whether Qt will find a display: a session's, or a platform named for it.
+bool graphicalSession(int argc, char** argv)
+{
+    for (const char* variable : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"}) {
+        if (!qEnvironmentVariableIsEmpty(variable))
+            return true;
+    }
+    for (int i = 1; i < argc; ++i) {
+        if (QLatin1String(argv[i]) == QLatin1String("-platform"))
+            return true;
+    }
+    return false;
+}
+
+// Another instance already runs: show its panel instead of a second icon.
+bool handOverToRunningInstance()
+{
+    QDBusConnection bus = QDBusConnection::sessionBus();
+    const QString service = QString::fromLatin1(ScriptingService::kService);
+    if (!bus.isConnected() || !bus.interface()->isServiceRegistered(service).value())
+        return false;
+    bus.call(QDBusMessage::createMethodCall(
+        service, QString::fromLatin1(ScriptingService::kObjectPath), service, QStringLiteral("ShowPanel")));
+    return true;
+}
+
+// Starts the demo's processes and points the app at them; false, with the
+// reason printed, when they cannot start.
+bool enterDemo(DemoMode& demo, AppDelegate::Options& options, std::unique_ptr<SimulatedLoad>& load, const char* program)
+{
+    QString error;
+    if (!demo.start(error)) {
+        std::fprintf(stderr, "%s: the demo cannot start: %s\n", program, qPrintable(error));
+        return false;
+    }
+    // The app's models find the demo's helper and Mac through the environment, like any client.
+    qputenv("QUILLON_SMC", demo.smcSetting().toLocal8Bit());
+    qputenv("QUILLON_HELPER_BUS", demo.busAddress().toLocal8Bit());
+    // The demo leaves the user's settings and autostart entry alone, and
+    // shows the simulated Mac's temperature beside the icon.
+    options.settingsFile = demo.directory() + QStringLiteral("/Quillon.conf");
+    app::Settings(options.settingsFile).setFlag(app::Settings::Key::showTempInMenuBar, true);
+    options.loginItem = LoginItem(demo.directory(), {}, QApplication::applicationFilePath());
+    load = std::make_unique<SimulatedLoad>(std::make_unique<smc::SharedSimClient>(demo.socketPath().toStdString()));
+    options.load = load.get();
+    std::printf("Quillon demo: a simulated Mac and its fan helper are running (%s).\n"
+                "Script it with: %s ctl status\n",
+        qPrintable(demo.directory()), program);
+    std::fflush(stdout);
+    return true;
+}
+
+} // namespace
+
+int TrayApp::run(int argc, char** argv)
+{
+    if (argc >= 2 && QLatin1String(argv[1]) == QLatin1String("ctl")) {
+        QStringList args;
+        for (int i = 2; i < argc; ++i)
+            args.append(QString::fromLocal8Bit(argv[i]));
+        return CtlCommand::run(argc, argv, args);
+    }
+
+    if (!onlyKnownArguments(argc, argv)) {
+        usage(argv[0]);
+        return kExitUsage;
+    }
+
+    if (!graphicalSession(argc, argv)) {
+        std::fprintf(stderr,
+            "%s: the tray app needs a graphical session (neither DISPLAY nor WAYLAND_DISPLAY is set).\n"
+            "bash scripts/demo.sh shows it on a virtual display.\n",
+            argv[0]);
+        return kExitFailed;
+    }
+
+    // Qt takes its own options out of argv here.
+    QApplication application(argc, argv);
+    QApplication::setApplicationName(QStringLiteral("Quillon"));
+    QApplication::setOrganizationName(QStringLiteral("quillon"));
+    QApplication::setDesktopFileName(QStringLiteral("org.quillon.Quillon"));
+    QApplication::setWindowIcon(QIcon(QStringLiteral(":/icons/org.quillon.Quillon.svg")));
+    QApplication::setQuitOnLastWindowClosed(false);
+    QQuickStyle::setStyle(QStringLiteral("Fusion"));
+    // A small 2D panel needs no GPU: software rendering spares the app a GL
+    // context and the graphics driver's memory (QT_QUICK_BACKEND overrides).
+    if (qEnvironmentVariableIsEmpty("QT_QUICK_BACKEND"))
+        QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+
+    const QStringList args = QApplication::arguments().mid(1);
+    const bool demo = args == QStringList{QStringLiteral("--demo")};
+    if (!args.isEmpty() && !demo) {
+        usage(argv[0]);
+        return kExitUsage;
+    }
+
+    if (handOverToRunningInstance()) {
+        if (demo) {
+            std::fprintf(stderr, "%s: Quillon is already running; quit it before starting the demo.\n", argv[0]);
+            return kExitFailed;
+        }
+        return 0;
+    }
+
+    AppDelegate::Options options;
+    options.build = QStringLiteral(QUILLON_BUILD);
+    std::optional<DemoMode> demoMode;
+    std::unique_ptr<SimulatedLoad> load;
+    if (demo) {
+        demoMode.emplace(QApplication::applicationDirPath() + QStringLiteral("/quillon-helper"));
+        if (!enterDemo(*demoMode, options, load, argv[0]))
+            return kExitFailed;
+    }
+
+    daemon::TerminationSignals termination;
+    QObject::connect(&termination, &daemon::TerminationSignals::received, &application, &QApplication::quit);
+
+    int status = 0;
+    {
+        AppDelegate delegate(std::move(options));
+        delegate.applicationDidFinishLaunching();
+        QString error;
+        if (!delegate.startScripting(error))
+            std::fprintf(stderr, "%s: quillon ctl is unavailable: %s\n", argv[0], qPrintable(error));
+        status = QApplication::exec();
+    }
+    if (demoMode)
+        demoMode->stop();
+    return status;
+}
+
+} // namespace quillon::ui

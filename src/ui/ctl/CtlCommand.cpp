@@ -1,0 +1,103 @@
+#include "CtlCommand.h"
+
+#include "CtlRequest.h"
+#include "QuillonProxy.h"
+
+#include <QCoreApplication>
+#include <QDBusConnection>
+#include <QJsonDocument>
+#include <cstdio>
+
+namespace quillon::ui {
+
+namespace {
+
+constexpr const char* kService = "org.quillon.Quillon";
+constexpr const char* kObjectPath = "/org/quillon/Quillon";
+constexpr int kCallTimeoutMs = 10000;
+
+void print(std::FILE* stream, const QString& text)
+{
+    const QByteArray bytes = text.toLocal8Bit();
+    std::fwrite(bytes.constData(), 1, static_cast<size_t>(bytes.size()), stream);
+    if (!text.endsWith(QLatin1Char('\n')))
+        std::fputc('\n', stream);
+}
+
+// A (b ok, s text) answer: the text on standard output or error, and the exit status.
+int report(QDBusPendingReply<bool, QString> reply)
+{
+    reply.waitForFinished();
+    if (reply.isError()) {
+        print(stderr, QStringLiteral("quillon ctl: %1").arg(reply.error().message()));
+        return CtlCommand::refused;
+    }
+    const bool ok = reply.argumentAt<0>();
+    print(ok ? stdout : stderr, ok ? reply.argumentAt<1>() : QStringLiteral("quillon ctl: ") + reply.argumentAt<1>());
+    return ok ? CtlCommand::ok : CtlCommand::refused;
+}
+
+int status(QuillonProxy& app)
+{
+    QDBusPendingReply<QString> reply = app.Status();
+    reply.waitForFinished();
+    if (reply.isError()) {
+        print(stderr, QStringLiteral("quillon ctl: %1").arg(reply.error().message()));
+        return CtlCommand::refused;
+    }
+    print(stdout, QString::fromUtf8(QJsonDocument::fromJson(reply.value().toUtf8()).toJson(QJsonDocument::Indented)));
+    return CtlCommand::ok;
+}
+
+} // namespace
+
+int CtlCommand::run(int argc, char** argv, const QStringList& args)
+{
+    QCoreApplication application(argc, argv);
+    const auto parsed = CtlRequest::parse(args, QDateTime::currentDateTime());
+    if (const auto* error = std::get_if<CtlRequest::Error>(&parsed)) {
+        print(stderr, QStringLiteral("quillon ctl: %1\n").arg(error->message) + CtlRequest::usage());
+        return badUsage;
+    }
+    const CtlRequest& request = std::get<CtlRequest>(parsed);
+    if (request.verb == CtlRequest::Verb::help) {
+        print(stdout, CtlRequest::usage());
+        return ok;
+    }
+
+    QDBusConnection bus = QDBusConnection::sessionBus();
+    QuillonProxy app(QString::fromLatin1(kService), QString::fromLatin1(kObjectPath), bus);
+    app.setTimeout(kCallTimeoutMs);
+    if (!bus.isConnected() || !app.isValid()) {
+        print(stderr,
+            QStringLiteral("quillon ctl: Quillon is not running (nothing serves %1 on the session bus)")
+                .arg(QLatin1String(kService)));
+        return refused;
+    }
+
+    using Verb = CtlRequest::Verb;
+    switch (request.verb) {
+    case Verb::status:
+        return status(app);
+    case Verb::awake:
+        return report(app.StayAwake(
+            request.kinds, request.until.isValid() ? request.until.toUTC().toString(Qt::ISODate) : QString()));
+    case Verb::awakeOff:
+        return report(app.StopAwake());
+    case Verb::fansOff:
+        return report(app.FansOff());
+    case Verb::fansAuto:
+        return report(app.FansAuto(request.profile));
+    case Verb::fansManual:
+        return report(app.FansManual(request.percent, request.boostSeconds));
+    case Verb::lid:
+        return report(app.SetLid(request.lidOn));
+    case Verb::reset:
+        return report(app.Reset());
+    case Verb::help:
+        break;
+    }
+    return ok;
+}
+
+} // namespace quillon::ui

@@ -1,0 +1,209 @@
+#include "CtlRequest.h"
+
+#include <QRegularExpression>
+
+namespace quillon::ui {
+
+namespace {
+
+using Error = CtlRequest::Error;
+using Result = std::variant<CtlRequest, Error>;
+
+const QStringList kKinds{QStringLiteral("system"), QStringLiteral("display"), QStringLiteral("network")};
+const QStringList kProfiles{QStringLiteral("silent"), QStringLiteral("balanced"), QStringLiteral("max")};
+
+Error error(const QString& message)
+{
+    return Error{message};
+}
+
+std::optional<QStringList> parseKinds(const QString& text)
+{
+    QStringList kinds;
+    for (const QString& kind : text.split(QLatin1Char(','), Qt::SkipEmptyParts)) {
+        if (!kKinds.contains(kind))
+            return std::nullopt;
+        if (!kinds.contains(kind))
+            kinds.append(kind);
+    }
+    return kinds.isEmpty() ? std::nullopt : std::optional(kinds);
+}
+
+Result parseAwake(const QStringList& args, const QDateTime& now)
+{
+    CtlRequest request;
+    request.verb = CtlRequest::Verb::awake;
+    request.kinds = {QStringLiteral("system"), QStringLiteral("display")};
+    bool ending = false; // --for, --until or --off given
+    for (qsizetype i = 0; i < args.size(); ++i) {
+        const QString& option = args[i];
+        if (option == QLatin1String("--off")) {
+            if (ending)
+                return error(QStringLiteral("awake takes one of --for, --until and --off"));
+            ending = true;
+            request.verb = CtlRequest::Verb::awakeOff;
+            continue;
+        }
+        if (option != QLatin1String("--for") && option != QLatin1String("--until")
+            && option != QLatin1String("--kinds"))
+            return error(QStringLiteral("awake does not know %1").arg(option));
+        if (i + 1 >= args.size())
+            return error(QStringLiteral("%1 needs a value").arg(option));
+        const QString& value = args[++i];
+        if (option == QLatin1String("--kinds")) {
+            const auto kinds = parseKinds(value);
+            if (!kinds)
+                return error(
+                    QStringLiteral("--kinds takes system, display and network, separated by commas: %1").arg(value));
+            request.kinds = *kinds;
+            continue;
+        }
+        if (ending)
+            return error(QStringLiteral("awake takes one of --for, --until and --off"));
+        ending = true;
+        if (option == QLatin1String("--for")) {
+            const auto seconds = CtlRequest::parseDuration(value);
+            if (!seconds)
+                return error(QStringLiteral("not a duration: %1 (for example 90s, 45m, 1h30m, 2d)").arg(value));
+            request.until = now.addSecs(*seconds);
+        } else {
+            const auto until = CtlRequest::parseTime(value, now);
+            if (!until)
+                return error(QStringLiteral("not a time: %1 (HH:MM or YYYY-MM-DDTHH:MM)").arg(value));
+            if (*until <= now)
+                return error(QStringLiteral("%1 has already passed").arg(value));
+            request.until = *until;
+        }
+    }
+    if (request.verb == CtlRequest::Verb::awakeOff && args.contains(QStringLiteral("--kinds")))
+        return error(QStringLiteral("--off ends the whole session; it takes no --kinds"));
+    return request;
+}
+
+std::optional<double> parsePercent(QString text)
+{
+    if (text.endsWith(QLatin1Char('%')))
+        text.chop(1);
+    bool ok = false;
+    const double percent = text.toDouble(&ok);
+    if (!ok || !(percent >= 0 && percent <= 100))
+        return std::nullopt;
+    return percent;
+}
+
+Result parseFans(const QStringList& args)
+{
+    CtlRequest request;
+    const QString mode = args.value(0);
+    if (mode == QLatin1String("off") && args.size() == 1) {
+        request.verb = CtlRequest::Verb::fansOff;
+        return request;
+    }
+    if (mode == QLatin1String("auto") && args.size() <= 2) {
+        request.verb = CtlRequest::Verb::fansAuto;
+        request.profile = args.value(1);
+        if (!request.profile.isEmpty() && !kProfiles.contains(request.profile))
+            return error(QStringLiteral("unknown profile: %1 (silent, balanced or max)").arg(request.profile));
+        return request;
+    }
+    if (mode == QLatin1String("manual") && (args.size() == 2 || args.size() == 4)) {
+        request.verb = CtlRequest::Verb::fansManual;
+        const auto percent = parsePercent(args[1]);
+        if (!percent)
+            return error(QStringLiteral("not a percentage from 0 to 100: %1").arg(args[1]));
+        request.percent = *percent;
+        if (args.size() == 4) {
+            const auto seconds = CtlRequest::parseDuration(args[3]);
+            if (args[2] != QLatin1String("--for") || !seconds)
+                return error(QStringLiteral("fans manual PERCENT takes --for DURATION (for example 10m)"));
+            request.boostSeconds = static_cast<double>(*seconds);
+        }
+        return request;
+    }
+    return error(QStringLiteral("fans takes off, auto [silent|balanced|max] or manual PERCENT [--for DURATION]"));
+}
+
+} // namespace
+
+std::optional<qint64> CtlRequest::parseDuration(const QString& text)
+{
+    static const QRegularExpression pattern(QStringLiteral("^(?:(\\d+)d)?(?:(\\d+)h)?(?:(\\d+)m)?(?:(\\d+)s)?$"));
+    const QRegularExpressionMatch match = pattern.match(text);
+    if (text.isEmpty() || !match.hasMatch())
+        return std::nullopt;
+    constexpr qint64 unit[] = {86400, 3600, 60, 1};
+    qint64 seconds = 0;
+    for (int part = 0; part < 4; ++part) {
+        const QString digits = match.captured(part + 1);
+        // Seven digits of any unit are far beyond any use, and keep the sum from overflowing.
+        if (digits.size() > 7)
+            return std::nullopt;
+        seconds += digits.toLongLong() * unit[part];
+    }
+    return seconds > 0 ? std::optional(seconds) : std::nullopt;
+}
+
+std::optional<QDateTime> CtlRequest::parseTime(const QString& text, const QDateTime& now)
+{
+    const QDateTime local = now.toLocalTime();
+    const QTime clock = QTime::fromString(text, QStringLiteral("H:mm"));
+    if (clock.isValid()) {
+        QDateTime at(local.date(), clock);
+        if (at <= local)
+            at = at.addDays(1);
+        return at;
+    }
+    for (const QString& format : {QStringLiteral("yyyy-MM-ddTHH:mm"), QStringLiteral("yyyy-MM-ddTHH:mm:ss"),
+             QStringLiteral("yyyy-MM-dd HH:mm"), QStringLiteral("yyyy-MM-dd HH:mm:ss")}) {
+        const QDateTime at = QDateTime::fromString(text, format);
+        if (at.isValid())
+            return at;
+    }
+    return std::nullopt;
+}
+
+std::variant<CtlRequest, CtlRequest::Error> CtlRequest::parse(const QStringList& args, const QDateTime& now)
+{
+    const QString verb = args.value(0);
+    const QStringList rest = args.mid(1);
+    CtlRequest request;
+    if (verb == QLatin1String("help") || verb == QLatin1String("--help") || verb == QLatin1String("-h")) {
+        request.verb = Verb::help;
+    } else if (verb == QLatin1String("status") && rest.isEmpty()) {
+        request.verb = Verb::status;
+    } else if (verb == QLatin1String("reset") && rest.isEmpty()) {
+        request.verb = Verb::reset;
+    } else if (verb == QLatin1String("awake")) {
+        return parseAwake(rest, now);
+    } else if (verb == QLatin1String("fans")) {
+        return parseFans(rest);
+    } else if (verb == QLatin1String("lid") && rest.size() == 1
+        && (rest[0] == QLatin1String("on") || rest[0] == QLatin1String("off"))) {
+        request.verb = Verb::lid;
+        request.lidOn = rest[0] == QLatin1String("on");
+    } else if (verb.isEmpty()) {
+        return error(QStringLiteral("which command?"));
+    } else if (verb == QLatin1String("status") || verb == QLatin1String("reset") || verb == QLatin1String("lid")) {
+        return error(QStringLiteral("wrong arguments for %1").arg(verb));
+    } else {
+        return error(QStringLiteral("unknown command: %1").arg(verb));
+    }
+    return request;
+}
+
+QString CtlRequest::usage()
+{
+    return QStringLiteral(
+        "Usage: quillon ctl COMMAND\n"
+        "  status                                   the app's state as JSON\n"
+        "  awake [--for DURATION | --until TIME | --off] [--kinds system,display,network]\n"
+        "                                           keep-awake (default kinds: system,display; no end: until --off)\n"
+        "  fans off | auto [silent|balanced|max] | manual PERCENT [--for DURATION]\n"
+        "                                           fan control (a manual floor runs as a boost of at most 1 h)\n"
+        "  lid on|off                               closed-lid keep-awake\n"
+        "  reset                                    keep-awake, closed lid and fan control off\n"
+        "DURATION: 90s, 45m, 1h30m, 2d. TIME: HH:MM (next such time) or YYYY-MM-DDTHH:MM, local time.\n"
+        "Exit status: 0 done, 1 refused or the app is not running, 2 usage error.\n");
+}
+
+} // namespace quillon::ui

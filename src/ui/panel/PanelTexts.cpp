@@ -1,0 +1,175 @@
+#include "PanelTexts.h"
+
+#include "app/fan/FanController.h"
+#include "app/power/BatteryFlow.h"
+#include "app/power/LidManager.h"
+#include "app/power/PowerInfo.h"
+#include "app/power/SleepManager.h"
+
+#include <cmath>
+
+namespace quillon::ui {
+
+namespace {
+
+QString whole(double value)
+{
+    return QString::number(std::lround(value));
+}
+
+} // namespace
+
+QStringList PanelTexts::statusLines(const app::SleepManager& manager)
+{
+    QStringList lines;
+    if (!manager.activeKinds().isEmpty()) {
+        const auto remaining = manager.remainingText();
+        lines.append(remaining ? tr("Awake · %1 left").arg(*remaining) : tr("Awake until you turn it off"));
+    }
+    if (manager.lid()->enabled())
+        lines.append(tr("Stays awake with the lid closed"));
+    const app::FanController& fan = *manager.fan();
+    if (fan.fansEnabled() || fan.isBoosted() || fan.triggerProfile())
+        lines.append(tr("Fan control · %1").arg(fanStatus(fan)));
+    if (lines.isEmpty())
+        lines.append(tr("Your Mac sleeps as usual."));
+    return lines;
+}
+
+QString PanelTexts::helperLine(const app::FanController& fan)
+{
+    if (!fan.helperInstalled())
+        return tr("The fan helper is not installed, so fan control is off.");
+    return fan.statusMessage();
+}
+
+QString PanelTexts::awakeSummary(const app::SleepManager& manager)
+{
+    if (manager.activeKinds().isEmpty())
+        return tr("Off");
+    const auto remaining = manager.remainingText();
+    if (!remaining)
+        return tr("On until you turn it off");
+    return tr("%1 left · ends %2").arg(*remaining, manager.expiryDescription().value_or(QString()));
+}
+
+QString PanelTexts::customEnd(const QDateTime& end, const QDateTime& now, bool german)
+{
+    if (end <= now)
+        return tr("That time has already passed.");
+    return tr("Ends %1").arg(app::SleepManager::describeEnd(end, now, german));
+}
+
+QString PanelTexts::fanStatus(const app::FanController& fan)
+{
+    if (fan.thermalOverride())
+        return tr("Mac takes over — fans at %1% due to heat").arg(whole(fan.effectivePercent()));
+    if (const auto left = fan.spinUpRemaining())
+        return *left > 0 ? tr("Fans spinning up …") : tr("Fans starting any moment …");
+    // A profile decides the floor when the user chose one or another manager asked for cooling.
+    const bool following
+        = (fan.fansEnabled() && fan.coolingMode() == app::CoolingMode::automatic) || fan.triggerProfile().has_value();
+    if (following) {
+        return fan.autoEngaged() ? tr("Active · floor %1 %").arg(whole(fan.autoFloor()))
+                                 : tr("Watching — quiet until it warms up");
+    }
+    if (fan.fansEnabled() && fan.isBoosted())
+        return tr("Manual · floor %1 %").arg(whole(fan.targetPercent()));
+    if (fan.fansEnabled())
+        return tr("Manual · waiting for the helper");
+    return tr("Off — the Mac runs its fans itself");
+}
+
+QString PanelTexts::temperatures(const app::FanController& fan)
+{
+    const auto cpu = fan.cpuTempSmoothed() ? fan.cpuTempSmoothed() : fan.cpuTemp();
+    if (!cpu)
+        return tr("No temperature reading yet");
+    QString text = QStringLiteral("CPU %1 °C").arg(whole(*cpu));
+    // The GPU is shown while it reports; its median stays when it stops.
+    if (fan.gpuTemp())
+        text += QStringLiteral(" · GPU %1 °C").arg(whole(fan.gpuTempSmoothed().value_or(*fan.gpuTemp())));
+    return text;
+}
+
+QStringList PanelTexts::fanSpeeds(const app::FanController& fan)
+{
+    QStringList lines;
+    for (const app::FanInfo& info : fan.fans())
+        lines.append(tr("Fan %1 · %2 rpm").arg(info.index + 1).arg(info.currentRPM));
+    return lines;
+}
+
+QString PanelTexts::triggerNote(const app::FanController& fan)
+{
+    const auto kind = fan.triggerProfile();
+    return kind ? tr("In force: %1, asked for by closed lid or automation").arg(profileName(*kind)) : QString();
+}
+
+QString PanelTexts::boostCountdown(const app::FanController& fan)
+{
+    const QString left = fan.boostRemainingText();
+    return left.isEmpty() ? QString() : tr("Boost ends in %1").arg(left);
+}
+
+QString PanelTexts::profileName(core::CoolingProfile::Kind kind)
+{
+    switch (kind) {
+    case core::CoolingProfile::Kind::silent:
+        return tr("Silent");
+    case core::CoolingProfile::Kind::balanced:
+        return tr("Balanced");
+    case core::CoolingProfile::Kind::max:
+        break;
+    }
+    return tr("Max");
+}
+
+QString PanelTexts::profileBlurb(core::CoolingProfile::Kind kind)
+{
+    switch (kind) {
+    case core::CoolingProfile::Kind::silent:
+        return tr("Quiet — runs a bit cooler than macOS without getting loud.");
+    case core::CoolingProfile::Kind::balanced:
+        return tr("Keeps the Mac comfortably cool at moderate noise.");
+    case core::CoolingProfile::Kind::max:
+        break;
+    }
+    return tr("Maximum cooling — audible baseline, keeps the Mac cold.");
+}
+
+QString PanelTexts::batteryHint(const app::PowerInfo& power, const app::BatteryFlow& flow)
+{
+    using Case = app::BatteryFlow::Case;
+    if (!power.hasBattery || flow.kind == Case::noBattery)
+        return {};
+    const QString charge = power.percentage ? tr("Battery %1%").arg(*power.percentage) : tr("Battery");
+    QString where;
+    switch (flow.kind) {
+    case Case::charging:
+        where = tr("charging with %1 W").arg(whole(flow.watts));
+        break;
+    case Case::draining:
+        where = tr("adapter too weak, draining %1 W").arg(whole(flow.watts));
+        break;
+    case Case::onBattery:
+        where = tr("on battery, using %1 W").arg(whole(flow.watts));
+        break;
+    case Case::idleOnAC:
+    case Case::noBattery:
+        where = tr("on power");
+        break;
+    }
+    return charge + QStringLiteral(" · ") + where;
+}
+
+QString PanelTexts::durationLabel(int seconds)
+{
+    if (seconds < 60)
+        return QStringLiteral("%1 s").arg(seconds);
+    if (seconds < 3600)
+        return QStringLiteral("%1 min").arg(seconds / 60);
+    return QStringLiteral("%1 h").arg(seconds / 3600);
+}
+
+} // namespace quillon::ui

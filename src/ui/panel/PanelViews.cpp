@@ -1,0 +1,45 @@
+#include "PanelViews.h"
+
+#include "AwakeView.h"
+#include "DriveView.h"
+#include "FanView.h"
+#include "PanelState.h"
+#include "app/power/DriveManager.h"
+#include "app/power/LidManager.h"
+#include "app/power/SleepManager.h"
+#include "ui/demo/SimulatedLoad.h"
+
+namespace quillon::ui {
+
+PanelViews::PanelViews(app::SleepManager& manager, app::Settings& settings, LoginItem& loginItem,
+    const platform::Clock& clock, SimulatedLoad* load)
+    : m_manager(manager)
+    , m_load(load)
+    , m_state(std::make_unique<PanelState>(manager, settings, loginItem))
+    , m_awake(std::make_unique<AwakeView>(manager, settings, clock))
+    , m_fan(std::make_unique<FanView>(*manager.fan(), settings))
+    , m_drives(std::make_unique<DriveView>(*manager.drives()))
+{
+}
+
+PanelViews::~PanelViews() = default;
+
+QVariantMap PanelViews::rootProperties() const
+{
+    const auto object = [](QObject* o) {
+        return QVariant::fromValue(o);
+    };
+    return {
+        {"manager", object(&m_manager)},
+        {"fan", object(m_manager.fan())},
+        {"lid", object(m_manager.lid())},
+        {"drives", object(m_manager.drives())},
+        {"panel", object(m_state.get())},
+        {"awake", object(m_awake.get())},
+        {"fanView", object(m_fan.get())},
+        {"driveView", object(m_drives.get())},
+        {"load", object(m_load)},
+    };
+}
+
+} // namespace quillon::ui

@@ -1,0 +1,117 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Layouts
+import "components"
+
+// Fan control: the master switch, the fans' speeds, automatic (a profile,
+// its blurb and its curve with the current temperature) or manual (a floor
+// as a timed boost), and what the fans are doing now.
+ExpandableSection {
+    id: section
+
+    required property QtObject fan
+    required property QtObject fanView
+    required property QtObject panel
+
+    readonly property bool manual: fan.coolingMode === "manual"
+
+    objectName: "fans"
+    title: qsTr("Fans")
+    summary: fanView.status
+    expanded: panel.fansExpanded
+    onToggled: panel.fansExpanded = !panel.fansExpanded
+
+    extras: Switch {
+        objectName: "fansSwitch"
+        enabled: section.fan.helperInstalled
+        checked: section.fan.fansEnabled
+        onToggled: section.fan.setFansEnabled(checked)
+    }
+
+    Repeater {
+        model: section.fanView.fanCount
+        Label {
+            required property int index
+            objectName: "fanSpeed"
+            text: section.fanView.fanSpeeds[index] ?? ""
+            font.pixelSize: 12
+        }
+    }
+    ChoiceRow {
+        objectName: "coolingMode"
+        enabled: section.fan.helperInstalled
+        choices: [{label: qsTr("Automatic"), value: "auto"}, {label: qsTr("Manual"), value: "manual"}]
+        current: section.fan.coolingMode
+        onChosen: mode => section.fan.coolingMode = mode
+    }
+
+    Caption {
+        objectName: "triggerNote"
+        text: section.fanView.triggerNote
+        visible: text !== ""
+    }
+
+    // Automatic: the profile and its curve.
+    ChoiceRow {
+        objectName: "profiles"
+        visible: !section.manual
+        enabled: section.fan.helperInstalled
+        choices: section.fanView.profiles
+        valueRole: "kind"
+        current: section.fan.coolingProfile
+        onChosen: kind => section.fan.coolingProfile = kind
+    }
+    Caption {
+        objectName: "profileBlurb"
+        visible: !section.manual
+        text: section.fanView.blurb
+    }
+    ProfileCurve {
+        visible: !section.manual
+        points: section.fanView.curvePoints
+        marker: section.fanView.curveMarker
+        Layout.fillWidth: true
+        Layout.preferredHeight: 110
+    }
+
+    // Manual: the floor and the boost's length.
+    RowLayout {
+        visible: section.manual
+        Layout.fillWidth: true
+        Slider {
+            id: floor
+            objectName: "manualSlider"
+            from: 0
+            to: 100
+            stepSize: 5
+            enabled: section.fan.helperInstalled && section.fan.fansEnabled
+            value: section.fanView.manualSlider
+            Layout.fillWidth: true
+            onMoved: section.fanView.manualSlider = value
+            onPressedChanged: if (!pressed) section.fanView.commitSlider()
+        }
+        Label {
+            text: Math.round(floor.value) + " %"
+            Layout.preferredWidth: 44
+            horizontalAlignment: Text.AlignRight
+        }
+    }
+    Label {
+        visible: section.manual
+        text: qsTr("Boost for")
+        font.bold: true
+    }
+    ChoiceRow {
+        objectName: "boostChoices"
+        visible: section.manual
+        choices: section.fanView.boostChoices
+        valueRole: "seconds"
+        current: section.fan.boostDuration
+        onChosen: seconds => section.fanView.chooseBoost(seconds)
+    }
+    Label {
+        objectName: "boostCountdown"
+        visible: text !== ""
+        text: section.fanView.boostCountdown
+    }
+}

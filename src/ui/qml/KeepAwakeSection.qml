@@ -1,0 +1,59 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Layouts
+import "components"
+
+// Keep-awake: the three kinds, "Stay awake for" a fixed time or until a
+// custom end, and the countdown of a running session.
+ExpandableSection {
+    id: section
+
+    required property QtObject awake
+    required property QtObject panel
+
+    objectName: "awake"
+    title: qsTr("Keep awake")
+    summary: awake.summary
+    expanded: panel.awakeExpanded
+    onToggled: panel.awakeExpanded = !panel.awakeExpanded
+
+    Repeater {
+        model: section.awake.kinds
+        SwitchRow {
+            required property var modelData
+            objectName: "kind_" + modelData.name
+            text: modelData.label
+            checked: modelData.active
+            onToggled: section.awake.toggleKind(modelData.name)
+        }
+    }
+    Label {
+        objectName: "stayAwakeFor"
+        text: qsTr("Stay awake for")
+        font.bold: true
+        Layout.topMargin: 4
+    }
+    ChoiceRow {
+        objectName: "durations"
+        choices: section.awake.durations
+        valueRole: "seconds"
+        exclusive: false
+        onChosen: seconds => section.awake.stayAwakeFor(seconds)
+    }
+    Button {
+        objectName: "customEndButton"
+        text: qsTr("Custom end time…")
+        flat: true
+        onClicked: section.awake.customPickerShown = !section.awake.customPickerShown
+    }
+    CustomEndPicker {
+        awake: section.awake
+        visible: section.awake.customPickerShown
+    }
+    Button {
+        objectName: "awakeOff"
+        text: qsTr("Turn off")
+        visible: section.awake.active
+        onClicked: section.awake.stop()
+    }
+}

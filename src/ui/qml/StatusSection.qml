@@ -1,0 +1,58 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Layouts
+
+// The panel's head: what is on right now, the helper's state, and the
+// everything-off button while anything is on.
+ColumnLayout {
+    id: status
+
+    required property QtObject manager
+    required property QtObject panel
+    required property QtObject fanView
+
+    spacing: 4
+    Layout.fillWidth: true
+    Layout.margins: 12
+
+    RowLayout {
+        Layout.fillWidth: true
+        spacing: 8
+        Image {
+            source: "qrc:/icons/org.quillon.Quillon.svg"
+            sourceSize: Qt.size(24, 24)
+        }
+        Label {
+            text: "Quillon"
+            font.bold: true
+            font.pixelSize: 16
+            Layout.fillWidth: true
+        }
+        Button {
+            objectName: "allOff"
+            text: qsTr("All off")
+            visible: status.manager.anythingActive
+            onClicked: status.manager.resetAll()
+        }
+    }
+    // By count, so that a line's text changing every second keeps its label.
+    Repeater {
+        model: status.panel.statusLines.length
+        Label {
+            required property int index
+            objectName: "statusLine"
+            text: status.panel.statusLines[index] ?? ""
+            wrapMode: Text.WordWrap
+            Layout.fillWidth: true
+        }
+    }
+    Label {
+        objectName: "helperLine"
+        text: status.fanView.helperLine
+        visible: text !== ""
+        wrapMode: Text.WordWrap
+        font.pixelSize: 12
+        color: "#c0392b"
+        Layout.fillWidth: true
+    }
+}

@@ -1,0 +1,178 @@
+#include "ScriptingService.h"
+
+#include "StatusReport.h"
+#include "app/fan/FanController.h"
+#include "app/fan/HelperLink.h"
+#include "app/power/LidManager.h"
+#include "app/power/SleepManager.h"
+#include "quillonadaptor.h"
+
+#include <QDBusConnectionInterface>
+#include <QJsonDocument>
+#include <QTimer>
+#include <cmath>
+
+namespace quillon::ui {
+
+namespace {
+
+QString kindList(const QStringList& kinds)
+{
+    return kinds.join(QStringLiteral(", "));
+}
+
+} // namespace
+
+ScriptingService::ScriptingService(app::SleepManager& manager, app::HelperLink& link, Hooks hooks, QObject* parent)
+    : QObject(parent)
+    , m_manager(manager)
+    , m_link(link)
+    , m_hooks(std::move(hooks))
+{
+    new QuillonAdaptor(this); // owned by this
+}
+
+bool ScriptingService::registerOn(QDBusConnection bus, QString& error)
+{
+    if (!bus.isConnected()) {
+        error = QStringLiteral("no session bus (%1)").arg(bus.lastError().message());
+        return false;
+    }
+    const QString service = QString::fromLatin1(kService);
+    if (bus.interface()->isServiceRegistered(service).value()) {
+        error = QStringLiteral("another Quillon already serves %1").arg(service);
+        return false;
+    }
+    if (!bus.registerObject(QString::fromLatin1(kObjectPath), this) || !bus.registerService(service)) {
+        error = QStringLiteral("cannot take %1: %2").arg(service, bus.lastError().message());
+        return false;
+    }
+    return true;
+}
+
+QString ScriptingService::Status()
+{
+    const QJsonObject report = StatusReport::build(m_manager, m_link.isOpen(), m_hooks.iconState());
+    return QString::fromUtf8(QJsonDocument(report).toJson(QJsonDocument::Compact));
+}
+
+bool ScriptingService::StayAwake(const QStringList& kinds, const QString& until, QString& text)
+{
+    if (kinds.isEmpty()) {
+        text = QStringLiteral("no kind given");
+        return false;
+    }
+    for (const QString& kind : kinds) {
+        if (!app::SleepAssertions::fromRawValue(kind)) {
+            text = QStringLiteral("unknown kind: %1 (system, display or network)").arg(kind);
+            return false;
+        }
+    }
+    QDateTime end;
+    if (!until.isEmpty()) {
+        end = QDateTime::fromString(until, Qt::ISODate);
+        if (!end.isValid()) {
+            text = QStringLiteral("not an ISO 8601 time: %1").arg(until);
+            return false;
+        }
+    }
+    m_manager.applyNames(kinds, end);
+    const auto remaining = m_manager.remainingText();
+    text = remaining ? QStringLiteral("keeping %1 awake for %2 (until %3)")
+                           .arg(kindList(kinds), *remaining, end.toLocalTime().toString(Qt::ISODate))
+                     : QStringLiteral("keeping %1 awake until turned off").arg(kindList(kinds));
+    return true;
+}
+
+bool ScriptingService::StopAwake(QString& text)
+{
+    m_manager.applyNames({}, QDateTime());
+    text = QStringLiteral("keep-awake off");
+    return true;
+}
+
+bool ScriptingService::fanControlAvailable(QString& text) const
+{
+    if (m_manager.fan()->helperInstalled())
+        return true;
+    text = QStringLiteral("fan control needs the fan helper, which is not installed");
+    return false;
+}
+
+bool ScriptingService::FansOff(QString& text)
+{
+    if (!fanControlAvailable(text))
+        return false;
+    m_manager.fan()->setFansEnabled(false);
+    text = QStringLiteral("fan control off; the firmware runs the fans");
+    return true;
+}
+
+bool ScriptingService::FansAuto(const QString& profile, QString& text)
+{
+    if (!fanControlAvailable(text))
+        return false;
+    app::FanController& fan = *m_manager.fan();
+    if (!profile.isEmpty()) {
+        const auto kind = core::CoolingProfile::fromRawValue(profile.toStdString());
+        if (!kind) {
+            text = QStringLiteral("unknown profile: %1 (silent, balanced or max)").arg(profile);
+            return false;
+        }
+        fan.setCoolingProfile(*kind);
+    }
+    fan.setCoolingMode(app::CoolingMode::automatic);
+    if (!fan.fansEnabled())
+        fan.setFansEnabled(true);
+    text = QStringLiteral("fans follow the %1 profile")
+               .arg(QString::fromLatin1(core::CoolingProfile::rawValue(fan.coolingProfile())));
+    return true;
+}
+
+bool ScriptingService::FansManual(double percent, double seconds, QString& text)
+{
+    if (!fanControlAvailable(text))
+        return false;
+    if (!std::isfinite(percent) || percent < 0 || percent > 100 || !std::isfinite(seconds) || seconds < 0) {
+        text = QStringLiteral("a floor is 0..100 percent, a boost a positive number of seconds");
+        return false;
+    }
+    app::FanController& fan = *m_manager.fan();
+    if (percent == 0)
+        return FansOff(text);
+    if (seconds > 0)
+        fan.setBoostDuration(seconds);
+    fan.setCoolingMode(app::CoolingMode::manual);
+    if (!fan.fansEnabled())
+        fan.setFansEnabled(true);
+    fan.setManualFloor(percent);
+    text = QStringLiteral("fans at a floor of %1 % for %2").arg(std::lround(percent)).arg(fan.boostRemainingText());
+    return true;
+}
+
+bool ScriptingService::SetLid(bool on, QString& text)
+{
+    m_manager.lid()->setEnabled(on);
+    text = on ? QStringLiteral("closed-lid keep-awake on") : QStringLiteral("closed-lid keep-awake off");
+    return true;
+}
+
+bool ScriptingService::Reset(QString& text)
+{
+    m_manager.resetAll();
+    text = QStringLiteral("keep-awake, closed lid and fan control off");
+    return true;
+}
+
+void ScriptingService::ShowPanel()
+{
+    m_hooks.showPanel();
+}
+
+void ScriptingService::Quit()
+{
+    // After the reply has gone out.
+    QTimer::singleShot(0, this, [this] { m_hooks.quit(); });
+}
+
+} // namespace quillon::ui

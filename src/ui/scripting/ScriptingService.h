@@ -1,0 +1,61 @@
+#pragma once
+
+#include "ui/tray/IconState.h"
+
+#include <QDBusConnection>
+#include <QObject>
+#include <QString>
+#include <QStringList>
+#include <functional>
+
+namespace quillon::app {
+class HelperLink;
+class SleepManager;
+} // namespace quillon::app
+
+namespace quillon::ui {
+
+// The running app's scripting interface, org.quillon.Quillon at
+// /org/quillon/Quillon on the session bus (data/dbus/org.quillon.Quillon.xml;
+// the adaptor generated from it calls the methods below). Every method does
+// what the panel's control for it does, through the same model calls.
+class ScriptingService : public QObject {
+    Q_OBJECT
+public:
+    static constexpr const char* kService = "org.quillon.Quillon";
+    static constexpr const char* kObjectPath = "/org/quillon/Quillon";
+
+    struct Hooks {
+        std::function<IconState()> iconState;
+        std::function<void()> showPanel;
+        std::function<void()> quit;
+    };
+
+    ScriptingService(app::SleepManager& manager, app::HelperLink& link, Hooks hooks, QObject* parent = nullptr);
+
+    // Exports the object and takes the name; false (with the reason) when
+    // the bus is missing or another instance holds the name.
+    bool registerOn(QDBusConnection bus, QString& error);
+
+public:
+    // The interface's methods, called by the generated adaptor.
+    QString Status();
+    bool StayAwake(const QStringList& kinds, const QString& until, QString& text);
+    bool StopAwake(QString& text);
+    bool FansOff(QString& text);
+    bool FansAuto(const QString& profile, QString& text);
+    bool FansManual(double percent, double seconds, QString& text);
+    bool SetLid(bool on, QString& text);
+    bool Reset(QString& text);
+    void ShowPanel();
+    void Quit();
+
+private:
+    bool fanControlAvailable(QString& text) const;
+
+    app::SleepManager& m_manager;
+    app::HelperLink& m_link;
+    Hooks m_hooks;
+};
+
+} // namespace quillon::ui

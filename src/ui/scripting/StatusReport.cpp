@@ -1,0 +1,81 @@
+#include "StatusReport.h"
+
+#include "app/fan/FanController.h"
+#include "app/power/LidManager.h"
+#include "app/power/SleepManager.h"
+#include "ui/panel/PanelTexts.h"
+
+#include <QJsonArray>
+#include <QMetaEnum>
+
+namespace quillon::ui {
+
+namespace {
+
+QJsonValue number(const std::optional<double>& value)
+{
+    return value ? QJsonValue(*value) : QJsonValue(QJsonValue::Null);
+}
+
+QJsonValue time(const QDateTime& at)
+{
+    return at.isValid() ? QJsonValue(at.toUTC().toString(Qt::ISODate)) : QJsonValue(QJsonValue::Null);
+}
+
+QJsonValue text(const QString& value)
+{
+    return value.isEmpty() ? QJsonValue(QJsonValue::Null) : QJsonValue(value);
+}
+
+QJsonObject awake(const app::SleepManager& manager)
+{
+    QJsonArray kinds;
+    for (const auto kind : app::SleepAssertions::allKinds) {
+        if (manager.activeKinds().contains(kind))
+            kinds.append(app::SleepAssertions::rawValue(kind));
+    }
+    return {{"kinds", kinds}, {"until", time(manager.expiresAt())},
+        {"remaining", text(manager.remainingText().value_or(QString()))}};
+}
+
+QJsonObject fans(const app::FanController& fan)
+{
+    QJsonArray list;
+    for (const app::FanInfo& info : fan.fans()) {
+        list.append(QJsonObject{{"index", info.index}, {"currentRPM", info.currentRPM}, {"minRPM", info.minRPM},
+            {"maxRPM", info.maxRPM}, {"targetRPM", info.targetRPM}});
+    }
+    const auto spinUp = fan.spinUpRemaining();
+    return {{"enabled", fan.fansEnabled()}, {"mode", app::rawValue(fan.coolingMode())},
+        {"profile", QString::fromLatin1(core::CoolingProfile::rawValue(fan.coolingProfile()))},
+        {"manualPercent", fan.manualPercent()}, {"boosted", fan.isBoosted()}, {"targetPercent", fan.targetPercent()},
+        {"boostEndsAt", time(fan.boostExpiresAt())}, {"boostRemaining", text(fan.boostRemainingText())},
+        {"autoEngaged", fan.autoEngaged()}, {"autoFloor", fan.autoFloor()}, {"thermalOverride", fan.thermalOverride()},
+        {"effectivePercent", fan.effectivePercent()}, {"spinningUp", spinUp.has_value()},
+        {"status", PanelTexts::fanStatus(fan)}, {"fans", list}};
+}
+
+QJsonObject temperatures(const app::FanController& fan)
+{
+    const QMetaEnum levels = QMetaEnum::fromType<platform::ThermalPressure::Level>();
+    return {{"cpu", number(fan.cpuTemp())}, {"cpuSmoothed", number(fan.cpuTempSmoothed())},
+        {"gpu", number(fan.gpuTemp())}, {"gpuSmoothed", number(fan.gpuTempSmoothed())},
+        {"thermalState", QString::fromLatin1(levels.valueToKey(static_cast<int>(fan.thermalState())))}};
+}
+
+} // namespace
+
+QJsonObject StatusReport::build(const app::SleepManager& manager, bool helperConnected, const IconState& icon)
+{
+    const app::FanController& fan = *manager.fan();
+    const app::LidManager& lid = *manager.lid();
+    return {{"awake", awake(manager)},
+        {"lid", QJsonObject{{"enabled", lid.enabled()}, {"lastAutoOff", text(lid.lastAutoOff())}}}, {"fans", fans(fan)},
+        {"temperatures", temperatures(fan)},
+        {"helper",
+            QJsonObject{{"installed", fan.helperInstalled()}, {"connected", helperConnected},
+                {"message", text(fan.statusMessage())}}},
+        {"active", manager.anythingActive()}, {"icon", icon.active ? "active" : "idle"}, {"title", text(icon.title)}};
+}
+
+} // namespace quillon::ui
