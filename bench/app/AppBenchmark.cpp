@@ -1,0 +1,231 @@
+// Figures of the tray app, measured, never asserted, on a virtual display
+// with a system tray (Xvfb, trayer) and the real fan helper on a private bus
+// with the shared simulated Mac:
+//   1. start-up: from starting `quillon` to its icon in the tray (median of
+//      several launches), and the same for `quillon --demo`, which first
+//      starts its own simulated Mac and helper;
+//   2. resident memory of the app (panel never opened, then after it was
+//      shown once) and of the helper;
+//   3. CPU time of the app and the helper over a minute idle, panel closed
+//      (never opened, and again after it was shown once), and the app's
+//      requests to the helper per second.
+//
+// Usage: quillon-bench-app [--quick]   (--quick: fewer launches, 15 s of idle)
+
+#include "DaemonHarness.h"
+#include "DemoAppRig.h"
+#include "XDisplay.h"
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTest>
+#include <algorithm>
+#include <csignal>
+#include <cstdio>
+#include <string_view>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+using namespace std::chrono_literals;
+using quillon::test::LineProcess;
+using quillon::test::XDisplay;
+
+constexpr int kIconMaxSide = 64;
+
+bool iconShown(const XDisplay& display)
+{
+    const auto windows = display.visibleWindows("quillon");
+    return std::any_of(
+        windows.begin(), windows.end(), [](const XDisplay::Window& w) { return w.frame.width() <= kIconMaxSide; });
+}
+
+void clickIcon(const XDisplay& display)
+{
+    for (const XDisplay::Window& w : display.visibleWindows("quillon")) {
+        if (w.frame.width() <= kIconMaxSide)
+            display.click(w);
+    }
+}
+
+double median(std::vector<double> values)
+{
+    std::sort(values.begin(), values.end());
+    return values.empty() ? 0 : values[values.size() / 2];
+}
+
+// Resident memory in MiB, from /proc/PID/status.
+double residentMiB(qint64 pid)
+{
+    QFile status(QStringLiteral("/proc/%1/status").arg(pid));
+    if (!status.open(QIODevice::ReadOnly))
+        return 0;
+    for (const QByteArray& line : status.readAll().split('\n')) {
+        if (line.startsWith("VmRSS:"))
+            return line.mid(6).trimmed().split(' ').first().toDouble() / 1024.0;
+    }
+    return 0;
+}
+
+// CPU time so far, in seconds: the scheduler's nanosecond count summed over
+// the process's threads, else (no schedstat) user plus system time in ticks.
+double cpuSeconds(qint64 pid)
+{
+    double nanoseconds = 0;
+    bool counted = false;
+    const QString tasks = QStringLiteral("/proc/%1/task").arg(pid);
+    for (const QString& task : QDir(tasks).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        QFile schedstat(tasks + "/" + task + "/schedstat");
+        if (schedstat.open(QIODevice::ReadOnly)) {
+            nanoseconds += schedstat.readAll().split(' ').first().toDouble();
+            counted = true;
+        }
+    }
+    if (counted)
+        return nanoseconds / 1e9;
+    const QStringList fields = quillon::test::processStat(pid);
+    if (fields.size() < 13)
+        return 0;
+    return (fields[11].toDouble() + fields[12].toDouble()) / static_cast<double>(::sysconf(_SC_CLK_TCK));
+}
+
+// One tray app with a session bus and a home of its own.
+class App {
+public:
+    App(const XDisplay& display, const QStringList& helperEnvironment, const QString& home)
+        : m_display(display)
+        , m_env(QStringList{"DISPLAY=" + display.name(), "QT_QPA_PLATFORM=xcb",
+                    "DBUS_SESSION_BUS_ADDRESS=" + m_bus.address(), "HOME=" + home,
+                    "XDG_CONFIG_HOME=" + home + "/config", "XDG_RUNTIME_DIR=" + home}
+              + helperEnvironment)
+    {
+    }
+    ~App()
+    {
+        process.signal(SIGTERM);
+        process.waitForExit(10s);
+        // The tray forgets the icon a moment after its window goes.
+        quillon::test::waitUntil([&] { return !iconShown(m_display); }, 5s);
+    }
+
+    // Milliseconds from the start of the process to its icon in the tray; -1 if it never shows.
+    double startUntilIcon(const QStringList& args)
+    {
+        QElapsedTimer clock;
+        clock.start();
+        process.start(QUILLON_APP_BIN, args, m_env);
+        if (!quillon::test::waitUntil([&] { return iconShown(m_display); }, 30s))
+            return -1;
+        return static_cast<double>(clock.nsecsElapsed()) / 1e6;
+    }
+
+    LineProcess process;
+
+private:
+    const XDisplay& m_display;
+    quillon::test::PrivateBus m_bus;
+    QStringList m_env;
+};
+
+// What the processes use over a window of time.
+struct Usage {
+    double seconds = 0;
+    double appCpu = 0;    // s
+    double helperCpu = 0; // s
+};
+
+Usage measure(qint64 app, qint64 helper, std::chrono::milliseconds window)
+{
+    const double appBefore = cpuSeconds(app);
+    const double helperBefore = cpuSeconds(helper);
+    QElapsedTimer clock;
+    clock.start();
+    QTest::qWait(static_cast<int>(window.count()));
+    return {
+        static_cast<double>(clock.elapsed()) / 1000.0, cpuSeconds(app) - appBefore, cpuSeconds(helper) - helperBefore};
+}
+
+void row(const char* what, double value, const char* unit, int decimals = 1)
+{
+    std::printf("  %-58s %8.*f %s\n", what, decimals, value, unit);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    const bool quick = argc > 1 && std::string_view(argv[1]) == "--quick";
+    const int launches = quick ? 3 : 7;
+    const auto idle = quick ? 15s : 60s;
+    quillon::test::ensureCoreApplication();
+
+    XDisplay display;
+    quillon::test::HelperRig helper;
+    if (!display.ready() || !helper.startHelper()) {
+        std::fprintf(stderr, "cannot start Xvfb, trayer or the helper\n");
+        return 1;
+    }
+    QTemporaryDir home;
+    const QStringList helperEnv = helper.environment();
+
+    std::printf("Quillon tray app, %s\n\n", quick ? "quick run" : "full run");
+
+    // The first launch records the build, so later ones do not open the panel.
+    std::vector<double> startups;
+    for (int i = 0; i <= launches; ++i) {
+        App app(display, helperEnv, home.path());
+        const double ms = app.startUntilIcon({});
+        if (i > 0 && ms >= 0)
+            startups.push_back(ms);
+    }
+    std::vector<double> demoStartups;
+    for (int i = 0; i < std::max(3, launches / 2); ++i) {
+        QTemporaryDir demoHome;
+        App demo(display, {"QUILLON_HELPER_BUS", "QUILLON_SMC"}, demoHome.path());
+        demoStartups.push_back(demo.startUntilIcon({"--demo"}));
+    }
+    std::printf("Start-up to the icon in the tray (median of %d):\n", launches);
+    row("quillon, helper already running", median(startups), "ms");
+    row("quillon --demo, starting its simulated Mac and helper", median(demoStartups), "ms");
+
+    App app(display, helperEnv, home.path());
+    if (app.startUntilIcon({}) < 0) {
+        std::fprintf(stderr, "the app did not show its icon\n");
+        return 1;
+    }
+    const qint64 appPid = app.process.pid();
+    const qint64 helperPid = helper.helper.pid();
+    QTest::qWait(5000); // settle: first polls, first icon redraws
+
+    LineProcess monitor;
+    monitor.start("dbus-monitor",
+        {"--address", helper.bus.address(), "type='method_call',interface='org.quillon.Quillon.smchelper'"}, {});
+    QTest::qWait(500);
+    const qsizetype callsBefore = monitor.lines().filter("member=").size();
+    const Usage closed = measure(appPid, helperPid, idle);
+    const qsizetype calls = monitor.lines().filter("member=").size() - callsBefore;
+
+    std::printf("\nResident memory:\n");
+    row("app, panel never opened", residentMiB(appPid), "MiB");
+    row("helper (quillon-helper --daemon)", residentMiB(helperPid), "MiB");
+    std::printf("\nIdle with the panel closed (never opened), over %.0f s:\n", closed.seconds);
+    row("app CPU time per minute", closed.appCpu * 60.0 / closed.seconds * 1000.0, "ms");
+    row("helper CPU time per minute", closed.helperCpu * 60.0 / closed.seconds * 1000.0, "ms");
+    row("app CPU load", closed.appCpu / closed.seconds * 100.0, "% of one core", 3);
+    row("requests from the app to the helper", static_cast<double>(calls) / closed.seconds, "per second");
+
+    // Open the panel once (a click on the icon), then close it again.
+    clickIcon(display);
+    QTest::qWait(3000);
+    const double residentAfterPanel = residentMiB(appPid);
+    clickIcon(display);
+    QTest::qWait(1000);
+    const Usage after = measure(appPid, helperPid, idle);
+    std::printf("\nAfter the panel was shown once and closed again:\n");
+    row("app resident memory", residentAfterPanel, "MiB");
+    row("app CPU time per minute, panel closed", after.appCpu * 60.0 / after.seconds * 1000.0, "ms");
+    return 0;
+}

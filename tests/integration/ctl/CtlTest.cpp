@@ -1,0 +1,145 @@
+// `quillon ctl` against the running app in demo mode: each verb changes
+// what the app's status reports, the same state the panel shows.
+#include "DemoAppRig.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <gtest/gtest.h>
+
+namespace quillon::test {
+namespace {
+
+const QStringList offscreen{"QT_QPA_PLATFORM=offscreen", "QT_QUICK_BACKEND=software"};
+
+bool contains(const std::string& text, const char* part)
+{
+    return text.find(part) != std::string::npos;
+}
+
+QJsonObject section(const QJsonObject& status, const char* name)
+{
+    return status.value(QLatin1String(name)).toObject();
+}
+
+class CtlTest : public ::testing::Test {
+protected:
+    void SetUp() override { ASSERT_TRUE(rig.start(offscreen)) << rig.log(); }
+
+    // Runs ctl and expects success.
+    std::string run(const QStringList& args)
+    {
+        const auto result = rig.ctl(args);
+        EXPECT_EQ(result.exitCode, 0) << args.join(' ').toStdString() << ": " << result.err;
+        return result.out;
+    }
+    // Waits for the status to show something (the helper answers asynchronously).
+    bool eventually(const std::function<bool(const QJsonObject&)>& holds)
+    {
+        return waitUntil([&] { return holds(rig.status()); }, 10s);
+    }
+
+    DemoAppRig rig;
+};
+
+TEST_F(CtlTest, StatusReportsTheDemosHelperAndFans)
+{
+    ASSERT_TRUE(eventually([](const QJsonObject& s) { return !section(s, "fans")["fans"].toArray().isEmpty(); }));
+    const QJsonObject status = rig.status();
+    EXPECT_TRUE(section(status, "helper")["installed"].toBool());
+    EXPECT_TRUE(section(status, "helper")["connected"].toBool());
+    EXPECT_EQ(section(status, "fans")["fans"].toArray().size(), 2);
+    EXPECT_GT(section(status, "temperatures")["cpu"].toDouble(), 20.0);
+    EXPECT_EQ(status["icon"].toString(), "idle");
+    EXPECT_TRUE(section(status, "awake")["kinds"].toArray().isEmpty());
+    EXPECT_FALSE(status["active"].toBool());
+}
+
+TEST_F(CtlTest, AwakeHoldsTheKindsUntilTheEndAndSwitchesTheIcon)
+{
+    EXPECT_TRUE(
+        contains(run({"awake", "--for", "90m", "--kinds", "network,system"}), "keeping network, system awake for 1:"));
+    QJsonObject awake = section(rig.status(), "awake");
+    EXPECT_EQ(awake["kinds"].toArray(), QJsonArray({"system", "network"}));
+    const QDateTime until = QDateTime::fromString(awake["until"].toString(), Qt::ISODate);
+    EXPECT_NEAR(static_cast<double>(QDateTime::currentDateTime().secsTo(until)), 5400, 5);
+    EXPECT_TRUE(eventually([](const QJsonObject& s) { return s["icon"] == "active" && s["active"] == true; }));
+
+    run({"awake", "--off"});
+    awake = section(rig.status(), "awake");
+    EXPECT_TRUE(awake["kinds"].toArray().isEmpty());
+    EXPECT_TRUE(awake["until"].isNull());
+    EXPECT_TRUE(eventually([](const QJsonObject& s) { return s["icon"] == "idle"; }));
+
+    run({"awake"}); // open-ended, system and display
+    awake = section(rig.status(), "awake");
+    EXPECT_EQ(awake["kinds"].toArray(), QJsonArray({"system", "display"}));
+    EXPECT_TRUE(awake["until"].isNull());
+}
+
+TEST_F(CtlTest, FansManualAutoOffAndTheHelperFollows)
+{
+    EXPECT_TRUE(contains(run({"fans", "manual", "60", "--for", "5m"}), "floor of 60 %"));
+    EXPECT_TRUE(eventually([](const QJsonObject& s) {
+        const QJsonObject fans = section(s, "fans");
+        return fans["enabled"] == true && fans["mode"] == "manual" && fans["boosted"] == true;
+    })) << QJsonDocument(rig.status()).toJson().toStdString();
+    const QJsonObject fans = section(rig.status(), "fans");
+    EXPECT_EQ(fans["manualPercent"].toDouble(), 60);
+    EXPECT_TRUE(fans["boostRemaining"].toString().startsWith("4:5") || fans["boostRemaining"] == "5:00");
+
+    run({"fans", "auto", "silent"});
+    const QJsonObject automatic = section(rig.status(), "fans");
+    EXPECT_EQ(automatic["mode"], "auto");
+    EXPECT_EQ(automatic["profile"], "silent");
+
+    run({"fans", "off"});
+    EXPECT_TRUE(eventually([](const QJsonObject& s) {
+        return section(s, "fans")["enabled"] == false && section(s, "fans")["boosted"] == false;
+    }));
+}
+
+TEST_F(CtlTest, ResetSwitchesEverythingOff)
+{
+    run({"lid", "on"});
+    run({"awake", "--for", "1h"});
+    run({"fans", "auto", "max"});
+    QJsonObject status = rig.status();
+    EXPECT_TRUE(section(status, "lid")["enabled"].toBool());
+    EXPECT_TRUE(section(status, "fans")["enabled"].toBool());
+
+    EXPECT_TRUE(contains(run({"reset"}), "off"));
+    status = rig.status();
+    EXPECT_FALSE(section(status, "lid")["enabled"].toBool());
+    EXPECT_FALSE(section(status, "fans")["enabled"].toBool());
+    EXPECT_TRUE(section(status, "awake")["kinds"].toArray().isEmpty());
+}
+
+// Bad commands never reach the app; a second demo does not start beside the first.
+TEST_F(CtlTest, UsageErrorsAndASecondInstance)
+{
+    for (const QStringList& args : {QStringList{}, QStringList{"fans", "sideways"}, QStringList{"awake", "--for", "1y"},
+             QStringList{"fans", "manual", "101"}}) {
+        const auto result = rig.ctl(args);
+        EXPECT_EQ(result.exitCode, 2) << args.join(' ').toStdString();
+        EXPECT_TRUE(contains(result.err, "Usage: quillon ctl")) << result.err;
+    }
+    const auto help = rig.ctl({"help"});
+    EXPECT_EQ(help.exitCode, 0);
+    EXPECT_TRUE(contains(help.out, "awake [--for DURATION | --until TIME | --off]"));
+
+    const auto second = ChildProcess::run(QUILLON_APP_BIN, {"--demo"}, rig.environment() + offscreen);
+    EXPECT_EQ(second.exitCode, 1);
+    EXPECT_TRUE(contains(second.err, "already running")) << second.err;
+}
+
+TEST(CtlWithoutApp, SaysTheAppIsNotRunning)
+{
+    DemoAppRig rig;
+    const auto result = rig.ctl({"status"});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_TRUE(contains(result.err, "Quillon is not running")) << result.err;
+}
+
+} // namespace
+} // namespace quillon::test

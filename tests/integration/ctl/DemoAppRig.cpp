@@ -1,0 +1,77 @@
+#include "DemoAppRig.h"
+
+#include <QDir>
+#include <QFile>
+#include <QJsonDocument>
+
+namespace quillon::test {
+
+QStringList processStat(qint64 pid)
+{
+    QFile stat(QStringLiteral("/proc/%1/stat").arg(pid));
+    if (!stat.open(QIODevice::ReadOnly))
+        return {};
+    const QString line = QString::fromUtf8(stat.readAll());
+    return line.mid(line.lastIndexOf(QLatin1Char(')')) + 2).split(QLatin1Char(' '));
+}
+
+DemoAppRig::DemoAppRig()
+{
+    ensureCoreApplication();
+    QDir(home.path()).mkpath(QStringLiteral("runtime"));
+    QFile::setPermissions(home.path() + "/runtime", QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+}
+
+QStringList DemoAppRig::environment() const
+{
+    return {"DBUS_SESSION_BUS_ADDRESS=" + bus.address(), "HOME=" + home.path(),
+        "XDG_CONFIG_HOME=" + home.path() + "/config", "XDG_RUNTIME_DIR=" + home.path() + "/runtime",
+        "QUILLON_HELPER_BUS", "QUILLON_SMC"};
+}
+
+bool DemoAppRig::start(const QStringList& env)
+{
+    if (!bus.ready())
+        return false;
+    app.start(QUILLON_APP_BIN, {"--demo"}, environment() + env, home.path() + "/app.log");
+    return waitUntil([&] { return !app.running() || !status().isEmpty(); }, 20s) && app.running();
+}
+
+std::string DemoAppRig::log() const
+{
+    QFile file(home.path() + "/app.log");
+    return file.open(QIODevice::ReadOnly) ? file.readAll().toStdString() : std::string();
+}
+
+ChildProcess::Result DemoAppRig::ctl(const QStringList& args) const
+{
+    return ChildProcess::run(QUILLON_APP_BIN, QStringList{"ctl"} + args, environment());
+}
+
+QJsonObject DemoAppRig::status() const
+{
+    const auto result = ctl({"status"});
+    return result.exitCode == 0 ? QJsonDocument::fromJson(QByteArray::fromStdString(result.out)).object()
+                                : QJsonObject();
+}
+
+QList<qint64> DemoAppRig::children() const
+{
+    QList<qint64> pids;
+    for (const QString& entry : QDir(QStringLiteral("/proc")).entryList(QDir::Dirs)) {
+        bool number = false;
+        const qint64 pid = entry.toLongLong(&number);
+        const QStringList fields = number ? processStat(pid) : QStringList();
+        if (fields.size() > 1 && fields[1].toLongLong() == app.pid() && fields[0] != QLatin1String("Z"))
+            pids.append(pid);
+    }
+    return pids;
+}
+
+bool processAlive(qint64 pid)
+{
+    const QStringList fields = processStat(pid);
+    return !fields.isEmpty() && fields[0] != QLatin1String("Z");
+}
+
+} // namespace quillon::test

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "DaemonHarness.h"
+
+#include "support/ChildProcess.h"
+
+#include <QJsonObject>
+#include <QTemporaryDir>
+
+namespace quillon::test {
+
+// `quillon --demo` on a private session bus, with a home of its own, and
+// `quillon ctl` pointed at it. Shared by the scripting and the GUI tests.
+class DemoAppRig {
+public:
+    DemoAppRig();
+
+    // Starts the app with this environment added (display, platform) and
+    // waits until it answers `quillon ctl status`.
+    bool start(const QStringList& env);
+    // `quillon ctl args...` against this app.
+    ChildProcess::Result ctl(const QStringList& args) const;
+    // The app's status, parsed; empty when it does not answer.
+    QJsonObject status() const;
+    // The processes the app started (pids whose parent it is).
+    QList<qint64> children() const;
+    // What a process needs to reach this app's bus and home.
+    QStringList environment() const;
+    // The app's standard error so far.
+    std::string log() const;
+
+    PrivateBus bus;
+    QTemporaryDir home;
+    LineProcess app;
+};
+
+// The fields of /proc/PID/stat after the command name (state, ppid, ...,
+// utime at index 11, stime at 12); empty when there is no such process.
+QStringList processStat(qint64 pid);
+// Whether a process of this pid exists (and is no zombie).
+bool processAlive(qint64 pid);
+
+} // namespace quillon::test

@@ -1,0 +1,131 @@
+#include "app/Settings.h"
+#include "ui/LaunchRecord.h"
+#include "ui/LoginItem.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+
+namespace {
+
+using quillon::app::Settings;
+using quillon::ui::LaunchRecord;
+using quillon::ui::LoginItem;
+
+// A new or updated build presents itself once; relaunching it does not.
+TEST(LaunchRecord, OnlyANewBuildOpensThePanel)
+{
+    QTemporaryDir dir;
+    Settings settings(dir.path() + "/Quillon.conf");
+    EXPECT_TRUE(LaunchRecord::recordLaunch(settings, "0.1.0"));
+    EXPECT_FALSE(LaunchRecord::recordLaunch(settings, "0.1.0"));
+    EXPECT_TRUE(LaunchRecord::recordLaunch(settings, "0.2.0"));
+    EXPECT_EQ(settings.text(Settings::Key::lastLaunchedBuild), "0.2.0");
+}
+
+QByteArray read(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+void write(const QString& path, const QByteArray& contents)
+{
+    QDir().mkpath(QFileInfo(path).path());
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(contents);
+}
+
+// The warnings logged while it lives.
+class LogCapture {
+public:
+    LogCapture() { m_previous = qInstallMessageHandler(&LogCapture::handle); }
+    ~LogCapture() { qInstallMessageHandler(m_previous); }
+    static QStringList& lines()
+    {
+        static QStringList captured;
+        return captured;
+    }
+
+private:
+    static void handle(QtMsgType type, const QMessageLogContext&, const QString& message)
+    {
+        if (type == QtWarningMsg)
+            lines().append(message);
+    }
+    QtMessageHandler m_previous;
+};
+
+class LoginItemTest : public ::testing::Test {
+protected:
+    QTemporaryDir dir;
+    QString home = dir.path() + "/home";
+    QString system = dir.path() + "/etc";
+    QString systemEntry = system + "/autostart/org.quillon.Quillon.desktop";
+    LoginItem item{home, {system}, "/opt/Quillon Beta/bin/quillon"};
+};
+
+// On: an autostart entry that starts this executable, its path quoted as the
+// desktop entry format wants. Off: the entry is gone.
+TEST_F(LoginItemTest, WritesAndRemovesTheUsersAutostartEntry)
+{
+    EXPECT_FALSE(item.isEnabled());
+    ASSERT_TRUE(item.setEnabled(true));
+    EXPECT_TRUE(item.isEnabled());
+    const QByteArray entry = read(item.userEntryPath());
+    EXPECT_TRUE(entry.startsWith("[Desktop Entry]\n"));
+    EXPECT_TRUE(entry.contains("\nExec=\"/opt/Quillon Beta/bin/quillon\"\n")) << entry.constData();
+    EXPECT_TRUE(entry.contains("\nType=Application\n"));
+    EXPECT_FALSE(entry.contains("Hidden=true"));
+
+    ASSERT_TRUE(item.setEnabled(false));
+    EXPECT_FALSE(QFile::exists(item.userEntryPath()));
+    EXPECT_FALSE(item.isEnabled());
+    EXPECT_TRUE(item.setEnabled(false)) << "switching off twice is no failure";
+}
+
+// Characters the shell would read are escaped inside the quotes, and each
+// backslash once more for the entry's string syntax.
+TEST_F(LoginItemTest, QuotesAnExecutablePathWithSpecialCharacters)
+{
+    const QByteArray entry = LoginItem::entryFor(R"(/tmp/a "b" $c\d)");
+    EXPECT_TRUE(entry.contains(R"(Exec="/tmp/a \\"b\\" \\$c\\\\d")")) << entry.constData();
+    EXPECT_TRUE(LoginItem::entryFor("/usr/bin/quillon").contains("\nExec=/usr/bin/quillon\n"));
+}
+
+// A system-wide entry can only be masked, by a user entry with Hidden=true.
+TEST_F(LoginItemTest, MasksASystemWideEntryToSwitchOff)
+{
+    write(systemEntry, "[Desktop Entry]\nType=Application\nName=Quillon\nExec=quillon\n");
+    EXPECT_TRUE(item.isEnabled());
+    ASSERT_TRUE(item.setEnabled(false));
+    EXPECT_TRUE(read(item.userEntryPath()).contains("\nHidden=true\n"));
+    EXPECT_FALSE(item.isEnabled());
+    ASSERT_TRUE(item.setEnabled(true));
+    EXPECT_TRUE(item.isEnabled());
+    EXPECT_FALSE(read(item.userEntryPath()).contains("Hidden=true"));
+}
+
+// Already on: nothing is rewritten. A failure is logged and reported.
+TEST_F(LoginItemTest, ReportsAndLogsAFailure)
+{
+    ASSERT_TRUE(item.setEnabled(true));
+    write(item.userEntryPath(), "[Desktop Entry]\nType=Application\nExec=/elsewhere/quillon\n");
+    EXPECT_TRUE(item.setEnabled(true));
+    EXPECT_TRUE(read(item.userEntryPath()).contains("/elsewhere/quillon"));
+
+    write(dir.path() + "/blocked", "a file where the configuration directory should be");
+    LoginItem blocked(dir.path() + "/blocked", {}, "/usr/bin/quillon");
+    LogCapture log;
+    LogCapture::lines().clear();
+    EXPECT_FALSE(blocked.setEnabled(true));
+    EXPECT_FALSE(blocked.isEnabled());
+    ASSERT_EQ(LogCapture::lines().size(), 1);
+    EXPECT_TRUE(LogCapture::lines().first().startsWith("Quillon login-item toggle failed: "));
+    EXPECT_TRUE(LogCapture::lines().first().contains("blocked")) << LogCapture::lines().first().toStdString();
+}
+
+} // namespace

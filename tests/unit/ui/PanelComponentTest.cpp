@@ -1,0 +1,339 @@
+// The menu panel's QML over the real models, with fake platform services
+// and a fake clock: what the panel says in each state, in English and German.
+#include "app/Translations.h"
+#include "ui/LoginItem.h"
+#include "ui/panel/AwakeView.h"
+#include "ui/panel/FanView.h"
+#include "ui/panel/PanelState.h"
+#include "ui/panel/PanelViews.h"
+#include "unit/keepawake/KeepAwakeRig.h"
+#include "unit/power/QStringPrinter.h"
+
+#include <QColor>
+#include <QQmlEngine>
+#include <QQuickItem>
+#include <QQuickView>
+
+namespace quillon::test {
+namespace {
+
+using Level = platform::ThermalPressure::Level;
+
+class PanelComponentTest : public KeepAwakeRig {
+protected:
+    void SetUp() override
+    {
+        KeepAwakeRig::SetUp();
+        views = std::make_unique<ui::PanelViews>(*manager, settings, loginItem, clock, nullptr);
+        view.setInitialProperties(views->rootProperties());
+        view.setSource(QUrl(QStringLiteral("qrc:/qml/Panel.qml")));
+        QStringList errors;
+        for (const QQmlError& error : view.errors())
+            errors.append(error.toString());
+        ASSERT_EQ(view.status(), QQuickView::Ready) << errors.join('\n').toStdString();
+    }
+
+    void TearDown() override { app::Translations::apply(false); }
+
+    // As the app does on a change of language: translator first, then the texts.
+    void speak(const char* language)
+    {
+        app::Translations::apply(QLatin1String(language) == QLatin1String("de"));
+        settings.setAppLanguage(QString::fromLatin1(language));
+        view.engine()->retranslate();
+    }
+
+    // Every item of that name, in the order they appear.
+    QList<QQuickItem*> items(const QString& name) const
+    {
+        QList<QQuickItem*> found;
+        QList<QQuickItem*> pending{view.rootObject()};
+        while (!pending.isEmpty()) {
+            QQuickItem* item = pending.takeFirst();
+            if (item->objectName() == name)
+                found.append(item);
+            pending.append(item->childItems());
+        }
+        return found;
+    }
+    QQuickItem* item(const QString& name) const
+    {
+        const auto found = items(name);
+        return found.isEmpty() ? nullptr : found.first();
+    }
+    QString text(const QString& name) const
+    {
+        QQuickItem* it = item(name);
+        return it ? it->property("text").toString() : QStringLiteral("<no %1>").arg(name);
+    }
+    QStringList texts(const QString& name) const
+    {
+        QStringList list;
+        for (QQuickItem* it : items(name))
+            list.append(it->property("text").toString());
+        return list;
+    }
+    bool shown(const QString& name) const
+    {
+        QQuickItem* it = item(name);
+        return it && it->isVisible();
+    }
+    void click(const QString& name)
+    {
+        QQuickItem* button = item(name);
+        ASSERT_TRUE(button) << name.toStdString();
+        QMetaObject::invokeMethod(button, "clicked");
+    }
+
+    // A user's flip of a switch: its state, then its handler.
+    void flip(const QString& name)
+    {
+        QQuickItem* control = item(name);
+        ASSERT_TRUE(control) << name.toStdString();
+        QMetaObject::invokeMethod(control, "toggle");
+        QMetaObject::invokeMethod(control, "toggled");
+    }
+
+    app::FanController& fan() { return *manager->fan(); }
+    // The helper answers this status from now on; one poll fetches it.
+    void helperReports(const QVariantMap& status)
+    {
+        link.status = status;
+        fan().refresh();
+        link.deliver();
+    }
+
+    ui::LoginItem loginItem{dir.path() + "/config", {}, "/usr/bin/quillon"};
+    std::unique_ptr<ui::PanelViews> views;
+    QQuickView view;
+};
+
+TEST_F(PanelComponentTest, EveryExpandableSectionStartsCollapsed)
+{
+    for (const char* section : {"awake", "lid", "drives", "fans"}) {
+        EXPECT_TRUE(shown(QString::fromLatin1(section) + "Title")) << section;
+        EXPECT_FALSE(item(QString::fromLatin1(section) + "Body")->property("visible").toBool()) << section;
+    }
+    views->state().setProperty("fansExpanded", true);
+    EXPECT_TRUE(item("fansBody")->property("visible").toBool());
+}
+
+// The status head and the keep-awake section follow a session: off, then the
+// countdown with its end, in the language chosen.
+TEST_F(PanelComponentTest, KeepAwakeShowsItsCountdownAndEnd)
+{
+    EXPECT_EQ(texts("statusLine"), QStringList{"Your Mac sleeps as usual."});
+    EXPECT_EQ(text("awakeSummary"), "Off");
+    EXPECT_EQ(text("stayAwakeFor"), "Stay awake for");
+    EXPECT_FALSE(shown("allOff"));
+
+    views->awake().stayAwakeFor(3 * 86400);
+    EXPECT_EQ(texts("statusLine"), QStringList{"Awake · 72:00:00 left"});
+    EXPECT_EQ(text("awakeSummary"), "72:00:00 left · ends " + manager->expiryDescription().value());
+    EXPECT_EQ(item("kind_display")->property("checked"), true);
+    EXPECT_EQ(item("kind_network")->property("checked"), false);
+    EXPECT_TRUE(shown("allOff"));
+
+    speak("de");
+    EXPECT_EQ(texts("statusLine"), QStringList{"Wach · noch 72:00:00"});
+    EXPECT_EQ(text("awakeSummary"), "noch 72:00:00 · endet " + manager->expiryDescription().value());
+    EXPECT_TRUE(manager->expiryDescription()->startsWith("24.11.26")) << manager->expiryDescription()->toStdString();
+    EXPECT_EQ(text("stayAwakeFor"), "Wach bleiben für");
+    EXPECT_EQ(text("customEndButton"), "Eigene Endzeit…");
+    EXPECT_EQ(item("kind_system")->property("text"), "System wach halten");
+    EXPECT_EQ(text("allOff"), "Alles aus");
+
+    click("awakeOff");
+    EXPECT_EQ(text("awakeSummary"), "Aus");
+}
+
+// The custom end starts 12 hours ahead; a picked end starts a session until then.
+TEST_F(PanelComponentTest, TheCustomPickerStartsASessionUntilItsEnd)
+{
+    ui::AwakeView& awake = views->awake();
+    EXPECT_EQ(awake.customEnd(), clock.now().toLocalTime().addSecs(12 * 3600));
+    EXPECT_FALSE(shown("customStart"));
+    views->state().setProperty("awakeExpanded", true);
+    click("customEndButton");
+    EXPECT_TRUE(shown("customStart"));
+
+    awake.setCustomEnd(3, 8, 30);
+    const QDateTime end(QDate(2026, 11, 24), QTime(8, 30));
+    EXPECT_EQ(text("customEndText"), "Ends " + app::SleepManager::describeEnd(end, clock.now(), false));
+    awake.setCustomEnd(0, 9, 0);
+    EXPECT_EQ(text("customEndText"), "That time has already passed.");
+    EXPECT_FALSE(item("customStart")->property("enabled").toBool());
+
+    speak("de");
+    EXPECT_EQ(text("customEndText"), "Diese Zeit ist schon vorbei.");
+    awake.setCustomEnd(3, 8, 30);
+    EXPECT_EQ(text("customEndText"), "Endet " + app::SleepManager::describeEnd(end, clock.now(), true));
+    click("customStart");
+    EXPECT_EQ(manager->expiresAt(), end);
+    EXPECT_FALSE(shown("customStart")) << "the picker closes once the session runs";
+}
+
+// What the fans are doing, from off through watching and a floor to a manual
+// boost spinning up, and the helper's heat protection taking over.
+TEST_F(PanelComponentTest, FanStatusFollowsTheFanController)
+{
+    const auto both = [&](const char* english, const char* german) {
+        EXPECT_EQ(text("fansSummary"), QString::fromUtf8(english));
+        speak("de");
+        EXPECT_EQ(text("fansSummary"), QString::fromUtf8(german));
+        speak("en");
+    };
+    both("Off — the Mac runs its fans itself", "Aus — der Mac regelt seine Lüfter selbst");
+
+    fan().setCoolingProfile(core::CoolingProfile::Kind::silent);
+    fan().setFansEnabled(true);
+    helperReports({{"cpuTemp", 60.0}}); // silent stays quiet below 62 °C
+    both("Watching — quiet until it warms up", "Beobachtet — leise, bis es warm wird");
+
+    fan().setCoolingProfile(core::CoolingProfile::Kind::balanced); // 60 °C: a floor of 20 %
+    link.deliver();
+    both("Fans spinning up …", "Lüfter drehen hoch …");
+    const QVariantMap fanAtTarget{
+        {"index", 0}, {"currentRPM", 2100}, {"minRPM", 1200}, {"maxRPM", 5700}, {"targetRPM", 2100}};
+    helperReports({{"fans", QVariantList{fanAtTarget}}});
+    both("Active · floor 20 %", "Aktiv · Untergrenze 20 %");
+    EXPECT_EQ(texts("statusLine"), QStringList{"Fan control · Active · floor 20 %"});
+
+    fan().setCoolingMode(app::CoolingMode::manual);
+    both("Fans spinning up …", "Lüfter drehen hoch …");
+    EXPECT_EQ(text("boostCountdown"), "Boost ends in 10:00");
+    clock.advance(6);
+    fan().pollTick();
+    both("Fans starting any moment …", "Lüfter starten jeden Moment …");
+    EXPECT_EQ(text("boostCountdown"), "Boost ends in 9:54");
+
+    helperReports({{"thermalOverride", true}, {"effectivePercent", 80.0}});
+    both("Mac takes over — fans at 80% due to heat", "Mac übernimmt — Lüfter wegen Hitze auf 80 %");
+}
+
+TEST_F(PanelComponentTest, ProfilesAndTheirBlurbs)
+{
+    const struct {
+        core::CoolingProfile::Kind kind;
+        const char* english;
+        const char* german;
+    } profiles[] = {
+        {core::CoolingProfile::Kind::silent, "Quiet — runs a bit cooler than macOS without getting loud.",
+            "Leise — hält den Mac etwas kühler als macOS, ohne laut zu werden."},
+        {core::CoolingProfile::Kind::balanced, "Keeps the Mac comfortably cool at moderate noise.",
+            "Hält den Mac angenehm kühl bei moderater Lautstärke."},
+        {core::CoolingProfile::Kind::max, "Maximum cooling — audible baseline, keeps the Mac cold.",
+            "Maximale Kühlung — hörbarer Grundpegel, hält den Mac kalt."},
+    };
+    for (const auto& profile : profiles) {
+        fan().setCoolingProfile(profile.kind);
+        speak("en");
+        EXPECT_EQ(text("profileBlurb"), QString::fromUtf8(profile.english));
+        speak("de");
+        EXPECT_EQ(text("profileBlurb"), QString::fromUtf8(profile.german));
+    }
+    QStringList names;
+    for (const QVariant& entry : views->fan().profiles())
+        names.append(entry.toMap().value("label").toString());
+    EXPECT_EQ(names, QStringList({"Leise", "Ausgewogen", "Max"}));
+
+    // The curve marks the current temperature on the profile in force.
+    helperReports({{"cpuTemp", 71.0}});
+    const QVariantMap marker = item("profileCurve")->property("marker").toMap();
+    EXPECT_DOUBLE_EQ(marker.value("temp").toDouble(), 71.0);
+    EXPECT_DOUBLE_EQ(marker.value("percent").toDouble(), 95.0);
+}
+
+// No badge while nominal; then the badge's text and colour per level.
+TEST_F(PanelComponentTest, TheThrottleBadgeNamesThePressure)
+{
+    EXPECT_FALSE(shown("badge"));
+    const struct {
+        Level level;
+        const char* english;
+        const char* german;
+        QColor color;
+    } levels[] = {
+        {Level::fair, "Elevated", "Last erhöht", QColor::fromRgbF(0.8f, 0.66f, 0.1f)},
+        {Level::serious, "Throttling", "Drosselung", QColor::fromRgbF(1.0f, 0.58f, 0.0f)},
+        {Level::critical, "Critical", "Kritisch", QColor::fromRgbF(1.0f, 0.23f, 0.19f)},
+    };
+    for (const auto& l : levels) {
+        thermal.set(l.level);
+        speak("en");
+        EXPECT_TRUE(shown("badge"));
+        EXPECT_EQ(text("badgeText"), QString::fromUtf8(l.english));
+        EXPECT_EQ(item("badge")->property("color").value<QColor>(), l.color);
+        speak("de");
+        EXPECT_EQ(text("badgeText"), QString::fromUtf8(l.german));
+    }
+    thermal.set(Level::nominal);
+    EXPECT_FALSE(shown("badge"));
+}
+
+// The battery's charge and flow, read when the panel refreshes; nothing without a battery.
+TEST_F(PanelComponentTest, TheBatteryHintSaysWhereThePowerGoes)
+{
+    EXPECT_FALSE(shown("batteryHint"));
+    const struct {
+        bool onAC;
+        qint64 milliamperes;
+        const char* english;
+        const char* german;
+    } cases[] = {
+        {false, -1500, "Battery 42% · on battery, using 17 W", "Akku 42 % · auf Akku, verbraucht 17 W"},
+        {true, 2000, "Battery 42% · charging with 22 W", "Akku 42 % · lädt mit 22 W"},
+        {true, -500, "Battery 42% · adapter too weak, draining 6 W", "Akku 42 % · Netzteil zu schwach, entlädt 6 W"},
+        {true, 10, "Battery 42% · on power", "Akku 42 % · am Netz"},
+    };
+    for (const auto& c : cases) {
+        supply->battery(42, c.onAC);
+        supply->reading.millivolts = 11000;
+        supply->reading.milliamperes = c.milliamperes;
+        speak("en");
+        views->state().refreshPower();
+        EXPECT_EQ(text("batteryHint"), QString::fromUtf8(c.english));
+        speak("de");
+        EXPECT_EQ(text("batteryHint"), QString::fromUtf8(c.german));
+    }
+    EXPECT_TRUE(shown("batteryHint"));
+}
+
+// Closed-lid keep-awake puts its cooling profile in force, which the fan
+// section says; an automatic stop leaves its reason under the section's
+// header until the user switches it on again.
+TEST_F(PanelComponentTest, ClosedLidShowsWhyItStopped)
+{
+    EXPECT_FALSE(shown("lidNote"));
+    flip("lidSwitch");
+    EXPECT_TRUE(manager->lid()->enabled());
+    EXPECT_EQ(text("lidSummary"), "On — stays awake with the lid closed");
+    EXPECT_EQ(text("triggerNote"), "In force: Balanced, asked for by closed lid or automation");
+    thermal.set(Level::serious);
+    EXPECT_FALSE(manager->lid()->enabled());
+    EXPECT_TRUE(shown("lidNote"));
+    EXPECT_EQ(text("lidNote"), manager->lid()->lastAutoOff());
+    EXPECT_EQ(text("triggerNote"), "");
+    speak("de");
+    EXPECT_EQ(text("lidSummary"), "Aus");
+    manager->lid()->setEnabled(true);
+    EXPECT_FALSE(shown("lidNote"));
+    EXPECT_EQ(text("lidSummary"), "An — bleibt zugeklappt wach");
+    EXPECT_EQ(text("triggerNote"), "Aktiv: Ausgewogen, angefordert von Zugeklappt oder Automatik");
+}
+
+// Asked until answered; the answer switches the login item and is remembered.
+TEST_F(PanelComponentTest, TheLoginQuestionIsAskedUntilAnswered)
+{
+    EXPECT_TRUE(shown("loginPrompt"));
+    speak("de");
+    EXPECT_EQ(text("loginYes"), "Ja");
+    click("loginYes");
+    EXPECT_FALSE(shown("loginPrompt"));
+    EXPECT_TRUE(settings.flag(app::Settings::Key::loginChoiceMade));
+    EXPECT_TRUE(loginItem.isEnabled());
+    EXPECT_TRUE(views->state().launchAtLogin());
+}
+
+} // namespace
+} // namespace quillon::test
