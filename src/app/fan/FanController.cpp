@@ -178,8 +178,15 @@ void FanController::applyStatus(const QVariantMap& status)
     }
 
     const QVariant boosted = status.value("isBoosted");
+    // The helper dropped a floor the app still holds: its watchdog fired while
+    // the app was starved, or it was restarted. Only a drop counts, so a floor
+    // the helper refuses is not retried on every poll.
+    const bool helperLetGo = boosted.typeId() == QMetaType::Bool && !boosted.toBool() && m_isBoosted
+        && m_targetPercent > 0;
     if (boosted.typeId() == QMetaType::Bool)
         setBoosted(boosted.toBool());
+    if (helperLetGo)
+        reassertFloor();
 
     bool temperatures = false;
     if (const auto cpu = finiteNumber(status.value("cpuTemp"))) {

@@ -33,7 +33,8 @@ class Settings;
 // user's choice (off, a manual floor as a timed boost, or a cooling profile)
 // and from other managers' cooling requests, the strongest of which wins;
 // warns about heat and throttling; and, when the helper holds the fans or the
-// lid lock for five polls in a row without the app wanting it, makes it let go.
+// lid lock for five polls in a row without the app wanting it, makes it let go;
+// when the helper drops a floor the app still holds, sends it again.
 //
 // Main thread only. The timers call pollTick() and boostExpired(); tests call
 // them directly with a fake clock. Temperatures in °C, floors in percent.
@@ -192,6 +193,7 @@ private:
     void applyFans(const QVariant& value);
     void endSpinUpIfDone();
     void reconcileDaemonState(bool daemonForcingFans, bool daemonLidLock);
+    void reassertFloor();
     void checkHeatAlert();
     bool heatAlertsEnabled() const;
     void coolingModeChanged();

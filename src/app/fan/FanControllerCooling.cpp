@@ -80,8 +80,11 @@ void FanController::coolingModeChanged()
         setTargetPercent(m_manualPercent);
         applyBoost(m_boostDuration, false);
     } else {
+        // The manual boost's timer goes too, even when its floor never took.
         if (m_isBoosted)
             resetBoost();
+        else
+            cancelBoostExpiry();
         setAuto(true);
     }
 }
@@ -217,6 +220,17 @@ bool FanController::applyBoost(std::optional<double> durationS, bool automatic)
         scheduleBoostExpiry(std::min(durationS.value_or(m_boostDuration), maxBoostSeconds));
     }
     return true;
+}
+
+void FanController::reassertFloor()
+{
+    qInfo().noquote() << QStringLiteral("Quillon: the helper let go of the fans; sending the %1 % floor again")
+                             .arg(m_targetPercent, 0, 'f', 0);
+    setBoosted(true);
+    if (!m_spinningUp)
+        startSpinUp();
+    // The boost's expiry, if any, keeps running: the user's time is not extended.
+    m_parts.link->setFanFloor(m_targetPercent, this, [this](bool ok, const QString&) { onFloorReply(ok); });
 }
 
 void FanController::onFloorReply(bool ok)

@@ -157,6 +157,48 @@ TEST_F(FanCooling, SwitchingModesHandsOverCleanly)
     link.deliver();
     EXPECT_FALSE(fc->autoActive());
     EXPECT_EQ(link.floors.last(), 100.0);
+
+    // A manual floor the helper refused leaves no boost, but its timer must not
+    // outlive the switch to automatic and later switch the fans off.
+    link.floorsSucceed = false;
+    link.boosted = false;
+    fc->setManualFloor(80);
+    link.deliver();
+    ASSERT_FALSE(fc->isBoosted());
+    fc->setCoolingMode(CoolingMode::automatic);
+    EXPECT_FALSE(fc->boostExpiresAt().isValid());
+}
+
+TEST_F(FanCooling, AFloorTheHelperDroppedIsSentAgainOnce)
+{
+    autoOn(Kind::balanced);
+    poll(status(70));
+    ASSERT_EQ(link.floors.size(), 1);
+    link.boosted = false; // the helper's watchdog handed the fans back
+    poll(status(70));
+    ASSERT_EQ(link.floors.size(), 2);
+    EXPECT_EQ(link.floors[1], link.floors[0]);
+    EXPECT_TRUE(fc->isBoosted());
+    EXPECT_TRUE(link.boosted);
+
+    link.clear();
+    manualOn();
+    clock.advance(100);
+    link.boosted = false;
+    poll(status(70));
+    EXPECT_EQ(link.floors.last(), 100.0);
+    EXPECT_EQ(secondsUntilExpiry(), 499.0); // the user's boost is not extended
+
+    // A refusal is not retried on every poll.
+    link.clear();
+    link.floorsSucceed = false;
+    link.boosted = false;
+    poll(status(70));
+    EXPECT_EQ(link.floors.size(), 1);
+    EXPECT_FALSE(fc->isBoosted());
+    for (int i = 0; i < 5; ++i)
+        poll(status(70));
+    EXPECT_EQ(link.floors.size(), 1);
 }
 
 TEST_F(FanCooling, SpinUpIndicatorEndsAtEightyFivePercentOrAfterTwentySeconds)
