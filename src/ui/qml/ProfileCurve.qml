@@ -34,8 +34,12 @@ Canvas {
         ctx.globalAlpha = 0.5
         ctx.fillText("100%", 0, yOf(100) + 4)
         ctx.fillText("0", 12, yOf(0) + 4)
-        for (const t of [40, 60, 80, 100])
-            ctx.fillText(t + "°", Math.min(xOf(t) - 8, width - 26), height - 2)
+        // Labels are centred under their mark but never cut off at the right edge.
+        for (const t of [40, 60, 80, 100]) {
+            const text = t + "°"
+            const w = ctx.measureText(text).width
+            ctx.fillText(text, Math.min(xOf(t) - w / 2, width - w - 1), height - 2)
+        }
         ctx.strokeStyle = sys.mid
         ctx.lineWidth = 1
         ctx.strokeRect(xOf(minTemp), yOf(100), xOf(maxTemp) - xOf(minTemp), yOf(0) - yOf(100))
@@ -58,7 +62,7 @@ Canvas {
             ctx.fill()
             ctx.fillStyle = sys.windowText
             const label = Math.round(marker.temp) + "° → " + Math.round(marker.percent) + "%"
-            const x = Math.min(xOf(marker.temp) + 6, width - 70)
+            const x = Math.min(xOf(marker.temp) + 6, width - ctx.measureText(label).width - 1)
             ctx.fillText(label, x, Math.max(12, yOf(marker.percent) - 6))
         }
     }
