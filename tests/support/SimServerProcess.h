@@ -1,8 +1,7 @@
 #pragma once
 
-#include "ChildProcess.h"
+#include "LineProcess.h"
 
-#include <QProcess>
 #include <QTemporaryDir>
 #include <csignal>
 
@@ -15,24 +14,15 @@ public:
     SimServerProcess()
     {
         path = m_dir.path() + "/mac.sock";
-        m_process.start(QUILLON_HELPER_BIN, {"--smc-sim", path});
-        ready = m_process.waitForStarted(5000) && m_process.waitForReadyRead(5000)
-            && m_process.readLine().startsWith("Simulated Mac serving on");
+        m_process.start(QUILLON_HELPER_BIN, {"--smc-sim", path}, {});
+        ready = m_process.waitForLine("Simulated Mac serving on", std::chrono::seconds(5));
     }
-    ~SimServerProcess() { stop(); }
 
-    // SIGTERM, then the exit code (-1 if it had to be killed).
+    // SIGTERM, then the exit code (-1 if it did not exit cleanly in time).
     int stop()
     {
-        if (m_process.state() == QProcess::NotRunning)
-            return m_stoppedCode;
-        ::kill(static_cast<pid_t>(m_process.processId()), SIGTERM);
-        if (!m_process.waitForFinished(5000)) {
-            m_process.kill();
-            m_process.waitForFinished(2000);
-            return m_stoppedCode = -1;
-        }
-        return m_stoppedCode = m_process.exitStatus() == QProcess::NormalExit ? m_process.exitCode() : -1;
+        m_process.signal(SIGTERM);
+        return m_process.waitForExit(std::chrono::seconds(5)).value_or(-1);
     }
 
     QStringList env() const { return {"QUILLON_SMC=sim:" + path}; }
@@ -42,8 +32,7 @@ public:
 
 private:
     QTemporaryDir m_dir;
-    QProcess m_process;
-    int m_stoppedCode = -1;
+    LineProcess m_process;
 };
 
 } // namespace quillon::test

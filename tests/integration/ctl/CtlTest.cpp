@@ -118,12 +118,9 @@ TEST_F(CtlTest, ResetSwitchesEverythingOff)
 // Bad commands never reach the app; a second demo does not start beside the first.
 TEST_F(CtlTest, UsageErrorsAndASecondInstance)
 {
-    for (const QStringList& args : {QStringList{}, QStringList{"fans", "sideways"}, QStringList{"awake", "--for", "1y"},
-             QStringList{"fans", "manual", "101"}}) {
-        const auto result = rig.ctl(args);
-        EXPECT_EQ(result.exitCode, 2) << args.join(' ').toStdString();
-        EXPECT_TRUE(contains(result.err, "Usage: quillon ctl")) << result.err;
-    }
+    const auto mistake = rig.ctl({"fans", "sideways"}); // what each mistake says is CtlRequest's
+    EXPECT_EQ(mistake.exitCode, 2);
+    EXPECT_TRUE(contains(mistake.err, "Usage: quillon ctl")) << mistake.err;
     const auto help = rig.ctl({"help"});
     EXPECT_EQ(help.exitCode, 0);
     EXPECT_TRUE(contains(help.out, "awake [--for DURATION | --until TIME | --off]"));

@@ -1,5 +1,7 @@
 #include "DemoAppRig.h"
 
+#include "support/Files.h"
+
 #include <QDir>
 #include <QFile>
 #include <QJsonDocument>
@@ -8,10 +10,9 @@ namespace quillon::test {
 
 QStringList processStat(qint64 pid)
 {
-    QFile stat(QStringLiteral("/proc/%1/stat").arg(pid));
-    if (!stat.open(QIODevice::ReadOnly))
+    const QString line = QString::fromUtf8(readFile(QStringLiteral("/proc/%1/stat").arg(pid)));
+    if (line.isEmpty())
         return {};
-    const QString line = QString::fromUtf8(stat.readAll());
     return line.mid(line.lastIndexOf(QLatin1Char(')')) + 2).split(QLatin1Char(' '));
 }
 
@@ -39,8 +40,7 @@ bool DemoAppRig::start(const QStringList& env)
 
 std::string DemoAppRig::log() const
 {
-    QFile file(home.path() + "/app.log");
-    return file.open(QIODevice::ReadOnly) ? file.readAll().toStdString() : std::string();
+    return readFile(home.path() + "/app.log").toStdString();
 }
 
 ChildProcess::Result DemoAppRig::ctl(const QStringList& args) const

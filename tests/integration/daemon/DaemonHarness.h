@@ -3,16 +3,13 @@
 #include "FanHelperProxy.h"
 
 #include "smc/SmcConnection.h"
+#include "support/EventLoop.h"
+#include "support/LineProcess.h"
+#include "support/PrivateBus.h"
 #include "support/SimServerProcess.h"
 
 #include <QDBusPendingReply>
-#include <QProcess>
-#include <QStringList>
-#include <QTemporaryDir>
-#include <chrono>
-#include <functional>
 #include <memory>
-#include <optional>
 
 // Real processes around the fan helper: a private dbus-daemon, the shared
 // simulated Mac, stand-ins for logind and polkit, quillon-helper --daemon,
@@ -25,56 +22,10 @@ using namespace std::chrono_literals;
 // The unprivileged account the tests call as (uid and gid).
 constexpr unsigned kNobody = 65534;
 
-// QtDBus needs an application object: one per process, made on first use.
-void ensureCoreApplication();
-
-// Asks done every 10 ms, processing Qt events in between, until it holds
-// or timeout passes; whether it held.
-bool waitUntil(const std::function<bool()>& done, std::chrono::milliseconds timeout);
-
-// A dbus-daemon of our own that any local uid may connect to. extraConfig
-// goes into its configuration (policies, <include>s). systemLike denies
-// owning names and calling methods by default, as the system bus does.
-class PrivateBus {
-public:
-    explicit PrivateBus(const QString& extraConfig = {}, bool systemLike = false);
-    ~PrivateBus();
-    bool ready() const { return !m_address.isEmpty(); }
-    const QString& address() const { return m_address; }
-    void kill();
-
-private:
-    QTemporaryDir m_dir;
-    QProcess m_process;
-    QString m_address;
-};
-
-// A child process whose output is read line by line as it comes; stopped
-// with SIGTERM (then SIGKILL) when destroyed.
-class LineProcess {
-public:
-    ~LineProcess();
-    // env as in ChildProcess; stderrFile: where standard error goes instead.
-    void start(const QString& program, const QStringList& args, const QStringList& env, const QString& stderrFile = {});
-    bool waitForLine(const QString& part, std::chrono::milliseconds timeout);
-    QStringList lines();
-    qint64 pid() const { return m_process.processId(); }
-    bool running() const { return m_process.state() != QProcess::NotRunning; }
-    void signal(int signalNumber);
-    // The exit code, once it has exited normally within timeout.
-    std::optional<int> waitForExit(std::chrono::milliseconds timeout);
-
-private:
-    QProcess m_process;
-    QStringList m_lines;
-    QByteArray m_pending;
-};
-
 // One helper on a private bus and the shared simulated Mac, with a client.
 class HelperRig {
 public:
     HelperRig();
-    ~HelperRig();
 
     // env: extra environment for the helper. Whether it came up serving.
     bool startHelper(const QStringList& env = {});

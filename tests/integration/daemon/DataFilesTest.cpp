@@ -2,8 +2,8 @@
 
 #include "daemon/CallerAuthorization.h"
 #include "support/ChildProcess.h"
+#include "support/Files.h"
 
-#include <QFile>
 #include <QFileInfo>
 #include <QRegularExpression>
 #include <gtest/gtest.h>
@@ -25,15 +25,10 @@ protected:
             QUILLON_CMAKE_COMMAND, {"--install", QUILLON_BUILD_DIR}, {"DESTDIR=" + m_root.path()}, 120000);
         ASSERT_EQ(install.exitCode, 0) << install.out << install.err;
         const QRegularExpression prefix("^CMAKE_INSTALL_PREFIX:PATH=(.*)$", QRegularExpression::MultilineOption);
-        m_prefix = m_root.path() + prefix.match(read(QUILLON_BUILD_DIR "/CMakeCache.txt")).captured(1);
+        m_prefix = m_root.path() + prefix.match(readFile(QUILLON_BUILD_DIR "/CMakeCache.txt")).captured(1);
     }
 
-    static QString read(const QString& path)
-    {
-        QFile file(path);
-        return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
-    }
-    QString installed(const QString& relativePath) const { return read(m_prefix + "/" + relativePath); }
+    QString installed(const QString& relativePath) const { return readFile(m_prefix + "/" + relativePath); }
     static QString valueOf(const QString& text, const QString& key)
     {
         return QRegularExpression("^" + key + "=(.*)$", QRegularExpression::MultilineOption).match(text).captured(1);

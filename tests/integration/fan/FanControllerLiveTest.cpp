@@ -25,27 +25,18 @@ protected:
         ASSERT_TRUE(rig.mac.ready);
         ASSERT_EQ(rig.smc.writeU8("QLOD", 100), 0u); // a machine under full load
         ASSERT_TRUE(rig.startHelper()) << rig.helperLog().toStdString();
-        bus = std::make_unique<QDBusConnection>(QDBusConnection::connectToBus(rig.bus.address(), "fan-app"));
-        ASSERT_TRUE(bus->isConnected());
-        link = std::make_unique<quillon::app::DBusHelperLink>(*bus);
+        link = std::make_unique<quillon::app::DBusHelperLink>(rig.bus.connection());
         FanController::Parts parts;
         parts.link = link.get();
         parts.settings = &settings;
         parts.clock = &clock;
         fan = std::make_unique<FanController>(std::move(parts)); // real 1-second poll
     }
-    void TearDown() override
-    {
-        fan.reset();
-        link.reset();
-        QDBusConnection::disconnectFromBus("fan-app");
-    }
 
     HelperRig rig;
     QTemporaryDir dir;
     quillon::app::Settings settings{dir.path() + "/Quillon.ini"};
     quillon::platform::SystemClock clock;
-    std::unique_ptr<QDBusConnection> bus;
     std::unique_ptr<quillon::app::DBusHelperLink> link;
     std::unique_ptr<FanController> fan;
 };

@@ -3,11 +3,11 @@
 // the screen saver and GNOME's session manager on the session bus. Every
 // owner's assertion is an inhibition of its own, and letting go of one leaves
 // the others in force.
-#include "PrivateBus.h"
+#include "BusService.h"
 #include "app/power/SleepAssertions.h"
 #include "platform/linux/LinuxPowerAssertions.h"
-#include "unit/power/QStringPrinter.h"
-#include "unit/power/WaitUntil.h"
+
+#include "support/QStringPrinter.h"
 
 #include <QDBusArgument>
 #include <QDBusMessage>
@@ -26,33 +26,17 @@ namespace {
 const QString systemReason = "SleepTimer: prevent system sleep";
 const QString displayReason = "SleepTimer: prevent display sleep";
 
-struct Inhibition {
-    quint32 flags;
-    QString reason;
-    bool operator==(const Inhibition&) const = default;
-};
-
-struct LogindLock {
-    QString what, who, why, mode;
-    bool operator==(const LogindLock&) const = default;
-};
-
-void PrintTo(const Inhibition& i, std::ostream* out)
-{
-    *out << "(" << i.flags << ", " << i.reason.toStdString() << ")";
-}
-void PrintTo(const LogindLock& l, std::ostream* out)
-{
-    *out << "(" << l.what.toStdString() << ", " << l.who.toStdString() << ", " << l.why.toStdString() << ", "
-         << l.mode.toStdString() << ")";
-}
+// (flags, reason), as the stand-ins list what they hold.
+using Inhibition = QPair<quint32, QString>;
+// (what, who, why, mode), as logind lists its locks.
+using LogindLock = QStringList;
 
 class InhibitBusTest : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        ASSERT_TRUE(sessionBus.isConnected());
-        ASSERT_TRUE(systemBus.isConnected());
+        ASSERT_TRUE(sessionBus.connection().isConnected());
+        ASSERT_TRUE(systemBus.connection().isConnected());
         backend = std::make_shared<LinuxPowerAssertions>(sessionBus.connection(), systemBus.connection());
     }
 
@@ -79,9 +63,9 @@ protected:
         const auto array = reply.arguments().value(0).value<QDBusArgument>();
         array.beginArray();
         while (!array.atEnd()) {
-            Inhibition i{};
+            Inhibition i;
             array.beginStructure();
-            array >> i.flags >> i.reason;
+            array >> i.first >> i.second;
             array.endStructure();
             list << i;
         }
@@ -96,13 +80,13 @@ protected:
         const auto array = reply.arguments().value(0).value<QDBusArgument>();
         array.beginArray();
         while (!array.atEnd()) {
-            LogindLock l;
+            QString what, who, why, mode;
             quint32 uid = 0;
             quint32 pid = 0;
             array.beginStructure();
-            array >> l.what >> l.who >> l.why >> l.mode >> uid >> pid;
+            array >> what >> who >> why >> mode >> uid >> pid;
             array.endStructure();
-            list << l;
+            list << LogindLock{what, who, why, mode};
         }
         array.endArray();
         return list;
@@ -174,10 +158,10 @@ TEST_F(InhibitBusTest, WithoutAPortalSleepGoesToLogindAndTheDisplayToTheScreenSa
 
     renderMode.stop(Kind::network);
     ASSERT_TRUE(logindHolds(1));
-    EXPECT_EQ(logindLocks(), QList{systemLock});
+    EXPECT_EQ(logindLocks(), QList<LogindLock>{systemLock});
     renderMode.stopAll();
     EXPECT_TRUE(waitUntil([&] { return held("org.freedesktop.ScreenSaver").isEmpty(); }));
-    EXPECT_EQ(logindLocks(), QList{systemLock});
+    EXPECT_EQ(logindLocks(), QList<LogindLock>{systemLock});
     session.stopAll();
     EXPECT_TRUE(logindHolds(0));
     child.kill();

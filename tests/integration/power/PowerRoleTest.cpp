@@ -1,10 +1,8 @@
 // `--power` in both executables, over captured power_supply trees, in both
-// languages; and the helper, which now carries the power model, still loads
-// no GUI library.
+// languages.
 #include "support/ChildProcess.h"
+#include "support/Files.h"
 
-#include <QDir>
-#include <QFile>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
@@ -24,10 +22,8 @@ class LanguageSetting {
 public:
     explicit LanguageSetting(const char* language)
     {
-        QDir().mkpath(m_home.filePath("quillon"));
-        QFile file(m_home.filePath("quillon/Quillon.ini"));
-        if (file.open(QIODevice::WriteOnly))
-            file.write(QByteArray("[General]\nappLanguage=") + language + "\n");
+        quillon::test::writeFile(
+            m_home.filePath("quillon/Quillon.ini"), QByteArray("[General]\nappLanguage=") + language);
     }
     QStringList environment() const { return {"XDG_CONFIG_HOME=" + m_home.path()}; }
 
@@ -83,15 +79,6 @@ TEST(PowerRole, BadArgumentsAreRefusedBeforeAnythingIsRead)
         EXPECT_EQ(missing.exitCode, 1);
         EXPECT_NE(missing.err.find("/nonexistent/power_supply is not a directory"), std::string::npos) << missing.err;
     }
-}
-
-TEST(PowerRole, TheHelperStillLoadsNoGuiLibrary)
-{
-    const auto libraries = ChildProcess::run("ldd", {QUILLON_HELPER_BIN});
-    ASSERT_EQ(libraries.exitCode, 0);
-    EXPECT_NE(libraries.out.find("libQt6Core"), std::string::npos);
-    for (const char* gui : {"libQt6Gui", "libQt6Widgets", "libQt6Quick", "libQt6Qml"})
-        EXPECT_EQ(libraries.out.find(gui), std::string::npos) << gui;
 }
 
 } // namespace

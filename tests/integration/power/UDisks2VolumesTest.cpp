@@ -1,11 +1,11 @@
 // External volumes from a UDisks2 stand-in on a private system bus, and the
 // fall back to the mount table when no UDisks2 answers.
-#include "PrivateBus.h"
+#include "BusService.h"
 #include "platform/linux/LinuxVolumeSource.h"
-#include "unit/power/QStringPrinter.h"
 
-#include <QDir>
-#include <QFile>
+#include "support/Files.h"
+#include "support/QStringPrinter.h"
+
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -17,6 +17,7 @@ using quillon::platform::linux_::MountInfoVolumeSource;
 using quillon::platform::linux_::UDisks2VolumeSource;
 using quillon::test::BusService;
 using quillon::test::PrivateBus;
+using quillon::test::writeFile;
 
 namespace quillon::platform {
 void PrintTo(const MountedVolume& volume, std::ostream* out)
@@ -27,20 +28,12 @@ void PrintTo(const MountedVolume& volume, std::ostream* out)
 
 namespace {
 
-void writeFile(const QString& path, const QByteArray& bytes)
-{
-    QDir().mkpath(QFileInfo(path).path());
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(bytes);
-}
-
 class UDisks2VolumesTest : public ::testing::Test {
 protected:
     void startUDisks(const QJsonArray& devices)
     {
         const QString description = m_dir.filePath("devices.json");
-        writeFile(description, QJsonDocument(devices).toJson());
+        ASSERT_TRUE(writeFile(description, QJsonDocument(devices).toJson()));
         m_udisks = std::make_unique<BusService>(
             QUILLON_PYTHON, QStringList{QUILLON_UDISKS_STANDIN, description}, systemBus, "org.freedesktop.UDisks2");
         ASSERT_TRUE(m_udisks->started());

@@ -1,9 +1,10 @@
 #include "app/Lang.h"
 #include "app/Settings.h"
 
+#include "support/Files.h"
+
 #include <gtest/gtest.h>
 
-#include <QFile>
 #include <QJsonObject>
 #include <QSignalSpy>
 #include <QTemporaryDir>
@@ -17,12 +18,7 @@ namespace {
 class SettingsTest : public ::testing::Test {
 protected:
     QString path() const { return m_dir.path() + "/Quillon.conf"; }
-    void writeFile(const QByteArray& ini)
-    {
-        QFile file(path());
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(ini);
-    }
+    void writeFile(const QByteArray& ini) { ASSERT_TRUE(quillon::test::writeFile(path(), ini)); }
 
 private:
     QTemporaryDir m_dir;

@@ -29,66 +29,32 @@ QMap<QString, QString> readTranslations()
     return pairs;
 }
 
-struct Pair {
-    const char* english;
-    const char* german;
+// The notification texts no other test shows in German: each must have a
+// translation of its own in the file (the panel's texts and the lid
+// reminder are checked in German where they are shown).
+const char* const kNotificationTexts[] = {
+    "⚠️ Mac is throttling",
+    "Thermal pressure is high — heat protection is keeping the fans up.",
+    "🔥 CPU running very hot",
+    "The CPU is at %1 °C.",
+    "Fan boost finished",
+    "The boost timer ended — fans are back on automatic.",
+    "The boost timer ended — automation keeps cooling.",
+    "Keep-awake finished",
+    "The timer ended — your Mac is back to its normal sleep behaviour.",
+    "🪫 Battery low",
+    "Below 15% on battery — keep-awake was stopped so your Mac can sleep.",
+    "Battery below 15% — closed-lid stopped so the Mac can sleep.",
+    "Got too hot — closed-lid auto-stopped for safety.",
+    "🌡️ Closed-lid stopped",
 };
 
-// Every bilingual text the app shows so far, in both languages.
-const Pair kPairs[] = {
-    {"⚠️ Mac is throttling", "⚠️ Mac drosselt"},
-    {"Thermal pressure is high — heat protection is keeping the fans up.",
-        "Die thermische Last ist hoch — der Hitzeschutz hält die Lüfter oben."},
-    {"🔥 CPU running very hot", "🔥 CPU sehr heiß"},
-    {"The CPU is at %1 °C.", "Die CPU liegt bei %1 °C."},
-    {"Couldn't set fans.", "Lüfter konnte nicht gesetzt werden."},
-    {"Fan boost finished", "Lüfter-Boost beendet"},
-    {"The boost timer ended — fans are back on automatic.",
-        "Der Boost-Timer ist abgelaufen — die Lüfter laufen wieder automatisch."},
-    {"The boost timer ended — automation keeps cooling.",
-        "Der Boost-Timer ist abgelaufen — die Automatik kühlt weiter."},
-    {"Turn off", "Ausschalten"},
-    {"Keep on", "Anlassen"},
-    {"☀️ Closed-lid keep-awake is still on", "☀️ Zugeklappt-Wachhalten läuft noch"},
-    {"Welcome back. Keep it awake with the lid closed, or turn it off?",
-        "Willkommen zurück. Weiter zugeklappt wach lassen, oder ausschalten?"},
-    // The menu panel.
-    {"Stay awake for", "Wach bleiben für"},
-    {"Custom end time…", "Eigene Endzeit…"},
-    {"Quiet — runs a bit cooler than macOS without getting loud.",
-        "Leise — hält den Mac etwas kühler als macOS, ohne laut zu werden."},
-    {"Keeps the Mac comfortably cool at moderate noise.", "Hält den Mac angenehm kühl bei moderater Lautstärke."},
-    {"Maximum cooling — audible baseline, keeps the Mac cold.",
-        "Maximale Kühlung — hörbarer Grundpegel, hält den Mac kalt."},
-    {"Elevated", "Last erhöht"},
-    {"Throttling", "Drosselung"},
-    {"Critical", "Kritisch"},
-    {"Active · floor %1 %", "Aktiv · Untergrenze %1 %"},
-    {"Watching — quiet until it warms up", "Beobachtet — leise, bis es warm wird"},
-    {"Mac takes over — fans at %1% due to heat", "Mac übernimmt — Lüfter wegen Hitze auf %1 %"},
-    {"Fans spinning up …", "Lüfter drehen hoch …"},
-    {"Fans starting any moment …", "Lüfter starten jeden Moment …"},
-    {"Keep-awake finished", "Wach-Session beendet"},
-    {"The timer ended — your Mac is back to its normal sleep behaviour.",
-        "Der Timer ist abgelaufen — dein Mac kehrt zum normalen Energieverhalten zurück."},
-    {"🪫 Battery low", "🪫 Akku niedrig"},
-    {"Below 15% on battery — keep-awake was stopped so your Mac can sleep.",
-        "Unter 15 % auf Akku — Wach bleiben wurde beendet, damit dein Mac schlafen kann."},
-    {"Battery below 15% — closed-lid stopped so the Mac can sleep.",
-        "Akku unter 15 % — Zugeklappt-wach beendet, damit der Mac schlafen kann."},
-    {"Got too hot — closed-lid auto-stopped for safety.",
-        "Zu heiß geworden — Zugeklappt-wach automatisch beendet (Sicherheit)."},
-    {"🌡️ Closed-lid stopped", "🌡️ Zugeklappt-wach beendet"},
-};
-
-TEST(Translations, EveryTextPairIsInTheTranslationFile)
+TEST(Translations, EveryNotificationTextIsTranslated)
 {
     const QMap<QString, QString> translations = readTranslations();
-    ASSERT_FALSE(translations.isEmpty());
-    for (const Pair& pair : kPairs) {
-        const QString english = QString::fromUtf8(pair.english);
-        ASSERT_TRUE(translations.contains(english)) << pair.english;
-        EXPECT_EQ(translations.value(english), QString::fromUtf8(pair.german)) << pair.english;
+    for (const char* text : kNotificationTexts) {
+        const QString english = QString::fromUtf8(text);
+        EXPECT_NE(translations.value(english, english), english) << text << ": no German of its own";
     }
 }
 

@@ -93,27 +93,8 @@ TEST(CoolingProfile, RulesOnUnusualCurves)
     EXPECT_EQ(CoolingProfile::floorPercent(outOfRange, 75), 100.0);
 }
 
-TEST(CoolingProfile, CurvesAreSortedAndInRange)
-{
-    for (const Kind kind : CoolingProfile::allCases) {
-        const auto points = CoolingProfile::points(kind);
-        ASSERT_EQ(points.size(), 4u);
-        for (std::size_t i = 0; i < points.size(); ++i) {
-            EXPECT_GE(points[i].percent, 0.0);
-            EXPECT_LE(points[i].percent, 100.0);
-            if (i > 0) {
-                EXPECT_GT(points[i].temp, points[i - 1].temp);
-            }
-        }
-    }
-}
-
 TEST(CoolingProfile, RawValuesRoundTripAndNothingElseParses)
 {
-    ASSERT_EQ(CoolingProfile::allCases.size(), 3u);
-    EXPECT_EQ(CoolingProfile::allCases[0], Kind::silent);
-    EXPECT_EQ(CoolingProfile::allCases[1], Kind::balanced);
-    EXPECT_EQ(CoolingProfile::allCases[2], Kind::max);
     for (const Kind kind : CoolingProfile::allCases)
         EXPECT_EQ(CoolingProfile::fromRawValue(CoolingProfile::rawValue(kind)), kind);
     for (const char* raw : {"Max", "SILENT", "", " balanced", "balanced ", "auto", "turbo"})

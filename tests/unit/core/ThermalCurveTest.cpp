@@ -101,14 +101,4 @@ TEST(ThermalCurve, SafetyKeysAreFourCharactersWithAKnownPrefix)
         EXPECT_EQ(ThermalCurve::isSafetyTempKey(row.key), row.safety) << "key \"" << row.key << "\"";
 }
 
-TEST(ThermalCurve, SafetyPrefixesInMatchOrder)
-{
-    const auto& prefixes = ThermalCurve::safetyPrefixes();
-    ASSERT_EQ(prefixes.size(), 4u);
-    EXPECT_EQ(prefixes[0], "Tp");
-    EXPECT_EQ(prefixes[1], "Te");
-    EXPECT_EQ(prefixes[2], "Tc");
-    EXPECT_EQ(prefixes[3], "Tg");
-}
-
 } // namespace

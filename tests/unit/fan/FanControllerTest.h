@@ -1,24 +1,17 @@
 #pragma once
 
-#include "FakeHelperLink.h"
-#include "app/Notifier.h"
-#include "app/Settings.h"
 #include "app/fan/FanController.h"
-#include "support/FakeClock.h"
-#include "support/FakeNotificationCenter.h"
-#include "support/FakeThermalPressure.h"
+
+#include "support/FakeAppServices.h"
 
 #include <gtest/gtest.h>
-
-#include <QTemporaryDir>
-
 #include <memory>
 
 namespace quillon::test {
 
 // A FanController over a fake helper link, clock, notification service and
 // thermal pressure, with its settings in a temporary file.
-class FanControllerTest : public ::testing::Test {
+class FanControllerTest : public ::testing::Test, protected FakeAppServices {
 protected:
     using Kind = core::CoolingProfile::Kind;
 
@@ -66,15 +59,6 @@ protected:
             poll(status(t));
     }
 
-    QStringList titlesShown() const { return center.titles(); }
-
-    QTemporaryDir dir;
-    app::Settings settings{dir.path() + "/Quillon.conf"};
-    FakeHelperLink link;
-    FakeClock clock;
-    FakeNotificationCenter center;
-    app::Notifier notifier{&center};
-    FakeThermalPressure thermal;
     std::unique_ptr<app::FanController> fc;
 };
 

@@ -4,7 +4,6 @@
 
 using namespace quillon::test;
 using quillon::app::CoolingMode;
-using quillon::app::Settings;
 
 namespace {
 
@@ -321,25 +320,18 @@ TEST_F(FanCooling, TriggerKeepsCoolingAfterTheUserSwitchesOffOrTheBoostEnds)
     EXPECT_EQ(center.shown.last().body, "The boost timer ended — automation keeps cooling.");
 }
 
-TEST(FanControllerStartUp, ReadsTheStoredModeAndProfile)
+class FanControllerStartUp : public FanControllerTest { };
+
+TEST_F(FanControllerStartUp, ReadsTheStoredModeAndProfile)
 {
-    QTemporaryDir dir;
-    Settings settings(dir.path() + "/Quillon.conf");
     settings.setCoolingMode("manual");
     settings.setCoolingProfile("silent");
-    FakeHelperLink link;
-    FakeClock clock;
-    quillon::app::FanController::Parts parts;
-    parts.link = &link;
-    parts.settings = &settings;
-    parts.clock = &clock;
-    parts.startTimers = false;
-    quillon::app::FanController fc(parts);
-    EXPECT_EQ(fc.coolingMode(), CoolingMode::manual);
-    EXPECT_EQ(fc.coolingProfile(), quillon::core::CoolingProfile::Kind::silent);
-    EXPECT_TRUE(fc.helperInstalled());
+    create();
+    EXPECT_EQ(fc->coolingMode(), CoolingMode::manual);
+    EXPECT_EQ(fc->coolingProfile(), Kind::silent);
+    EXPECT_TRUE(fc->helperInstalled());
     EXPECT_TRUE(link.isOpen());
-    EXPECT_FALSE(fc.fansEnabled());
+    EXPECT_FALSE(fc->fansEnabled());
 }
 
 } // namespace

@@ -3,8 +3,7 @@
 #include "FanControllerTest.h"
 
 #include "app/Translations.h"
-
-#include <QFile>
+#include "support/Files.h"
 
 using namespace quillon::test;
 using quillon::app::FanInfo;
@@ -39,36 +38,30 @@ TEST_F(FanStatus, FansNeedEveryRequiredIntegerAndDefaultTheTarget)
     EXPECT_EQ(fc->fans(), expected);
 }
 
-TEST_F(FanStatus, MissingReadingsKeepCpuButClearGpuAndFlags)
+// Absent, wrongly typed and non-finite values are no readings: the CPU keeps
+// its last one, the GPU's and the flags are cleared.
+TEST_F(FanStatus, MissingOrInvalidReadingsKeepCpuButClearGpuAndFlags)
 {
     QVariantMap full = status(60, 55);
     full.insert("thermalOverride", true);
     full.insert("effectivePercent", 70.0);
     poll(full);
-    EXPECT_EQ(fc->cpuTemp(), 60.0);
     EXPECT_EQ(fc->gpuTemp(), 55.0);
     EXPECT_TRUE(fc->thermalOverride());
     EXPECT_EQ(fc->effectivePercent(), 70.0);
 
-    poll(QVariantMap{});
-    EXPECT_EQ(fc->cpuTemp(), 60.0);
-    EXPECT_EQ(fc->cpuTempSmoothed(), 60.0);
-    EXPECT_FALSE(fc->gpuTemp().has_value());
-    EXPECT_EQ(fc->gpuTempSmoothed(), 55.0);
-    EXPECT_EQ(fc->gpuHistory().size(), 1);
-    EXPECT_FALSE(fc->thermalOverride());
-    EXPECT_EQ(fc->effectivePercent(), 0.0);
-}
-
-TEST_F(FanStatus, WronglyTypedOrNonFiniteValuesAreNoReadings)
-{
-    poll(status(60));
-    for (const QVariant& bad : {QVariant("hot"), QVariant(qQNaN()), QVariant(qInf()), QVariant(true), QVariant()}) {
-        QVariantMap s{{"cpuTemp", bad}, {"gpuTemp", bad}, {"isBoosted", 1}, {"effectivePercent", "x"}};
+    QList<QVariantMap> noReadings{{}};
+    for (const QVariant& bad : {QVariant("hot"), QVariant(qQNaN()), QVariant(qInf()), QVariant(true), QVariant()})
+        noReadings.append({{"cpuTemp", bad}, {"gpuTemp", bad}, {"isBoosted", 1}, {"effectivePercent", "x"}});
+    for (const QVariantMap& s : noReadings) {
         poll(s);
         EXPECT_EQ(fc->cpuTemp(), 60.0);
+        EXPECT_EQ(fc->cpuTempSmoothed(), 60.0);
         EXPECT_EQ(fc->tempHistory().size(), 1);
         EXPECT_FALSE(fc->gpuTemp().has_value());
+        EXPECT_EQ(fc->gpuTempSmoothed(), 55.0);
+        EXPECT_EQ(fc->gpuHistory().size(), 1);
+        EXPECT_FALSE(fc->thermalOverride());
         EXPECT_FALSE(fc->isBoosted());
         EXPECT_EQ(fc->effectivePercent(), 0.0);
     }
@@ -144,16 +137,16 @@ TEST_F(FanStatus, OneThrottleNotificationPerEpisode)
     thermal.set(Level::serious);
     thermal.set(Level::critical);
     thermal.set(Level::serious);
-    EXPECT_EQ(titlesShown(), QStringList{"⚠️ Mac is throttling"});
+    EXPECT_EQ(center.titles(), QStringList{"⚠️ Mac is throttling"});
     EXPECT_EQ(fc->thermalState(), Level::serious);
     thermal.set(Level::fair);
     thermal.set(Level::critical);
-    EXPECT_EQ(titlesShown().size(), 2);
+    EXPECT_EQ(center.titles().size(), 2);
 
     settings.setFlag(quillon::app::Settings::Key::heatAlerts, false);
     thermal.set(Level::nominal);
     thermal.set(Level::serious);
-    EXPECT_EQ(titlesShown().size(), 2);
+    EXPECT_EQ(center.titles().size(), 2);
 }
 
 TEST_F(FanStatus, OverheatAlertHasHysteresis)
@@ -237,10 +230,8 @@ TEST_F(FanInstall, ResultsMapToTheirMessages)
 TEST_F(FanInstall, NeedsUpdateIsByteIdentity)
 {
     const auto write = [this](const QString& name, const QByteArray& bytes) {
-        QFile file(dir.path() + "/" + name);
-        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(bytes);
-        return file.fileName();
+        EXPECT_TRUE(writeFile(dir.path() + "/" + name, bytes));
+        return dir.path() + "/" + name;
     };
     const QString bundled = write("bundled", "helper v2");
     create({}, bundled, write("same", "helper v2"));

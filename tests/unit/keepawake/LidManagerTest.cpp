@@ -1,6 +1,6 @@
 // Closed-lid keep-awake: what it holds while on, its automatic stops and the
 // reminder when the lid is opened again.
-#include "KeepAwakeRig.h"
+#include "support/KeepAwakeRig.h"
 
 using namespace quillon::test;
 using Level = quillon::platform::ThermalPressure::Level;
@@ -21,7 +21,10 @@ protected:
             lid().lidTick();
         }
     }
-    int reminders() const { return static_cast<int>(titles().count("☀️ Closed-lid keep-awake is still on")); }
+    int reminders() const
+    {
+        return static_cast<int>(center.titles().count("☀️ Closed-lid keep-awake is still on"));
+    }
 };
 
 TEST_F(LidManagerTest, OnHoldsLockAssertionAndCoolingOffReleasesThem)
@@ -71,7 +74,7 @@ TEST_F(LidManagerTest, HeatStopsAtOnceFairDoesNothing)
     thermal.set(Level::serious);
     EXPECT_FALSE(lid().enabled());
     EXPECT_EQ(lid().lastAutoOff(), "Got too hot — closed-lid auto-stopped for safety.");
-    ASSERT_EQ(titles().count("🌡️ Closed-lid stopped"), 1);
+    ASSERT_EQ(center.titles().count("🌡️ Closed-lid stopped"), 1);
     EXPECT_EQ(center.shown.last().body, lid().lastAutoOff());
     EXPECT_EQ(liveAssertions(), 0);
 
@@ -91,7 +94,7 @@ TEST_F(LidManagerTest, LowBatteryStopsOnTheWatchdogUnlessOnACOrSwitchedOff)
     lid().tick();
     EXPECT_FALSE(lid().enabled());
     EXPECT_EQ(lid().lastAutoOff(), "Battery below 15% — closed-lid stopped so the Mac can sleep.");
-    EXPECT_EQ(titles(), QStringList{"🌡️ Closed-lid stopped"});
+    EXPECT_EQ(center.titles(), QStringList{"🌡️ Closed-lid stopped"});
 
     settings.setFlag(quillon::app::Settings::Key::lowBatteryAutoStop, false);
     lid().setEnabled(true);

@@ -1,12 +1,10 @@
 #include "platform/linux/LinuxThermalPressure.h"
 
+#include "support/CapturedTree.h"
+
 #include <gtest/gtest.h>
 
-#include <QDir>
-#include <QFile>
-#include <QProcess>
 #include <QSignalSpy>
-#include <QTemporaryDir>
 
 using quillon::platform::linux_::LinuxThermalPressure;
 using quillon::platform::linux_::ThermalSnapshot;
@@ -59,36 +57,28 @@ TEST(LinuxThermalPressure, GarbageAndForeignZonesAreLeftOut)
 // A copy of a captured tree whose values the test changes between samples.
 class LiveTree : public ::testing::Test {
 protected:
-    void SetUp() override
+    void packageAt(int milliCelsius)
     {
-        ASSERT_EQ(QProcess::execute("cp", {"-r", fixture("laptop-cool") + "/sys", dir.path()}), 0);
+        tree.set("sys/class/thermal/thermal_zone1/temp", QByteArray::number(milliCelsius));
     }
-    void write(const QString& relative, const QByteArray& value)
-    {
-        QFile file(dir.path() + "/sys/" + relative);
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-        file.write(value + "\n");
-    }
-    void packageAt(int milliCelsius) { write("class/thermal/thermal_zone1/temp", QByteArray::number(milliCelsius)); }
     void throttled(int count, int timeMs)
     {
         for (const char* cpu : {"cpu0", "cpu1"}) {
             for (const char* kind : {"core", "package"}) {
-                write(QStringLiteral("devices/system/cpu/%1/thermal_throttle/%2_throttle_count").arg(cpu, kind),
-                    QByteArray::number(count));
-                write(
-                    QStringLiteral("devices/system/cpu/%1/thermal_throttle/%2_throttle_total_time_ms").arg(cpu, kind),
-                    QByteArray::number(timeMs));
+                const QString counter
+                    = QStringLiteral("sys/devices/system/cpu/%1/thermal_throttle/%2_throttle_").arg(cpu, kind);
+                tree.set(counter + "count", QByteArray::number(count));
+                tree.set(counter + "total_time_ms", QByteArray::number(timeMs));
             }
         }
     }
 
-    QTemporaryDir dir;
+    quillon::test::CapturedTree tree{"thermal/laptop-cool"};
 };
 
 TEST_F(LiveTree, RisesAfterTwoSamplesAndFallsAfterTenSeconds)
 {
-    LinuxThermalPressure pressure(dir.path(), false);
+    LinuxThermalPressure pressure(tree.root(), false);
     QSignalSpy changed(&pressure, &LinuxThermalPressure::levelChanged);
     packageAt(96000);
     pressure.sample(3);
@@ -109,7 +99,7 @@ TEST_F(LiveTree, RisesAfterTwoSamplesAndFallsAfterTenSeconds)
 
 TEST_F(LiveTree, AHotSampleBetweenCoolOnesDoesNotFlap)
 {
-    LinuxThermalPressure pressure(dir.path(), false);
+    LinuxThermalPressure pressure(tree.root(), false);
     QSignalSpy changed(&pressure, &LinuxThermalPressure::levelChanged);
     for (int i = 0; i < 5; ++i) {
         packageAt(i % 2 ? 99000 : 50000);
@@ -120,7 +110,7 @@ TEST_F(LiveTree, AHotSampleBetweenCoolOnesDoesNotFlap)
 
 TEST_F(LiveTree, ThrottleTimeSharesMapToLevels)
 {
-    LinuxThermalPressure pressure(dir.path(), false);
+    LinuxThermalPressure pressure(tree.root(), false);
     // 2 CPUs over 3 s: 6000 ms of CPU time. Each CPU's core and package counters both grow.
     throttled(13, 340 + 100); // 400 ms of 6000: 6.7 %
     pressure.sample(3);
@@ -128,14 +118,14 @@ TEST_F(LiveTree, ThrottleTimeSharesMapToLevels)
     pressure.sample(3);
     EXPECT_EQ(pressure.level(), Level::serious);
 
-    LinuxThermalPressure fresh(dir.path(), false);
+    LinuxThermalPressure fresh(tree.root(), false);
     throttled(15, 540 + 1600); // 6400 ms of 6000
     fresh.sample(3);
     throttled(16, 2140 + 1600);
     fresh.sample(3);
     EXPECT_EQ(fresh.level(), Level::critical);
 
-    LinuxThermalPressure eventOnly(dir.path(), false);
+    LinuxThermalPressure eventOnly(tree.root(), false);
     throttled(17, 3740);
     eventOnly.sample(3);
     throttled(18, 3740);
@@ -146,7 +136,7 @@ TEST_F(LiveTree, ThrottleTimeSharesMapToLevels)
 TEST_F(LiveTree, CountersGoingBackwardsAreNotCooling)
 {
     throttled(1000, 900000);
-    LinuxThermalPressure pressure(dir.path(), false);
+    LinuxThermalPressure pressure(tree.root(), false);
     throttled(0, 0); // CPUs unplugged and back
     pressure.sample(3);
     pressure.sample(3);

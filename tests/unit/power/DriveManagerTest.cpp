@@ -2,14 +2,14 @@
 // stored state, the schedule, and the touches that run off the main thread.
 #include "app/power/DriveManager.h"
 
-#include "FakeDrives.h"
-#include "QStringPrinter.h"
-#include "WaitUntil.h"
 #include "app/Settings.h"
 
-#include "support/FakeClock.h"
+#include "support/EventLoop.h"
+#include "support/FakeAppServices.h"
+#include "support/FakeDrives.h"
+#include "support/Files.h"
+#include "support/QStringPrinter.h"
 
-#include <QFile>
 #include <QJsonObject>
 #include <QLocale>
 #include <QSignalSpy>
@@ -34,12 +34,7 @@ const DriveItem footage{"/media/ada/Footage", "Footage"};
 class DriveManagerTest : public ::testing::Test {
 protected:
     QString iniPath() const { return m_dir.filePath("Quillon.conf"); }
-    void writeIni(const QByteArray& text) const
-    {
-        QFile file(iniPath());
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(text);
-    }
+    void writeIni(const QByteArray& text) const { ASSERT_TRUE(quillon::test::writeFile(iniPath(), text)); }
     std::unique_ptr<DriveManager> makeManager()
     {
         settings = std::make_unique<Settings>(iniPath());

@@ -2,14 +2,14 @@
 // table, telling external disks from internal ones in sysfs, the block
 // devices' counters, and what the toucher does with paths that are not
 // volumes.
-#include "QStringPrinter.h"
 #include "platform/linux/BlockReadCounter.h"
 #include "platform/linux/LinuxDriveToucher.h"
 #include "platform/linux/MountInfoTable.h"
 #include "platform/linux/MountInfoVolumeSource.h"
 
-#include <QDir>
-#include <QFile>
+#include "support/Files.h"
+#include "support/QStringPrinter.h"
+
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
@@ -19,17 +19,10 @@ using quillon::platform::linux_::BlockReadCounter;
 using quillon::platform::linux_::LinuxDriveToucher;
 using quillon::platform::linux_::MountInfoTable;
 using quillon::platform::linux_::MountInfoVolumeSource;
+using quillon::test::writeFile;
 using Entry = MountInfoTable::Entry;
 
 namespace {
-
-void write(const QString& path, const QByteArray& text)
-{
-    QDir().mkpath(QFileInfo(path).path());
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(text);
-}
 
 TEST(MountInfoTable, FieldsAreFoundAroundAnyNumberOfOptionalFields)
 {
@@ -72,14 +65,11 @@ public:
     void addBlock(const QString& numbers, const QString& device, bool partition, int diskRemovable)
     {
         const QString dir = m_root.filePath("devices/" + device);
-        QDir().mkpath(dir);
-        if (partition) {
-            write(dir + "/partition", "1\n");
-            write(QFileInfo(dir).path() + "/removable", QByteArray::number(diskRemovable) + "\n");
-        } else {
-            write(dir + "/removable", QByteArray::number(diskRemovable) + "\n");
-        }
-        write(dir + "/stat",
+        // The removable flag belongs to the disk, a partition's parent.
+        writeFile((partition ? QFileInfo(dir).path() : dir) + "/removable", QByteArray::number(diskRemovable) + "\n");
+        if (partition)
+            writeFile(dir + "/partition", "1\n");
+        writeFile(dir + "/stat",
             "     120        0     3456      40       17        0      136        9        0       60       49\n");
         QDir().mkpath(m_root.filePath("dev/block"));
         QFile::link(dir, m_root.filePath("dev/block/" + numbers));
@@ -99,7 +89,7 @@ TEST(MountInfoVolumeSource, OffersWholeFileSystemsOnUsbOrRemovableDisksOnly)
     sys.addBlock("8:0", "pci0000:00/0000:00:17.0/ata1/host0/target0:0:0/0:0:0:0/block/sda", false, 0);
     QTemporaryDir dir;
     const QString table = dir.filePath("mountinfo");
-    write(table,
+    writeFile(table,
         "29 1 259:2 / / rw - ext4 /dev/nvme0n1p2 rw\n"
         "30 29 8:0 / /srv/data rw - xfs /dev/sda rw\n"
         "31 29 0:32 / /run/user/1000 rw - tmpfs tmpfs rw\n"
@@ -122,7 +112,7 @@ TEST(BlockReadCounter, ReadsTheCountersAndRefusesWhatIsNotThere)
     EXPECT_EQ(counter.writesCompleted(8, 17), 17u);
     EXPECT_EQ(counter.readsCompleted(0, 32), std::nullopt);
     EXPECT_EQ(counter.readsCompleted(8, 18), std::nullopt);
-    write(sys.root() + "/devices/pci0000:00/usb2/block/sdb/sdb1/stat", "-4 x\n");
+    writeFile(sys.root() + "/devices/pci0000:00/usb2/block/sdb/sdb1/stat", "-4 x\n");
     EXPECT_EQ(counter.readsCompleted(8, 17), std::nullopt);
     EXPECT_EQ(counter.writesCompleted(8, 17), std::nullopt);
 }
@@ -130,7 +120,7 @@ TEST(BlockReadCounter, ReadsTheCountersAndRefusesWhatIsNotThere)
 TEST(LinuxDriveToucher, PathsThatAreNoVolumeAreMissingOrUnverified)
 {
     QTemporaryDir dir;
-    write(dir.filePath("file"), "x");
+    writeFile(dir.filePath("file"), "x");
     // A sys root without counters: whatever the test directory lives on.
     QTemporaryDir noSys;
     LinuxDriveToucher toucher(noSys.path());

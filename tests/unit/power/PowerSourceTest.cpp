@@ -3,9 +3,10 @@
 // edges.
 #include "app/power/PowerSource.h"
 
-#include "CapturedTree.h"
-#include "QStringPrinter.h"
 #include "platform/linux/SysfsPowerSupply.h"
+
+#include "support/CapturedTree.h"
+#include "support/QStringPrinter.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>

@@ -1,7 +1,8 @@
 // The render screens' power line in both languages.
-#include "QStringPrinter.h"
 #include "app/Translations.h"
 #include "app/power/RenderPowerStatus.h"
+
+#include "support/QStringPrinter.h"
 
 #include <QCoreApplication>
 #include <QTranslator>

@@ -1,8 +1,9 @@
 #include "app/power/SleepAssertions.h"
 
-#include "FakePowerAssertionBackend.h"
-#include "QStringPrinter.h"
 #include "app/Translations.h"
+
+#include "support/FakePowerAssertionBackend.h"
+#include "support/QStringPrinter.h"
 
 #include <gtest/gtest.h>
 

@@ -67,10 +67,15 @@ SmcConnection clientOf(const std::string& path)
     return SmcConnection(std::make_unique<SharedSimClient>(path));
 }
 
-TEST(SharedSim, ClientsShareOneMac)
-{
+// A socket path in a directory of the test's own.
+class SharedSim : public ::testing::Test {
+protected:
     TempDir dir;
     const std::string path = dir.path + "/mac.sock";
+};
+
+TEST_F(SharedSim, ClientsShareOneMac)
+{
     ServedMac served(path);
     SmcConnection first = clientOf(path);
     SmcConnection second = clientOf(path);
@@ -81,10 +86,8 @@ TEST(SharedSim, ClientsShareOneMac)
     EXPECT_GT(first.keyCount(), 20u);
 }
 
-TEST(SharedSim, SocketIsOwnerOnlyAndRemovedOnStop)
+TEST_F(SharedSim, SocketIsOwnerOnlyAndRemovedOnStop)
 {
-    TempDir dir;
-    const std::string path = dir.path + "/mac.sock";
     {
         ServedMac served(path);
         struct stat info;
@@ -95,10 +98,8 @@ TEST(SharedSim, SocketIsOwnerOnlyAndRemovedOnStop)
     EXPECT_NE(::access(path.c_str(), F_OK), 0);
 }
 
-TEST(SharedSim, NoServerMeansNoServiceAndALostServerIsReconnected)
+TEST_F(SharedSim, NoServerMeansNoServiceAndALostServerIsReconnected)
 {
-    TempDir dir;
-    const std::string path = dir.path + "/mac.sock";
     SmcConnection client = clientOf(path);
     EXPECT_EQ(client.open(), SmcStatus::kServiceMissing);
     {
@@ -114,9 +115,8 @@ TEST(SharedSim, NoServerMeansNoServiceAndALostServerIsReconnected)
     EXPECT_TRUE(ok);
 }
 
-TEST(SharedSim, ListenRefusesWhatItMustNotReplace)
+TEST_F(SharedSim, ListenRefusesWhatItMustNotReplace)
 {
-    TempDir dir;
     const std::string file = dir.path + "/precious.txt";
     std::ofstream(file) << "keep me";
     SimulatedMac mac;
@@ -129,7 +129,6 @@ TEST(SharedSim, ListenRefusesWhatItMustNotReplace)
     std::getline(kept, content);
     EXPECT_EQ(content, "keep me");
 
-    const std::string path = dir.path + "/mac.sock";
     ServedMac served(path);
     SharedSimServer second(path, mac);
     EXPECT_FALSE(second.listen(error));
@@ -144,10 +143,8 @@ TEST(SharedSim, ListenRefusesWhatItMustNotReplace)
     EXPECT_NE(error.find("cannot listen"), std::string::npos) << error;
 }
 
-TEST(SharedSim, StaleSocketFromADeadServerIsReplaced)
+TEST_F(SharedSim, StaleSocketFromADeadServerIsReplaced)
 {
-    TempDir dir;
-    const std::string path = dir.path + "/mac.sock";
     {
         // A bound socket that nobody accepts on, as a crashed server leaves it.
         sockaddr_un address;
@@ -163,10 +160,8 @@ TEST(SharedSim, StaleSocketFromADeadServerIsReplaced)
     EXPECT_EQ(client.readU8("FNum"), 2);
 }
 
-TEST(SharedSim, GarbageAndHalfRequestsDoNotHurtOtherClients)
+TEST_F(SharedSim, GarbageAndHalfRequestsDoNotHurtOtherClients)
 {
-    TempDir dir;
-    const std::string path = dir.path + "/mac.sock";
     ServedMac served(path);
 
     const int half = UnixSocket::connectTo(path);

@@ -1,17 +1,39 @@
 #include "smc/SmcConnection.h"
 
-#include "RecordingTransport.h"
-
 #include "smc/FourCC.h"
+#include "smc/SmcCodes.h"
 
 #include <cstring>
+#include <functional>
 #include <gtest/gtest.h>
 #include <memory>
+#include <vector>
 
 using namespace quillon::smc;
-using quillon::test::RecordingTransport;
 
 namespace {
+
+// A transport whose answers a test scripts, and which records every request,
+// for checking the two-phase call byte by byte.
+struct RecordingTransport : SmcTransport {
+    using Answer = std::function<std::uint32_t(const SmcParamRecord& in, SmcParamRecord& out)>;
+
+    std::uint32_t open() override
+    {
+        ++opens;
+        return openStatus;
+    }
+    std::uint32_t call(const SmcParamRecord& in, SmcParamRecord& out) override
+    {
+        requests.push_back(in);
+        return answer(in, out);
+    }
+
+    Answer answer;
+    std::uint32_t openStatus = SmcStatus::kSuccess;
+    int opens = 0;
+    std::vector<SmcParamRecord> requests;
+};
 
 constexpr std::uint32_t kKernFailure = 0xE00002BCu; // kIOReturnError
 
@@ -43,7 +65,9 @@ RecordingTransport::Answer pretendSmc(const char* name, PretendKey key)
 struct Fixture {
     explicit Fixture(RecordingTransport::Answer answer, std::uint32_t openStatus = SmcStatus::kSuccess)
     {
-        auto owned = std::make_unique<RecordingTransport>(std::move(answer), openStatus);
+        auto owned = std::make_unique<RecordingTransport>();
+        owned->answer = std::move(answer);
+        owned->openStatus = openStatus;
         transport = owned.get();
         smc = std::make_unique<SmcConnection>(std::move(owned));
     }
@@ -114,7 +138,7 @@ TEST(SmcConnectionOpen, MissingServiceAndOpenErrorsReachEveryCaller)
     EXPECT_TRUE(refused.transport->requests.empty());
 }
 
-TEST(SmcConnectionOpen, OpensOnceAndLazily)
+TEST(SmcConnectionOpen, OpensOnceAndLazilyButRetriesAFailedOpen)
 {
     Fixture f(pretendSmc("FNum", {1, SmcType::ui8, {2}}));
     EXPECT_EQ(f.transport->opens, 0);
@@ -122,14 +146,11 @@ TEST(SmcConnectionOpen, OpensOnceAndLazily)
     EXPECT_EQ(f.smc->open(), SmcStatus::kSuccess);
     EXPECT_EQ(f.smc->readU8("FNum"), 2);
     EXPECT_EQ(f.transport->opens, 1);
-}
 
-TEST(SmcConnectionOpen, FailedOpenIsRetriedOnTheNextCall)
-{
-    Fixture f(pretendSmc("FNum", {1, SmcType::ui8, {2}}), kKernFailure);
-    EXPECT_EQ(f.smc->open(), kKernFailure);
-    EXPECT_EQ(f.smc->open(), kKernFailure);
-    EXPECT_EQ(f.transport->opens, 2);
+    Fixture failing(pretendSmc("FNum", {1, SmcType::ui8, {2}}), kKernFailure);
+    EXPECT_EQ(failing.smc->open(), kKernFailure);
+    EXPECT_EQ(failing.smc->open(), kKernFailure);
+    EXPECT_EQ(failing.transport->opens, 2);
 }
 
 TEST(SmcCall, ReadAsksForKeyInfoThenReadsWithTheLearnedSizeAndType)

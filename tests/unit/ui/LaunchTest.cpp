@@ -2,15 +2,16 @@
 #include "ui/LaunchRecord.h"
 #include "ui/LoginItem.h"
 
-#include <QDir>
-#include <QFile>
-#include <QFileInfo>
+#include "support/Files.h"
+
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
 namespace {
 
 using quillon::app::Settings;
+using quillon::test::readFile;
+using quillon::test::writeFile;
 using quillon::ui::LaunchRecord;
 using quillon::ui::LoginItem;
 
@@ -23,20 +24,6 @@ TEST(LaunchRecord, OnlyANewBuildOpensThePanel)
     EXPECT_FALSE(LaunchRecord::recordLaunch(settings, "0.1.0"));
     EXPECT_TRUE(LaunchRecord::recordLaunch(settings, "0.2.0"));
     EXPECT_EQ(settings.text(Settings::Key::lastLaunchedBuild), "0.2.0");
-}
-
-QByteArray read(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-void write(const QString& path, const QByteArray& contents)
-{
-    QDir().mkpath(QFileInfo(path).path());
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(contents);
 }
 
 // The warnings logged while it lives.
@@ -75,7 +62,7 @@ TEST_F(LoginItemTest, WritesAndRemovesTheUsersAutostartEntry)
     EXPECT_FALSE(item.isEnabled());
     ASSERT_TRUE(item.setEnabled(true));
     EXPECT_TRUE(item.isEnabled());
-    const QByteArray entry = read(item.userEntryPath());
+    const QByteArray entry = readFile(item.userEntryPath());
     EXPECT_TRUE(entry.startsWith("[Desktop Entry]\n"));
     EXPECT_TRUE(entry.contains("\nExec=\"/opt/Quillon Beta/bin/quillon\"\n")) << entry.constData();
     EXPECT_TRUE(entry.contains("\nType=Application\n"));
@@ -99,25 +86,25 @@ TEST_F(LoginItemTest, QuotesAnExecutablePathWithSpecialCharacters)
 // A system-wide entry can only be masked, by a user entry with Hidden=true.
 TEST_F(LoginItemTest, MasksASystemWideEntryToSwitchOff)
 {
-    write(systemEntry, "[Desktop Entry]\nType=Application\nName=Quillon\nExec=quillon\n");
+    ASSERT_TRUE(writeFile(systemEntry, "[Desktop Entry]\nType=Application\nName=Quillon\nExec=quillon\n"));
     EXPECT_TRUE(item.isEnabled());
     ASSERT_TRUE(item.setEnabled(false));
-    EXPECT_TRUE(read(item.userEntryPath()).contains("\nHidden=true\n"));
+    EXPECT_TRUE(readFile(item.userEntryPath()).contains("\nHidden=true\n"));
     EXPECT_FALSE(item.isEnabled());
     ASSERT_TRUE(item.setEnabled(true));
     EXPECT_TRUE(item.isEnabled());
-    EXPECT_FALSE(read(item.userEntryPath()).contains("Hidden=true"));
+    EXPECT_FALSE(readFile(item.userEntryPath()).contains("Hidden=true"));
 }
 
 // Already on: nothing is rewritten. A failure is logged and reported.
 TEST_F(LoginItemTest, ReportsAndLogsAFailure)
 {
     ASSERT_TRUE(item.setEnabled(true));
-    write(item.userEntryPath(), "[Desktop Entry]\nType=Application\nExec=/elsewhere/quillon\n");
+    ASSERT_TRUE(writeFile(item.userEntryPath(), "[Desktop Entry]\nType=Application\nExec=/elsewhere/quillon\n"));
     EXPECT_TRUE(item.setEnabled(true));
-    EXPECT_TRUE(read(item.userEntryPath()).contains("/elsewhere/quillon"));
+    EXPECT_TRUE(readFile(item.userEntryPath()).contains("/elsewhere/quillon"));
 
-    write(dir.path() + "/blocked", "a file where the configuration directory should be");
+    ASSERT_TRUE(writeFile(dir.path() + "/blocked", "a file where the configuration directory should be"));
     LoginItem blocked(dir.path() + "/blocked", {}, "/usr/bin/quillon");
     LogCapture log;
     LogCapture::lines().clear();

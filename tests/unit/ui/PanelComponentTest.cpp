@@ -6,8 +6,9 @@
 #include "ui/panel/FanView.h"
 #include "ui/panel/PanelState.h"
 #include "ui/panel/PanelViews.h"
-#include "unit/keepawake/KeepAwakeRig.h"
-#include "unit/power/QStringPrinter.h"
+
+#include "support/KeepAwakeRig.h"
+#include "support/QStringPrinter.h"
 
 #include <QColor>
 #include <QQmlEngine>
@@ -56,11 +57,7 @@ protected:
         }
         return found;
     }
-    QQuickItem* item(const QString& name) const
-    {
-        const auto found = items(name);
-        return found.isEmpty() ? nullptr : found.first();
-    }
+    QQuickItem* item(const QString& name) const { return items(name).value(0); }
     QString text(const QString& name) const
     {
         QQuickItem* it = item(name);

@@ -1,0 +1,76 @@
+#pragma once
+
+#include "platform/DriveToucher.h"
+#include "platform/VolumeSource.h"
+
+#include <QMap>
+#include <QThread>
+#include <condition_variable>
+#include <mutex>
+#include <vector>
+
+namespace quillon::test {
+
+// Volumes as the test lists them.
+class FakeVolumeSource : public platform::VolumeSource {
+public:
+    QList<platform::MountedVolume> externalVolumes() override { return volumes; }
+    QList<platform::MountedVolume> volumes;
+};
+
+// Records every touch with the thread it ran on and answers with the outcome
+// set for its path (listed by default). hold(path) keeps touches of that path
+// waiting until release(). Called from worker threads.
+class FakeDriveToucher : public platform::DriveToucher {
+public:
+    struct Touch {
+        QString path;
+        QThread* thread;
+    };
+
+    platform::DriveTouchOutcome touch(const QString& path) override
+    {
+        std::unique_lock lock(m_mutex);
+        m_touches.push_back({path, QThread::currentThread()});
+        m_changed.notify_all();
+        m_changed.wait(lock, [&] { return m_held != path; });
+        return m_outcomes.value(path, platform::DriveTouchOutcome::listed);
+    }
+
+    void setOutcome(const QString& path, platform::DriveTouchOutcome outcome)
+    {
+        std::lock_guard lock(m_mutex);
+        m_outcomes[path] = outcome;
+    }
+    void hold(const QString& path)
+    {
+        std::lock_guard lock(m_mutex);
+        m_held = path;
+    }
+    void release()
+    {
+        std::lock_guard lock(m_mutex);
+        m_held.clear();
+        m_changed.notify_all();
+    }
+    // Waits until count touches have begun (or a second has passed).
+    bool waitForTouches(size_t count)
+    {
+        std::unique_lock lock(m_mutex);
+        return m_changed.wait_for(lock, std::chrono::seconds(1), [&] { return m_touches.size() >= count; });
+    }
+    std::vector<Touch> touches() const
+    {
+        std::lock_guard lock(m_mutex);
+        return m_touches;
+    }
+
+private:
+    mutable std::mutex m_mutex;
+    std::condition_variable m_changed;
+    std::vector<Touch> m_touches;
+    QMap<QString, platform::DriveTouchOutcome> m_outcomes;
+    QString m_held;
+};
+
+} // namespace quillon::test

@@ -1,0 +1,79 @@
+#pragma once
+
+#include "app/power/DriveManager.h"
+#include "app/power/LidManager.h"
+#include "app/power/SleepManager.h"
+#include "platform/LidSensor.h"
+#include "platform/PowerSupply.h"
+
+#include "support/FakeAppServices.h"
+#include "support/FakeDrives.h"
+#include "support/FakePowerAssertionBackend.h"
+
+#include <gtest/gtest.h>
+
+namespace quillon::test {
+
+// A power supply whose reading the test sets.
+class FakePowerSupply : public platform::PowerSupply {
+public:
+    platform::PowerSupplyReading reading;
+    platform::PowerSupplyReading read() const override { return reading; }
+    void battery(int percent, bool onAC)
+    {
+        reading.hasBattery = true;
+        reading.onAC = onAC;
+        reading.percentage = percent;
+    }
+};
+
+// A lid the test opens and closes.
+class FakeLidSensor : public platform::LidSensor {
+public:
+    std::optional<bool> closed = false;
+    std::optional<bool> isClosed() override { return closed; }
+};
+
+// The keep-awake models over fakes of every platform service, with timers
+// off: tests call the handlers and move the clock.
+class KeepAwakeRig : public ::testing::Test, protected FakeAppServices {
+protected:
+    using Kind = app::SleepAssertions::Kind;
+
+    void SetUp() override
+    {
+        manager = std::make_unique<app::SleepManager>(servicesWith(link));
+        link.deliver();
+        link.clear();
+    }
+
+    // Every fake service, with the given helper link.
+    app::SleepManager::Services servicesWith(app::HelperLink& helperLink)
+    {
+        app::SleepManager::Services services;
+        services.helperLink = &helperLink;
+        services.assertions = backend;
+        services.powerSupply = supply;
+        services.volumes = volumes;
+        services.driveToucher = toucher;
+        services.lidSensor = &lidSensor;
+        services.thermal = &thermal;
+        services.notifier = &notifier;
+        services.settings = &settings;
+        services.clock = &clock;
+        services.startTimers = false;
+        return services;
+    }
+
+    // Assertions held right now, by the names the system shows.
+    int liveAssertions() const { return static_cast<int>(backend->live.size()); }
+
+    FakeLidSensor lidSensor;
+    std::shared_ptr<FakePowerAssertionBackend> backend = std::make_shared<FakePowerAssertionBackend>();
+    std::shared_ptr<FakePowerSupply> supply = std::make_shared<FakePowerSupply>();
+    std::shared_ptr<FakeVolumeSource> volumes = std::make_shared<FakeVolumeSource>();
+    std::shared_ptr<FakeDriveToucher> toucher = std::make_shared<FakeDriveToucher>();
+    std::unique_ptr<app::SleepManager> manager;
+};
+
+} // namespace quillon::test
