@@ -41,13 +41,21 @@ std::optional<CallerAuthorization::Verdict> CallerAuthorization::authorize(
             return Verdict{true, {}};
         return refused(action);
     }
-    if (m_pending >= kMaxPendingChecks)
+    int& callerPending = m_pendingByCaller[caller.busName];
+    if (m_pending >= kMaxPendingChecks || callerPending >= kMaxPendingPerCaller) {
+        if (callerPending == 0)
+            m_pendingByCaller.erase(caller.busName);
         return Verdict{false, "busy: too many requests waiting for authorization"};
+    }
 
     ++m_pending;
+    ++callerPending;
     m_polkit->check(caller.busName, actionId(action),
-        [this, uid = caller.uid, action, later = std::move(later)](const PolkitAuthority::Answer& answer) {
+        [this, busName = caller.busName, uid = caller.uid, action, later = std::move(later)](
+            const PolkitAuthority::Answer& answer) {
             --m_pending;
+            if (--m_pendingByCaller[busName] <= 0)
+                m_pendingByCaller.erase(busName);
             if (answer.authorized) {
                 m_grantedUid = uid;
                 later({true, {}});

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <optional>
 #include <string>
 
@@ -41,6 +42,8 @@ public:
     // At most this many polkit checks wait at once; more are refused at once
     // rather than queued without bound.
     static constexpr int kMaxPendingChecks = 32;
+    // And at most this many for one caller, so one caller cannot use them all.
+    static constexpr int kMaxPendingPerCaller = 4;
 
     // polkit may be null in sameUser mode.
     CallerAuthorization(Mode mode, std::uint32_t helperUid, PolkitAuthority* polkit);
@@ -60,6 +63,7 @@ private:
     std::uint32_t m_helperUid;
     PolkitAuthority* m_polkit;
     int m_pending = 0;
+    std::map<std::string, int> m_pendingByCaller; // bus name -> checks waiting
     // In polkit mode, the uid of the last caller polkit let change anything.
     std::optional<std::uint32_t> m_grantedUid;
 };

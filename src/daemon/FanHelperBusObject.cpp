@@ -4,6 +4,7 @@
 #include "StatusPayload.h"
 
 #include <QDBusConnection>
+#include <QDBusError>
 #include <QDBusMessage>
 
 namespace quillon::daemon {
@@ -23,7 +24,8 @@ FanHelperBusObject::FanHelperBusObject(
 
 bool FanHelperBusObject::Ping(QString& text)
 {
-    identifyCaller();
+    if (!admit(identifyCaller()))
+        return false;
     if (!m_service) {
         text = kNoService;
         return false;
@@ -35,7 +37,8 @@ bool FanHelperBusObject::Ping(QString& text)
 
 QVariantMap FanHelperBusObject::GetStatus()
 {
-    identifyCaller();
+    if (!admit(identifyCaller()))
+        return {};
     if (!m_service)
         return {};
     return StatusPayload::toVariantMap(m_service->status());
@@ -64,6 +67,7 @@ bool FanHelperBusObject::SetLidStayAwake(bool on, QString& text)
 
 std::optional<CallerAuthorization::Caller> FanHelperBusObject::identifyCaller()
 {
+    ++m_handledCalls;
     if (!calledFromDBus())
         return std::nullopt;
     std::optional<CallerAuthorization::Caller> caller = m_identity.of(connection(), message());
@@ -72,10 +76,23 @@ std::optional<CallerAuthorization::Caller> FanHelperBusObject::identifyCaller()
     return caller;
 }
 
+bool FanHelperBusObject::admit(const std::optional<CallerAuthorization::Caller>& caller)
+{
+    if (!caller || m_authorization.countsAsContact(caller->uid) || m_budget.spend(caller->busName, m_clock.now()))
+        return true;
+    if (message().isReplyRequired())
+        sendErrorReply(QDBusError::LimitsExceeded, QStringLiteral("too many requests; try again later"));
+    else
+        setDelayedReply(true); // nothing is owed
+    return false;
+}
+
 bool FanHelperBusObject::authorizedCall(
     CallerAuthorization::Action action, const char* method, const Request& request, QString& text)
 {
     const std::optional<CallerAuthorization::Caller> caller = identifyCaller();
+    if (!admit(caller))
+        return false;
     if (!caller) {
         text = QStringLiteral("refused: the caller cannot be identified");
         return false;

@@ -4,6 +4,7 @@
 #include "LogLine.h"
 #include "TempKeyDiscovery.h"
 
+#include "core/FanFloor.h"
 #include "core/ThermalCurve.h"
 
 #include <algorithm>
@@ -33,6 +34,8 @@ constexpr double kGpuPlausibleHighC = 130.0;
 constexpr int kLogEveryTicks = 20;
 // thermalOverride needs the curve above the floor by more than this.
 constexpr double kOverrideMarginPercent = 1.0;
+// An unverified release logs again after this many further retries.
+constexpr int kPendingLogEveryRetries = 30;
 // Fan speeds outside this range only come from a broken SMC.
 constexpr float kMaxPlausibleRpm = 100000.0f;
 
@@ -46,16 +49,16 @@ int wholeRpm(float rpm)
     return static_cast<int>(std::min(rpm, kMaxPlausibleRpm));
 }
 
-struct Readings {
+struct SensorReadings {
     int count = 0;
     double sum = 0;
     double hottest = 0;
 };
 
 // The temperature keys that read successfully strictly between lowC and highC.
-Readings readAll(smc::SmcConnection& smc, const std::vector<std::string>& keys, double lowC, double highC)
+SensorReadings readAll(smc::SmcConnection& smc, const std::vector<std::string>& keys, double lowC, double highC)
 {
-    Readings readings;
+    SensorReadings readings;
     for (const std::string& key : keys) {
         bool ok = false;
         const double celsius = smc.readFlt(key, &ok);
@@ -66,6 +69,22 @@ Readings readAll(smc::SmcConnection& smc, const std::vector<std::string>& keys, 
         }
     }
     return readings;
+}
+
+// A safety release in the words of a reply.
+const char* describe(FanHelperService::SafetyRelease release)
+{
+    switch (release) {
+    case FanHelperService::SafetyRelease::noSensors:
+        return "no temperature sensors";
+    case FanHelperService::SafetyRelease::noReadings:
+        return "no temperature readings";
+    case FanHelperService::SafetyRelease::criticalHeat:
+        return "critical temperature";
+    case FanHelperService::SafetyRelease::none:
+        break;
+    }
+    return "the fans could not be taken";
 }
 
 FanKeys openAndFindFans(smc::SmcConnection& smc, DaemonLog& log)
@@ -125,15 +144,26 @@ FanHelperService::Reply FanHelperService::ping() const
     return {true, "Quillon daemon alive, fans=" + std::to_string(m_fans.count())};
 }
 
+const char* FanHelperService::rawValue(SafetyRelease release)
+{
+    switch (release) {
+    case SafetyRelease::none:
+        return "";
+    case SafetyRelease::noSensors:
+        return "no-sensors";
+    case SafetyRelease::noReadings:
+        return "no-readings";
+    case SafetyRelease::criticalHeat:
+        return "critical-heat";
+    }
+    return "";
+}
+
 FanStatus FanHelperService::status()
 {
+    const Readings& readings = freshReadings();
     FanStatus status;
-    for (int n = 0; n < m_fans.count(); ++n) {
-        const FanKeys::Fan& keys = m_fans[n];
-        const FanRange& range = m_ranges[static_cast<std::size_t>(n)];
-        status.fans.push_back({n, wholeRpm(m_smc.readFlt(keys.actual)), range.minRPM, range.maxRPM,
-            wholeRpm(m_smc.readFlt(keys.target)), m_smc.readU8(keys.reportedMode)});
-    }
+    status.fans = readings.fans;
     status.floorPercent = m_floorPercent;
     status.isBoosted = m_isBoosted;
     status.tempSensorCount = static_cast<int>(m_cpuTempKeys.size());
@@ -141,38 +171,86 @@ FanStatus FanHelperService::status()
     status.thermalOverride = m_isBoosted && ThermalCurve::isGenuineHeat(m_cachedTemp)
         && m_floorPercent + kOverrideMarginPercent < m_lastThermalPct;
     status.lidStayAwake = m_lidStayAwake;
-
-    if (const Readings cpu = readAll(m_smc, m_cpuTempKeys, kCpuShownAboveC, kNoUpperBoundC); cpu.count > 0) {
-        status.cpuTemp = cpu.sum / cpu.count;
-        status.cpuTempMax = cpu.hottest;
-    }
-    if (const Readings gpu = readAll(m_smc, m_gpuTempKeys, kGpuPlausibleLowC, kGpuPlausibleHighC); gpu.count > 0)
-        status.gpuTemp = gpu.sum / gpu.count;
+    status.cpuTemp = readings.cpuTemp;
+    status.cpuTempMax = readings.cpuTempMax;
+    status.gpuTemp = readings.gpuTemp;
+    status.releasePending = m_releasePending;
+    status.safetyRelease = rawValue(m_safetyRelease);
+    if (m_safetyClearSince)
+        status.safetyClearSeconds = std::chrono::duration<double>(m_clock.now() - *m_safetyClearSince).count();
     return status;
+}
+
+const FanHelperService::Readings& FanHelperService::freshReadings()
+{
+    const std::chrono::nanoseconds now = m_clock.now();
+    if (m_readingsAt && now - *m_readingsAt < kReadingsMaxAge)
+        return m_readings;
+    m_readingsAt = now;
+    m_readings.fans.clear();
+    for (int n = 0; n < m_fans.count(); ++n) {
+        const FanKeys::Fan& keys = m_fans[n];
+        const FanRange& range = m_ranges[static_cast<std::size_t>(n)];
+        m_readings.fans.push_back({n, wholeRpm(m_smc.readFlt(keys.actual)), range.minRPM, range.maxRPM,
+            wholeRpm(m_smc.readFlt(keys.target)), m_smc.readU8(keys.reportedMode)});
+    }
+    m_readings.cpuTemp.reset();
+    m_readings.cpuTempMax.reset();
+    m_readings.gpuTemp.reset();
+    if (const SensorReadings cpu = readAll(m_smc, m_cpuTempKeys, kCpuShownAboveC, kNoUpperBoundC); cpu.count > 0) {
+        m_readings.cpuTemp = cpu.sum / cpu.count;
+        m_readings.cpuTempMax = cpu.hottest;
+    }
+    if (const SensorReadings gpu = readAll(m_smc, m_gpuTempKeys, kGpuPlausibleLowC, kGpuPlausibleHighC); gpu.count > 0)
+        m_readings.gpuTemp = gpu.sum / gpu.count;
+    trackSafetyClearance();
+    return m_readings;
+}
+
+void FanHelperService::trackSafetyClearance()
+{
+    // Without safety sensors the cause can never clear.
+    if (m_safetyRelease == SafetyRelease::none || m_safetyRelease == SafetyRelease::noSensors) {
+        m_safetyClearSince.reset();
+        return;
+    }
+    const std::optional<double> hottest = currentSafetyMaxTemp();
+    if (!hottest || *hottest >= kSafetyClearC)
+        m_safetyClearSince.reset();
+    else if (!m_safetyClearSince)
+        m_safetyClearSince = m_clock.now();
 }
 
 FanHelperService::Reply FanHelperService::setFanFloor(double percent)
 {
-    if (!std::isfinite(percent))
+    const std::optional<double> floor = core::FanFloor::normalized(percent);
+    if (!floor)
         return {false, "refused: the fan floor must be a finite percentage"};
-    m_floorPercent = std::clamp(percent, 0.0, 100.0);
-    if (!(m_floorPercent > 0)) {
-        stopLoopAndRestore();
-        return {true, "boost off"};
-    }
-    // Quoted before the tick below, which may hand the fans back and so
-    // reset the floor.
-    const int shownPercent = static_cast<int>(m_floorPercent);
+    if (*floor == 0)
+        return stopLoopAndRestore() ? Reply{true, "boost off"} : pendingReleaseReply();
+
+    // A new floor supersedes a hand-back still being retried.
+    m_releasePending = false;
+    m_floorPercent = *floor;
     startLoopIfNeeded();
     if (!m_lastTickAt || m_clock.now() - *m_lastTickAt >= kLoopInterval)
         applyOnce();
-    return {true, "floor set to " + std::to_string(shownPercent) + "%"};
+    if (!m_isBoosted) {
+        return {false,
+            std::string("refused: ") + describe(m_safetyRelease)
+                + (m_releasePending ? "; release pending, fans at full speed" : "; the firmware keeps the fans")};
+    }
+    return {true, "floor set to " + std::to_string(static_cast<int>(m_floorPercent)) + "%"};
 }
 
 FanHelperService::Reply FanHelperService::stopBoost()
 {
-    stopLoopAndRestore();
-    return {true, "boost stopped"};
+    return stopLoopAndRestore() ? Reply{true, "boost stopped"} : pendingReleaseReply();
+}
+
+FanHelperService::Reply FanHelperService::pendingReleaseReply() const
+{
+    return {false, "release pending: the firmware has not taken the fans back yet; fans at full speed, retrying"};
 }
 
 FanHelperService::Reply FanHelperService::setLidStayAwake(bool on)
@@ -187,11 +265,15 @@ FanHelperService::Reply FanHelperService::setLidStayAwake(bool on)
 
 void FanHelperService::applyOnce()
 {
+    if (m_releasePending) {
+        retryPendingRelease();
+        return;
+    }
     if (!(m_floorPercent > 0))
         return;
     if (m_safetyTempKeys.empty()) {
         log(Severity::warning, "Quillon daemon: no temp sensors — refusing manual control for safety");
-        stopLoopAndRestore();
+        releaseForSafety(SafetyRelease::noSensors);
         return;
     }
     m_lastTickAt = m_clock.now();
@@ -204,7 +286,7 @@ void FanHelperService::applyOnce()
         const std::optional<double> hottest = currentSafetyMaxTemp();
         if (!hottest) {
             log(Severity::warning, "Quillon daemon: lost all temp readings — releasing to Apple");
-            stopLoopAndRestore();
+            releaseForSafety(SafetyRelease::noReadings);
             return;
         }
         m_cachedTemp = m_safetyTempHistory.add(*hottest);
@@ -217,7 +299,7 @@ void FanHelperService::applyOnce()
                 .appendf("Quillon daemon: CRITICAL temp %.0f° ≥ %.0f° — releasing FULL control to Apple", celsius,
                     ThermalCurve::criticalReleaseC)
                 .text());
-        stopLoopAndRestore();
+        releaseForSafety(SafetyRelease::criticalHeat);
         return;
     }
 
@@ -245,6 +327,9 @@ void FanHelperService::applyOnce()
     }
     if (line)
         log(Severity::notice, line->text());
+    // The floor took: an earlier safety release is history.
+    m_safetyRelease = SafetyRelease::none;
+    m_safetyClearSince.reset();
 }
 
 void FanHelperService::checkWatchdog()
@@ -262,27 +347,36 @@ void FanHelperService::checkWatchdog()
     }
 }
 
-void FanHelperService::emergencyRelease()
+bool FanHelperService::emergencyRelease()
 {
-    stopLoopAndRestore();
+    const bool verified = stopLoopAndRestore();
     if (m_lidStayAwake) {
         m_lidStayAwake = false;
         runDisableSleep(false);
     }
+    return verified;
 }
 
 void FanHelperService::startLoopIfNeeded()
 {
-    if (m_loopTimer.running())
+    if (m_isBoosted)
         return;
     m_isBoosted = true;
-    m_loopTimer.start(kLoopFirstTick, kLoopInterval);
+    // The timer may still run for a release that the new floor superseded.
+    if (!m_loopTimer.running())
+        m_loopTimer.start(kLoopFirstTick, kLoopInterval);
     log(Severity::notice, "Quillon daemon: loop started");
 }
 
-void FanHelperService::stopLoopAndRestore()
+void FanHelperService::releaseForSafety(SafetyRelease why)
 {
-    m_loopTimer.stop();
+    m_safetyRelease = why;
+    m_safetyClearSince.reset();
+    stopLoopAndRestore();
+}
+
+bool FanHelperService::stopLoopAndRestore()
+{
     m_isBoosted = false;
     m_floorPercent = 0;
     m_applyTickCount = 0;
@@ -290,7 +384,59 @@ void FanHelperService::stopLoopAndRestore()
     m_lastEffectivePct = 0;
     m_safetyTempHistory.clear();
     m_lastTickAt.reset();
-    FirmwareHandback(m_smc, m_fans, m_clock, m_log).run();
+    if (FirmwareHandback(m_smc, m_fans, m_clock, m_log).run() > 0) {
+        m_releasePending = false;
+        m_loopTimer.stop();
+        return true;
+    }
+    beginPendingRelease();
+    return false;
+}
+
+void FanHelperService::beginPendingRelease()
+{
+    holdAtFullSpeed();
+    if (m_releasePending)
+        return; // already retrying: keep the back-off where it is
+    m_releasePending = true;
+    m_releasePendingSince = m_clock.now();
+    m_releaseRetries = 0;
+    m_releaseBackoff = kLoopInterval;
+    m_nextReleaseAttemptAt = m_releasePendingSince + m_releaseBackoff;
+    if (!m_loopTimer.running())
+        m_loopTimer.start(kLoopInterval, kLoopInterval);
+    log(Severity::warning, "Quillon daemon: release pending — fans held at full speed, retrying the hand-back");
+}
+
+void FanHelperService::retryPendingRelease()
+{
+    const std::chrono::nanoseconds now = m_clock.now();
+    if (now < m_nextReleaseAttemptAt)
+        return;
+    ++m_releaseRetries;
+    if (FirmwareHandback(m_smc, m_fans, m_clock, m_log).attempt()) {
+        m_releasePending = false;
+        m_loopTimer.stop();
+        log(Severity::notice,
+            LogLine()
+                .appendf("Quillon daemon: released to Apple-auto (verified after %d retries, %.1f s pending)",
+                    m_releaseRetries, std::chrono::duration<double>(now - m_releasePendingSince).count())
+                .text());
+        return;
+    }
+    holdAtFullSpeed();
+    m_releaseBackoff = std::min(m_releaseBackoff * 2, kReleaseRetryMax);
+    m_nextReleaseAttemptAt = now + m_releaseBackoff;
+    if (m_releaseRetries % kPendingLogEveryRetries == 0) {
+        log(Severity::warning,
+            LogLine().appendf("Quillon daemon: release still pending after %d retries", m_releaseRetries).text());
+    }
+}
+
+void FanHelperService::holdAtFullSpeed()
+{
+    for (int n = 0; n < m_fans.count(); ++n)
+        m_smc.writeFlt(m_fans[n].target, static_cast<float>(m_ranges[static_cast<std::size_t>(n)].maxRPM));
 }
 
 void FanHelperService::runDisableSleep(bool on)
@@ -311,7 +457,7 @@ void FanHelperService::log(DaemonLog::Severity severity, std::string_view line)
 
 std::optional<double> FanHelperService::currentSafetyMaxTemp()
 {
-    const Readings readings = readAll(m_smc, m_safetyTempKeys, kSafetyPlausibleLowC, kSafetyPlausibleHighC);
+    const SensorReadings readings = readAll(m_smc, m_safetyTempKeys, kSafetyPlausibleLowC, kSafetyPlausibleHighC);
     if (readings.count == 0)
         return std::nullopt;
     return readings.hottest;

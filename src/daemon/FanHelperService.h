@@ -24,6 +24,18 @@ namespace quillon::daemon {
 // the fans back to the firmware on any doubt: a floor of 0, a stop request,
 // no sensors, no readable sensor, critical heat, a silent app, termination.
 //
+// A hand-back that cannot be verified is never given up: the fans are held
+// at full speed (the safe side while the firmware cannot have them) and the
+// release is retried on the loop timer with a back-off of 0.4 s doubling to
+// kReleaseRetryMax, until a read-back shows every fan in firmware mode. The
+// status says so meanwhile ("releasePending").
+//
+// A release for safety (no sensors, no readings, critical heat) is reported
+// in the status with how long its cause has been gone, so the app can wait
+// for the machine to cool instead of asking again at once.
+//
+// Every reply says what is in force after the call.
+//
 // Single-threaded: requests, timer handlers and the termination path all
 // run on one thread (the daemon's main loop). The daemon's QTimers call
 // applyOnce() and checkWatchdog(); tests call them with a hand-driven clock.
@@ -49,6 +61,24 @@ public:
     static constexpr std::chrono::milliseconds kWatchdogInterval{2000};
     // An app that has not been heard from for longer than this is gone.
     static constexpr std::chrono::milliseconds kSilenceLimit{6000};
+    // The longest pause between attempts of an unverified release.
+    static constexpr std::chrono::milliseconds kReleaseRetryMax{2000};
+    // The status' readings are reused for this long: a flood of status
+    // requests costs no SMC traffic beyond one read per interval.
+    static constexpr std::chrono::milliseconds kReadingsMaxAge = kLoopInterval;
+    // A heat or sensor release counts as cleared while the hottest safety
+    // sensor reads below this.
+    static constexpr double kSafetyClearC = 90.0;
+
+    // Why the helper last let go of the fans for safety.
+    enum class SafetyRelease {
+        none,
+        noSensors,    // the machine has no safety sensor
+        noReadings,   // no safety sensor gave a plausible reading
+        criticalHeat, // the smoothed safety temperature reached the critical mark
+    };
+    // "", "no-sensors", "no-readings", "critical-heat": the status' wording.
+    static const char* rawValue(SafetyRelease release);
 
     // Start-up: opens the SMC, learns the fans and sensors, hands every fan
     // back to the firmware and drops any lid lock before anything else, then
@@ -63,12 +93,15 @@ public:
     // Requests.
     Reply ping() const;
     FanStatus status();
-    // percent is clamped to 0..100; 0 hands the fans back. Non-finite values
-    // are refused and change nothing. A floor above 0 starts the loop and
-    // applies at once, unless a tick ran less than one loop interval ago:
-    // then the loop's next tick applies it, so a burst of requests cannot
-    // write the SMC faster than the loop does.
+    // percent is normalized as core::FanFloor does (0..100, below 1 % = 0);
+    // 0 hands the fans back. Non-finite values are refused and change
+    // nothing. A floor above 0 starts the loop and applies at once, unless a
+    // tick ran less than one loop interval ago: then the loop's next tick
+    // applies it, so a burst of requests cannot write the SMC faster than the
+    // loop does. Answers false when the floor is not in force afterwards (the
+    // tick let go for safety, or the hand-back of a 0 is still unverified).
     Reply setFanFloor(double percent);
+    // Answers false while the hand-back is not verified (it goes on retrying).
     Reply stopBoost();
     Reply setLidStayAwake(bool on);
 
@@ -78,10 +111,13 @@ public:
     // releases a boost and drops the lid lock.
     void checkWatchdog();
     // The termination path: fans back to the firmware, lid lock dropped.
-    void emergencyRelease();
+    // Whether the hand-back was verified.
+    bool emergencyRelease();
 
     double floorPercent() const { return m_floorPercent; }
     bool isBoosted() const { return m_isBoosted; }
+    bool releasePending() const { return m_releasePending; }
+    SafetyRelease safetyRelease() const { return m_safetyRelease; }
     bool lidStayAwake() const { return m_lidStayAwake; }
     int fanCount() const { return m_fans.count(); }
     const std::vector<std::string>& safetyTempKeys() const { return m_safetyTempKeys; }
@@ -92,9 +128,27 @@ private:
         int maxRPM;
     };
 
+    struct Readings {
+        std::vector<FanStatus::Fan> fans;
+        std::optional<double> cpuTemp, cpuTempMax, gpuTemp;
+    };
+
     void startLoopIfNeeded();
-    // Stops the loop, forgets the boost and hands the fans back (verified).
-    void stopLoopAndRestore();
+    // Forgets the boost and hands the fans back; on a failed verification
+    // the release stays pending (see the class comment). Whether verified.
+    bool stopLoopAndRestore();
+    // The same, remembering why when the reason is safety.
+    void releaseForSafety(SafetyRelease why);
+    void beginPendingRelease();
+    void retryPendingRelease();
+    // Full target on every fan, mode untouched: while the firmware cannot be
+    // given the fans, they must at least not stay slow.
+    void holdAtFullSpeed();
+    Reply pendingReleaseReply() const;
+    // The status' SMC readings, read again when older than kReadingsMaxAge;
+    // also follows whether the last safety release's cause has cleared.
+    const Readings& freshReadings();
+    void trackSafetyClearance();
     void runDisableSleep(bool on);
     void log(DaemonLog::Severity severity, std::string_view line);
     // The hottest plausible safety reading, if any key gives one.
@@ -123,6 +177,18 @@ private:
     double m_lastThermalPct = 0;
     double m_lastEffectivePct = 0;
     SafetyTempHistory m_safetyTempHistory;
+
+    bool m_releasePending = false;
+    std::chrono::nanoseconds m_releasePendingSince{0};
+    std::chrono::nanoseconds m_nextReleaseAttemptAt{0};
+    std::chrono::milliseconds m_releaseBackoff{0};
+    int m_releaseRetries = 0;
+
+    SafetyRelease m_safetyRelease = SafetyRelease::none;
+    std::optional<std::chrono::nanoseconds> m_safetyClearSince;
+
+    Readings m_readings;
+    std::optional<std::chrono::nanoseconds> m_readingsAt;
 };
 
 } // namespace quillon::daemon

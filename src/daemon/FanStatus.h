@@ -1,6 +1,7 @@
 #pragma once
 
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace quillon::daemon {
@@ -26,6 +27,15 @@ struct FanStatus {
     // Heat is genuine and the curve asks clearly more than the app's floor.
     bool thermalOverride = false;
     bool lidStayAwake = false;
+    // A hand-back to the firmware is not verified yet; the helper holds the
+    // fans at full speed and keeps retrying.
+    bool releasePending = false;
+    // Why the helper last let go for safety ("no-sensors", "no-readings",
+    // "critical-heat"), "" when it did not; cleared by the next floor that
+    // takes. safetyClearSeconds: how long that cause has been gone (0 while
+    // it persists).
+    std::string safetyRelease;
+    double safetyClearSeconds = 0;
     std::optional<double> cpuTemp;    // average of the CPU keys, when any reads
     std::optional<double> cpuTempMax; // hottest CPU key, when any reads
     std::optional<double> gpuTemp;    // average of the GPU keys, when any reads

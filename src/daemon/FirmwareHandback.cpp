@@ -23,9 +23,7 @@ int FirmwareHandback::run()
         if (n < kMaxAttempts)
             m_clock.sleepFor(kRetryPause);
     }
-    m_log.write(DaemonLog::Severity::warning,
-        "Quillon daemon: WARNING — could not verify auto mode after retries; "
-        "loop is stopped so firmware will reclaim shortly");
+    m_log.write(DaemonLog::Severity::warning, "Quillon daemon: WARNING — could not verify auto mode after retries");
     return 0;
 }
 

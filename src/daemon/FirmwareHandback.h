@@ -14,7 +14,8 @@ namespace quillon::daemon {
 // writes target 0 and mode 0 per fan, then "Ftst" = 0, then reads every mode
 // key back. A mode key that cannot be read counts as handed back (there is
 // nothing more to do for it). Up to kMaxAttempts attempts, kRetryPause
-// apart; the outcome is logged either way. Used by the running helper and by
+// apart; the outcome is logged either way. Used by the running helper (which
+// keeps retrying with attempt() while the release stays unverified) and by
 // `quillon-helper --release`.
 class FirmwareHandback {
 public:
@@ -27,9 +28,11 @@ public:
     // firmware mode, or 0 when none did.
     int run();
 
-private:
+    // One attempt, no pause, nothing logged: whether every fan read back in
+    // firmware mode.
     bool attempt();
 
+private:
     smc::SmcConnection& m_smc;
     const FanKeys& m_fans;
     MonotonicClock& m_clock;

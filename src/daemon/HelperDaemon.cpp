@@ -19,6 +19,7 @@
 
 #include <QCoreApplication>
 #include <QDBusConnectionInterface>
+#include <malloc.h>
 #include <memory>
 #include <unistd.h>
 #include <utility>
@@ -28,6 +29,9 @@ namespace quillon::daemon {
 namespace {
 
 constexpr int kExitFailed = 1;
+// Calls within one watchdog interval after which the heap is trimmed: a flood
+// of requests leaves freed pages behind that glibc would otherwise keep.
+constexpr long kTrimAfterCalls = 1000;
 
 using Severity = DaemonLog::Severity;
 
@@ -103,9 +107,10 @@ int HelperDaemon::run(int argc, char** argv)
     const auto stop = [&](int status) {
         if (std::exchange(stopping, true))
             return;
-        service.emergencyRelease();
+        // An unverified hand-back is a failure systemd should see (and log).
+        const bool verified = service.emergencyRelease();
         busObject.detachService();
-        QCoreApplication::exit(status);
+        QCoreApplication::exit(verified ? status : kExitFailed);
     };
     QObject::connect(&termination, &TerminationSignals::received, [&](int) {
         log.write(Severity::warning, "Quillon daemon: received termination signal — releasing to Apple");
@@ -115,6 +120,8 @@ int HelperDaemon::run(int argc, char** argv)
     // helper, so it gives up everything and leaves the restart to systemd.
     watchdogTimer.setHandler([&] {
         service.checkWatchdog();
+        if (busObject.takeHandledCalls() > kTrimAfterCalls)
+            ::malloc_trim(0);
         if (!bus.isConnected()) {
             log.write(Severity::warning, "Quillon daemon: lost the bus connection — releasing to Apple");
             stop(kExitFailed);

@@ -22,7 +22,10 @@ QVariantMap StatusPayload::toVariantMap(const FanStatus& status)
         {QStringLiteral("tempSensorCount"), status.tempSensorCount},
         {QStringLiteral("effectivePercent"), status.effectivePercent},
         {QStringLiteral("thermalOverride"), status.thermalOverride},
-        {QStringLiteral("lidStayAwake"), status.lidStayAwake}};
+        {QStringLiteral("lidStayAwake"), status.lidStayAwake},
+        {QStringLiteral("releasePending"), status.releasePending},
+        {QStringLiteral("safetyRelease"), QString::fromStdString(status.safetyRelease)},
+        {QStringLiteral("safetyClearSeconds"), status.safetyClearSeconds}};
     if (status.cpuTemp)
         payload.insert(QStringLiteral("cpuTemp"), *status.cpuTemp);
     if (status.cpuTempMax)

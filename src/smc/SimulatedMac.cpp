@@ -270,12 +270,14 @@ std::uint8_t SimulatedMac::write(const Key& key, const std::uint8_t* bytes)
         m_model.setLoadPercent(std::min<double>(bytes[0], 100));
         break;
     case Role::faults:
-        m_faults = bytes[0] & 0x0F;
+        m_faults = bytes[0] & allFaults;
         break;
     case Role::fanTarget:
         m_model.setManualTarget(key.index, getFloat(bytes));
         break;
     case Role::fanMode:
+        if (m_faults & modeWritesIgnored)
+            break;
         m_modeBytes.at(key.index) = bytes[0];
         m_model.setManual(key.index, bytes[0] == 1);
         break;

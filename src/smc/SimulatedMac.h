@@ -32,6 +32,10 @@ public:
         temperaturesRead105 = 2,
         writesFail = 4,
         modeReadsBackManual = 8,
+        // Mode writes answer success and change nothing: a firmware that
+        // will not take the fans back.
+        modeWritesIgnored = 16,
+        allFaults = 31,
     };
 
     struct FanSpec {

@@ -63,21 +63,28 @@ QVariantMap statusOf(FanHelperProxy& client)
     return reply.isError() ? QVariantMap() : reply.value();
 }
 
-QString runAsUser(unsigned uid, const QString& program, const QStringList& args, const QStringList& env)
+std::unique_ptr<QProcess> startAsUser(
+    unsigned uid, const QString& program, const QStringList& args, const QStringList& env)
 {
-    QProcess process;
-    process.setProcessEnvironment(ChildProcess::environment(env));
-    process.setProcessChannelMode(QProcess::MergedChannels);
-    process.setChildProcessModifier([uid] {
+    auto process = std::make_unique<QProcess>();
+    process->setProcessEnvironment(ChildProcess::environment(env));
+    process->setProcessChannelMode(QProcess::MergedChannels);
+    process->setChildProcessModifier([uid] {
         if (::setgroups(0, nullptr) != 0 || ::setgid(uid) != 0 || ::setuid(uid) != 0)
             ::_exit(127);
     });
-    process.start(program, args);
-    if (!process.waitForFinished(10000)) {
-        process.kill();
-        process.waitForFinished(2000);
+    process->start(program, args);
+    return process;
+}
+
+QString runAsUser(unsigned uid, const QString& program, const QStringList& args, const QStringList& env)
+{
+    const std::unique_ptr<QProcess> process = startAsUser(uid, program, args, env);
+    if (!process->waitForFinished(10000)) {
+        process->kill();
+        process->waitForFinished(2000);
     }
-    return QString::fromUtf8(process.readAll());
+    return QString::fromUtf8(process->readAll());
 }
 
 QString callAsUser(unsigned uid, const QString& address, const QString& method, const QStringList& args)

@@ -9,6 +9,7 @@
 #include "support/SimServerProcess.h"
 
 #include <QDBusPendingReply>
+#include <QProcess>
 #include <memory>
 
 // Real processes around the fan helper: a private dbus-daemon, the shared
@@ -62,6 +63,9 @@ QVariantMap statusOf(FanHelperProxy& client);
 // Runs a program to completion as the given uid and gid (needs root), env as
 // in ChildProcess; its standard output and error, or "" on failure.
 QString runAsUser(unsigned uid, const QString& program, const QStringList& args, const QStringList& env = {});
+// Starts a program as the given uid and gid (needs root) without waiting for it.
+std::unique_ptr<QProcess> startAsUser(
+    unsigned uid, const QString& program, const QStringList& args, const QStringList& env = {});
 // dbus-send --print-reply of one helper method as the given uid.
 QString callAsUser(unsigned uid, const QString& address, const QString& method, const QStringList& args = {});
 

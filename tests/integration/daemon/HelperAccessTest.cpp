@@ -126,4 +126,36 @@ TEST(HelperAccess, AFloodOfCallsLeavesTheHelperResponsiveAndInAKnownState)
     EXPECT_EQ(rig.mode(0) + rig.mode(1), 2);
 }
 
+TEST(HelperAccess, AnotherUsersFloodNeitherStallsTheOwnerNorCostsItsBoost)
+{
+    if (::geteuid() != 0)
+        GTEST_SKIP() << "needs root to call as another uid";
+    HelperRig rig;
+    ASSERT_TRUE(rig.startHelper());
+    ASSERT_TRUE(answerOf(rig.client->SetFanFloor(60)).ok);
+    const auto flood = startAsUser(kNobody, QUILLON_BUS_FLOOD_BIN, {rig.bus.address(), "60000"});
+    ASSERT_TRUE(flood->waitForStarted());
+
+    // The owner polls as the app does while the flood lasts.
+    qint64 worstMs = 0;
+    int polls = 0;
+    bool boostKept = true;
+    QElapsedTimer floodTime;
+    floodTime.start();
+    do {
+        QElapsedTimer poll;
+        poll.start();
+        boostKept = boostKept && statusOf(*rig.client).value("isBoosted").toBool();
+        worstMs = std::max(worstMs, poll.elapsed());
+        ++polls;
+    } while (!flood->waitForFinished(100) && floodTime.elapsed() < 60'000);
+    std::cout << "[ figure ] flood of 60000 calls: " << floodTime.elapsed() << " ms, owner's worst poll " << worstMs
+              << " ms over " << polls << " polls\n";
+    EXPECT_TRUE(boostKept);
+    const QString out = QString::fromUtf8(flood->readAll());
+    EXPECT_TRUE(out.contains("answer: org.freedesktop.DBus.Error.LimitsExceeded")) << out.toStdString();
+    EXPECT_FALSE(rig.helperLog().contains("WATCHDOG")) << rig.helperLog().toStdString();
+    EXPECT_EQ(rig.mode(0), 1);
+}
+
 } // namespace

@@ -73,4 +73,23 @@ TEST(HelperSafety, WithoutLogindTheLidRequestIsLoggedAndAnswered)
         "Quillon daemon: pmset disablesleep failed: org.freedesktop.DBus.Error.ServiceUnknown"));
 }
 
+TEST(HelperSafety, AHandBackThatFailsForAWhileCompletesOnceWritesWorkAgain)
+{
+    HelperRig rig;
+    ASSERT_TRUE(rig.startHelper());
+    ASSERT_TRUE(answerOf(rig.client->SetFanFloor(60)).ok);
+    rig.smc.writeU8("QFLT", quillon::smc::SimulatedMac::writesFail);
+    const Answer stop = answerOf(rig.client->StopBoost());
+    EXPECT_FALSE(stop.ok);
+    EXPECT_TRUE(stop.text.startsWith("release pending")) << stop.text.toStdString();
+    EXPECT_TRUE(statusOf(*rig.client).value("releasePending").toBool());
+
+    waitUntil([] { return false; }, 1500ms); // the fault outlasts the five quick attempts
+    EXPECT_EQ(rig.mode(0), 1);
+    rig.smc.writeU8("QFLT", 0);
+    EXPECT_TRUE(waitUntil([&] { return rig.allFansInFirmwareMode(); }, 3s)) << rig.helperLog().toStdString();
+    EXPECT_FALSE(statusOf(*rig.client).value("releasePending").toBool());
+    EXPECT_TRUE(rig.helperLog().contains("Quillon daemon: released to Apple-auto (verified after"));
+}
+
 } // namespace

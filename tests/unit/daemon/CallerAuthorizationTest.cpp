@@ -1,5 +1,7 @@
 #include "daemon/CallerAuthorization.h"
 
+#include "daemon/CallerBudget.h"
+
 #include <deque>
 #include <gtest/gtest.h>
 
@@ -77,21 +79,53 @@ TEST(CallerAuthorization, OnTheSystemBusPolkitDecidesAndTheGrantedUserKeepsTheHe
     EXPECT_EQ(polkit.asked.size(), 3u);
 }
 
-TEST(CallerAuthorization, ChecksBeyondTheLimitAreRefusedNotQueued)
+TEST(CallerAuthorization, WaitingChecksAreLimitedPerCallerAndInAllNotQueued)
 {
     FakePolkit polkit;
     CallerAuthorization authorization(CallerAuthorization::Mode::polkit, kRoot, &polkit);
-    int refusedAtOnce = 0;
-    for (int i = 0; i < CallerAuthorization::kMaxPendingChecks + 5; ++i) {
-        if (const auto v = authorization.authorize({":1.9", kStranger}, Action::controlFans, [](const Verdict&) {})) {
-            EXPECT_EQ(v->refusal, "busy: too many requests waiting for authorization");
-            ++refusedAtOnce;
-        }
-    }
-    EXPECT_EQ(refusedAtOnce, 5);
-    polkit.answer({false, {}});
-    EXPECT_FALSE(authorization.authorize({":1.9", kStranger}, Action::controlFans, [](const Verdict&) {}))
-        << "an answered check makes room";
+    const auto ask = [&](const std::string& busName) {
+        return authorization.authorize({busName, kStranger}, Action::controlFans, [](const Verdict&) {});
+    };
+    for (int i = 0; i < CallerAuthorization::kMaxPendingPerCaller; ++i)
+        EXPECT_FALSE(ask(":1.9")) << "waits for polkit";
+    const auto busy = ask(":1.9");
+    ASSERT_TRUE(busy);
+    EXPECT_EQ(busy->refusal, "busy: too many requests waiting for authorization");
+
+    int waiting = CallerAuthorization::kMaxPendingPerCaller;
+    for (int caller = 10; waiting < CallerAuthorization::kMaxPendingChecks; ++caller, ++waiting)
+        EXPECT_FALSE(ask(":1." + std::to_string(caller))) << "one busy caller does not lock the others out";
+    EXPECT_TRUE(ask(":1.99")) << "the limit in all";
+    EXPECT_EQ(polkit.pending.size(), std::size_t(CallerAuthorization::kMaxPendingChecks));
+
+    polkit.answer({false, {}}); // the first of :1.9's
+    EXPECT_FALSE(ask(":1.9")) << "an answered check makes room for its caller";
+}
+
+TEST(CallerBudget, ABurstThenAFixedRatePerCallerNeverSavedUpBeyondTheBurst)
+{
+    using quillon::daemon::CallerBudget;
+    using namespace std::chrono_literals;
+    CallerBudget budget;
+    std::chrono::nanoseconds now = 1h;
+    const auto granted = [&](const std::string& caller, int asked) {
+        int n = 0;
+        for (int i = 0; i < asked; ++i)
+            n += budget.spend(caller, now) ? 1 : 0;
+        return n;
+    };
+    EXPECT_EQ(granted(":1.5", 100), CallerBudget::kBurst);
+    EXPECT_EQ(granted(":1.6", 1), 1) << "each caller has its own bucket";
+    now += 1s;
+    EXPECT_EQ(granted(":1.5", 100), static_cast<int>(CallerBudget::kPerSecond));
+    now += 24h;
+    EXPECT_EQ(granted(":1.5", 100), CallerBudget::kBurst);
+
+    // A flood spread over more callers than are tracked costs the oldest
+    // their record, never the memory.
+    for (int i = 0; i < 1000; ++i)
+        budget.spend(":2." + std::to_string(i), now);
+    EXPECT_EQ(granted(":2.999", 100), CallerBudget::kBurst - 1);
 }
 
 } // namespace

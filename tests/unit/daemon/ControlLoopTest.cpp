@@ -121,12 +121,14 @@ TEST(ControlLoop, FloorsAreClampedAndNonFiniteOnesChangeNothing)
         EXPECT_DOUBLE_EQ(service.floorPercent(), 42.9);
         EXPECT_EQ(rig.target(0), target);
     }
-    for (const double off : {0.0, -3.0, -0.0}) {
+    // Below 1 % a floor would only put the fans in manual mode for nothing.
+    for (const double off : {0.0, -3.0, -0.0, 1e-300, 0.99}) {
         service.setFanFloor(30);
         EXPECT_EQ(service.setFanFloor(off).text, "boost off");
         EXPECT_FALSE(service.isBoosted());
         EXPECT_EQ(rig.mode(0), 0);
     }
+    EXPECT_EQ(service.setFanFloor(1).text, "floor set to 1%");
 }
 
 TEST(ControlLoop, ABurstOfFloorRequestsWritesNoFasterThanTheLoop)

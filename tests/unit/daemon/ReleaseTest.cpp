@@ -112,30 +112,133 @@ TEST(Release, WithoutSafetySensorsTheFansAreNeverTaken)
     config.sensors = {{"Ts0P", quillon::smc::SmcType::flt, 1.0, 0.0}, {"Tc0P", quillon::smc::SmcType::sp78, 1.0, 0.0}};
     ServiceRig rig(config);
     auto& service = rig.start();
-    EXPECT_TRUE(service.setFanFloor(60).ok);
+    const auto reply = service.setFanFloor(60);
+    EXPECT_FALSE(reply.ok);
+    EXPECT_EQ(reply.text, "refused: no temperature sensors; the firmware keeps the fans");
     EXPECT_EQ(rig.mode(0) + rig.forceTest(), 0);
     EXPECT_FALSE(service.isBoosted());
+    EXPECT_EQ(service.status().safetyRelease, "no-sensors");
     EXPECT_TRUE(rig.log.has("Quillon daemon: no temp sensors — refusing manual control for safety"));
 }
 
-TEST(Release, AnUnverifiableReleaseRetriesFiveTimesThenWarns)
+TEST(Release, AFloorTheFirstTickDropsIsAnsweredAsRefused)
+{
+    const struct {
+        std::uint8_t faults;
+        const char* text;
+        const char* recorded;
+    } cases[] = {
+        {SimulatedMac::temperatureReadsFail, "refused: no temperature readings; the firmware keeps the fans",
+            "no-readings"},
+        {SimulatedMac::temperaturesRead105, "refused: critical temperature; the firmware keeps the fans",
+            "critical-heat"},
+    };
+    for (const auto& c : cases) {
+        ServiceRig rig(ServiceRig::Config::appleSiliconLaptop());
+        auto& service = rig.start();
+        rig.setFaults(c.faults);
+        const auto reply = service.setFanFloor(60);
+        EXPECT_FALSE(reply.ok) << c.recorded;
+        EXPECT_EQ(reply.text, c.text);
+        EXPECT_EQ(rig.forceTest() + rig.mode(0) + rig.mode(1), 0) << c.recorded;
+        EXPECT_EQ(service.status().safetyRelease, c.recorded);
+    }
+}
+
+TEST(Release, ASafetyReleaseIsReportedWithHowLongItsCauseHasBeenGone)
+{
+    ServiceRig rig;
+    rig.holdTemperature(60);
+    auto& service = rig.start();
+    service.setFanFloor(40);
+    rig.setFaults(SimulatedMac::temperaturesRead105);
+    rig.runTicks(6);
+    ASSERT_FALSE(service.isBoosted());
+
+    const auto afterHalfASecond = [&rig] {
+        rig.advance(std::chrono::milliseconds(500));
+        return rig.service->status();
+    };
+    EXPECT_EQ(afterHalfASecond().safetyRelease, "critical-heat");
+    EXPECT_EQ(afterHalfASecond().safetyClearSeconds, 0) << "still hot";
+    rig.setFaults(0);
+    afterHalfASecond(); // first seen cool
+    for (int i = 0; i < 20; ++i)
+        afterHalfASecond();
+    EXPECT_NEAR(afterHalfASecond().safetyClearSeconds, 10.5, 0.01);
+    rig.setFaults(SimulatedMac::temperaturesRead105);
+    EXPECT_EQ(afterHalfASecond().safetyClearSeconds, 0) << "heat again starts the count over";
+
+    rig.setFaults(0);
+    EXPECT_TRUE(service.setFanFloor(40).ok);
+    EXPECT_EQ(afterHalfASecond().safetyRelease, "") << "a floor that takes ends the record";
+}
+
+TEST(Release, AnUnverifiedHandBackIsRetriedUntilItHoldsWithTheFansAtFullMeanwhile)
+{
+    const struct {
+        const char* name;
+        std::uint8_t faults;
+        bool fullTargetWritten; // with failing writes nothing can be written
+    } cases[] = {
+        {"writes fail", SimulatedMac::writesFail, false},
+        {"the firmware will not take the fans", SimulatedMac::modeWritesIgnored, true},
+    };
+    for (const auto& c : cases) {
+        ServiceRig rig(ServiceRig::Config::appleSiliconLaptop());
+        rig.holdTemperature(60);
+        auto& service = rig.start();
+        service.setFanFloor(40);
+        rig.runTicks(1);
+        rig.setFaults(c.faults);
+        rig.clock.slept = {};
+
+        const auto reply = service.stopBoost();
+        EXPECT_FALSE(reply.ok) << c.name;
+        EXPECT_EQ(
+            reply.text, "release pending: the firmware has not taken the fans back yet; fans at full speed, retrying");
+        EXPECT_EQ(rig.clock.slept.count(), 4 * 120) << "four pauses between five attempts";
+        EXPECT_TRUE(rig.log.has("WARNING — could not verify auto mode after retries")) << c.name;
+        EXPECT_FALSE(service.isBoosted());
+        EXPECT_TRUE(service.status().releasePending) << c.name;
+        if (c.fullTargetWritten) {
+            EXPECT_EQ(rig.target(0), 5700) << c.name;
+            EXPECT_EQ(rig.target(1), 6200) << c.name;
+        }
+        EXPECT_FALSE(service.stopBoost().ok) << c.name << ": asking again changes nothing";
+
+        rig.runTicks(25); // ten seconds of retries
+        EXPECT_TRUE(service.releasePending()) << c.name;
+        rig.setFaults(0);
+        int ticks = 0;
+        while (service.releasePending() && ticks < 20) {
+            rig.runTicks(1);
+            ++ticks;
+        }
+        EXPECT_LE(ticks, 5) << c.name << ": retries are never more than 2 s apart";
+        EXPECT_EQ(rig.forceTest() + rig.mode(0) + rig.mode(1), 0) << c.name;
+        EXPECT_FALSE(rig.loopTimer.isRunning) << c.name;
+        EXPECT_TRUE(rig.log.has("released to Apple-auto (verified after")) << c.name << rig.log.all();
+        EXPECT_TRUE(service.stopBoost().ok) << c.name;
+    }
+}
+
+TEST(Release, AFloorDuringAPendingReleaseTakesTheFansAgain)
 {
     ServiceRig rig(ServiceRig::Config::appleSiliconLaptop());
     rig.holdTemperature(60);
     auto& service = rig.start();
     service.setFanFloor(40);
     rig.setFaults(SimulatedMac::modeReadsBackManual);
-    rig.clock.slept = {};
-
-    EXPECT_TRUE(service.stopBoost().ok);
-    EXPECT_EQ(rig.clock.slept.count(), 4 * 120) << "four pauses between five attempts";
-    EXPECT_FALSE(rig.log.has("released to Apple-auto (verified"));
-    EXPECT_EQ(rig.log.lines.back().text,
-        "Quillon daemon: WARNING — could not verify auto mode after retries; loop "
-        "is stopped so firmware will reclaim shortly");
-    EXPECT_EQ(rig.log.lines.back().severity, DaemonLog::Severity::warning);
-    EXPECT_FALSE(rig.loopTimer.isRunning);
-    EXPECT_EQ(rig.forceTest(), 0);
+    service.stopBoost();
+    ASSERT_TRUE(service.releasePending());
+    rig.setFaults(0);
+    rig.advance(std::chrono::milliseconds(400));
+    EXPECT_TRUE(service.setFanFloor(30).ok);
+    EXPECT_FALSE(service.releasePending());
+    EXPECT_TRUE(service.isBoosted());
+    rig.runTicks(3);
+    EXPECT_EQ(rig.mode(0), 1) << "the loop drives the new floor, no retry undoes it";
 }
 
 } // namespace

@@ -36,8 +36,9 @@ TEST(Status, TemperatureKeysAppearOnlyWithAReading)
         ServiceRig rig(c.config);
         rig.start();
         rig.setFaults(c.faults);
-        QStringList expected = QStringList{"effectivePercent", "fans", "floorPercent", "isBoosted", "lidStayAwake",
-                                   "tempSensorCount", "thermalOverride"}
+        QStringList expected
+            = QStringList{"effectivePercent", "fans", "floorPercent", "isBoosted", "lidStayAwake", "releasePending",
+                  "safetyClearSeconds", "safetyRelease", "tempSensorCount", "thermalOverride"}
             + c.temperatures;
         expected.sort();
         const QVariantMap payload = StatusPayload::toVariantMap(rig.service->status());
@@ -67,6 +68,19 @@ TEST(Status, ThermalOverrideMeansGenuineHeatWellAboveTheFloor)
         rig.start().setFanFloor(c.floor);
         EXPECT_EQ(rig.service->status().thermalOverride, c.overridden) << c.floor << "% at " << c.celsius;
     }
+}
+
+TEST(Status, ReadingsAreReusedWithinOneLoopIntervalAndNoLonger)
+{
+    ServiceRig rig;
+    rig.holdTemperature(60);
+    auto& service = rig.start();
+    EXPECT_DOUBLE_EQ(service.status().cpuTemp.value_or(0), 60);
+    rig.holdTemperature(80);
+    rig.advance(std::chrono::milliseconds(399));
+    EXPECT_DOUBLE_EQ(service.status().cpuTemp.value_or(0), 60) << "a flood of requests costs no SMC reads";
+    rig.advance(std::chrono::milliseconds(1));
+    EXPECT_DOUBLE_EQ(service.status().cpuTemp.value_or(0), 80) << "never older than one loop interval";
 }
 
 } // namespace

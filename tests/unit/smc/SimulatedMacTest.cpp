@@ -177,8 +177,16 @@ TEST(SimulatedMacFaults, EachFaultBitAndItsRemoval)
     EXPECT_EQ(rig.smc.writeU8("F0Md", 0), SmcStatus::kSuccess);
     EXPECT_EQ(rig.smc.readU8("F1Md"), 1);
 
+    rig.smc.writeU8("QFLT", 0);
+    rig.smc.writeU8("F0Md", 1);
+    rig.smc.writeU8("QFLT", SimulatedMac::modeWritesIgnored);
+    EXPECT_EQ(rig.smc.writeU8("F0Md", 0), SmcStatus::kSuccess);
+    EXPECT_EQ(rig.smc.readU8("F0Md"), 1) << "the firmware did not take the fan back";
+    rig.smc.writeU8("QFLT", 0);
+    rig.smc.writeU8("F0Md", 0);
+
     rig.smc.writeU8("QFLT", 0xFF);
-    EXPECT_EQ(rig.smc.readU8("QFLT"), 0x0F); // unknown bits are dropped
+    EXPECT_EQ(rig.smc.readU8("QFLT"), 0x1F); // unknown bits are dropped
     rig.smc.writeU8("QFLT", 0);
     EXPECT_EQ(rig.smc.readU8("F0Md"), 0);
     EXPECT_GT(rig.smc.readFlt("Tp01", &ok), 30.0f);
