@@ -70,6 +70,14 @@
         <source>The boost timer ended — fans are back on automatic.</source>
         <translation>Der Boost-Timer ist abgelaufen — die Lüfter laufen wieder automatisch.</translation>
     </message>
+    <message>
+        <source>Fans not handed back yet</source>
+        <translation>Lüfter noch nicht zurückgegeben</translation>
+    </message>
+    <message>
+        <source>The firmware has not taken the fans back. Quillon holds them at full speed and keeps trying.</source>
+        <translation>Die Firmware hat die Lüfter nicht zurückgenommen. Quillon hält sie auf voller Drehzahl und versucht es weiter.</translation>
+    </message>
 </context>
 <context>
     <name>quillon::app::Notifier</name>
@@ -405,6 +413,26 @@
     <message>
         <source>on power</source>
         <translation>am Netz</translation>
+    </message>
+    <message>
+        <source>Not handed back yet — fans held at full speed, retrying</source>
+        <translation>Noch nicht zurückgegeben — Lüfter auf voller Drehzahl, neuer Versuch läuft</translation>
+    </message>
+    <message>
+        <source>Paused for safety: %1</source>
+        <translation>Zur Sicherheit pausiert: %1</translation>
+    </message>
+    <message>
+        <source>critical temperature</source>
+        <translation>kritische Temperatur</translation>
+    </message>
+    <message>
+        <source>no temperature readings</source>
+        <translation>keine Temperaturwerte</translation>
+    </message>
+    <message>
+        <source>no temperature sensors</source>
+        <translation>keine Temperatursensoren</translation>
     </message>
 </context>
 <context>

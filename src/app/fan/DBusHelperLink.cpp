@@ -1,9 +1,11 @@
 #include "DBusHelperLink.h"
 
 #include "FanHelperProxy.h"
+
 #include "daemon/HelperNames.h"
 
 #include <QDBusConnectionInterface>
+#include <QDBusError>
 #include <QDBusMetaType>
 #include <QDBusPendingCallWatcher>
 #include <QDBusServiceWatcher>
@@ -13,6 +15,12 @@ namespace quillon::app {
 namespace {
 const QString kService = QString::fromLatin1(daemon::HelperNames::kService);
 const QString kPath = QString::fromLatin1(daemon::HelperNames::kObjectPath);
+
+bool isTimeout(const QDBusError& error)
+{
+    return error.type() == QDBusError::NoReply || error.type() == QDBusError::Timeout
+        || error.type() == QDBusError::TimedOut;
+}
 } // namespace
 
 DBusHelperLink::DBusHelperLink(const QDBusConnection& bus, QObject* parent)
@@ -36,40 +44,54 @@ void DBusHelperLink::connectIfNeeded()
     if (m_proxy || !m_bus.isConnected())
         return;
     ++m_generation;
+    m_everOpened = true;
     m_proxy = std::make_unique<FanHelperProxy>(kService, kPath, m_bus);
     m_proxy->setTimeout(kCallTimeoutMs);
+    watchName();
+    requestStatus(this, [this](const QVariantMap& status) { emit statusArrived(status); });
+}
+
+void DBusHelperLink::watchName()
+{
+    // One watcher for the link's life: it also has to see the name come back.
+    if (m_watcher)
+        return;
     m_watcher = std::make_unique<QDBusServiceWatcher>(kService, m_bus, QDBusServiceWatcher::WatchForOwnerChange);
     connect(m_watcher.get(), &QDBusServiceWatcher::serviceOwnerChanged, this, &DBusHelperLink::onOwnerChanged);
-    requestStatus(this, [this](const QVariantMap& status) { emit statusArrived(status); });
 }
 
 void DBusHelperLink::invalidate()
 {
-    // The watcher may be the one telling us the helper left: let it finish its signal first.
-    if (m_watcher)
-        m_watcher.release()->deleteLater();
     m_proxy.reset();
     m_statusPending = false;
 }
 
 void DBusHelperLink::onOwnerChanged(const QString&, const QString& oldOwner, const QString& newOwner)
 {
-    if (!m_proxy)
-        return;
     if (newOwner.isEmpty()) {
+        if (!m_proxy)
+            return;
         invalidate();
         emit connectionLost();
-    } else if (!oldOwner.isEmpty()) {
-        emit connectionInterrupted();
+    } else if (m_proxy) {
+        if (!oldOwner.isEmpty())
+            emit connectionInterrupted();
+    } else if (m_everOpened) {
+        connectIfNeeded();
+        emit connectionRestored();
     }
 }
 
-void DBusHelperLink::failed(quint64 generation, const QString& text)
+void DBusHelperLink::failed(quint64 generation, const QDBusError& error)
 {
     if (generation != m_generation || !m_proxy)
         return;
+    if (isTimeout(error)) {
+        emit requestSlow();
+        return;
+    }
     invalidate();
-    emit requestFailed(text);
+    emit requestFailed(error.message());
 }
 
 void DBusHelperLink::getStatus(QObject* context, StatusReply reply)
@@ -91,7 +113,7 @@ void DBusHelperLink::requestStatus(QObject* context, StatusReply reply)
             m_statusPending = false;
         const QDBusPendingReply<QVariantMap> answer = *w;
         if (answer.isError()) {
-            failed(generation, answer.error().message());
+            failed(generation, answer.error());
             return;
         }
         if (guard)
@@ -110,7 +132,11 @@ template <typename Call> void DBusHelperLink::boolTextCall(Call call, QObject* c
         w->deleteLater();
         const QDBusPendingReply<bool, QString> answer = *w;
         if (answer.isError()) {
-            failed(generation, answer.error().message());
+            // A slow helper's answer is unknown: the caller learns it failed
+            // for now, and the next status shows what is in force.
+            failed(generation, answer.error());
+            if (isTimeout(answer.error()) && guard)
+                reply(false, answer.error().message());
             return;
         }
         if (guard)

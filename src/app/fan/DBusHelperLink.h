@@ -4,10 +4,10 @@
 
 #include <QDBusConnection>
 #include <QPointer>
-
 #include <memory>
 
 class FanHelperProxy;
+class QDBusError;
 class QDBusServiceWatcher;
 
 namespace quillon::app {
@@ -15,8 +15,11 @@ namespace quillon::app {
 // The helper link over D-Bus: the proxy generated from the helper's interface
 // description, on the bus QUILLON_HELPER_BUS names. The helper's name leaving
 // the bus closes the connection (connectionLost); the name passing straight
-// to a new owner is an interruption; an error reply closes it too
-// (requestFailed). A status request still outstanding makes the next one a
+// to a new owner is an interruption; the name coming back after it left (a
+// restart) opens the connection again by itself (connectionRestored), once
+// one had been opened. An error reply closes it (requestFailed), except a
+// reply that did not come in time: a busy helper is slow, not gone
+// (requestSlow). A status request still outstanding makes the next one a
 // no-op, so a hung helper never piles up requests.
 class DBusHelperLink : public HelperLink {
     Q_OBJECT
@@ -44,14 +47,17 @@ private:
     void onOwnerChanged(const QString& name, const QString& oldOwner, const QString& newOwner);
     void requestStatus(QObject* context, StatusReply reply);
     template <typename Call> void boolTextCall(Call call, QObject* context, Reply reply);
-    // A failed call closes the connection it was made on, not a newer one.
-    void failed(quint64 generation, const QString& text);
+    // A failed call closes the connection it was made on, not a newer one;
+    // a timed-out one closes nothing.
+    void failed(quint64 generation, const QDBusError& error);
+    void watchName();
 
     QDBusConnection m_bus;
     std::unique_ptr<FanHelperProxy> m_proxy;
     std::unique_ptr<QDBusServiceWatcher> m_watcher;
     quint64 m_generation = 0;
     bool m_statusPending = false;
+    bool m_everOpened = false;
 };
 
 } // namespace quillon::app

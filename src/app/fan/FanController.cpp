@@ -6,7 +6,6 @@
 #include "platform/Clock.h"
 
 #include <QFile>
-
 #include <cmath>
 
 namespace quillon::app {
@@ -88,6 +87,9 @@ FanController::FanController(Parts parts, QObject* parent)
         [this] { setStatusMessage(QStringLiteral("Helper unterbrochen — verbinde neu")); });
     connect(link, &HelperLink::requestFailed, this,
         [this](const QString& text) { setStatusMessage(QStringLiteral("XPC-Fehler: ") + text); });
+    connect(link, &HelperLink::requestSlow, this,
+        [this] { setStatusMessage(QStringLiteral("Helper antwortet langsam — warte weiter")); });
+    connect(link, &HelperLink::connectionRestored, this, [this] { setStatusMessage(QString()); });
     if (m_helperInstalled)
         connectIfNeeded();
 
@@ -146,7 +148,8 @@ void FanController::applyFans(const QVariant& value)
         if (!isIntegral(index) || !isIntegral(current) || !isIntegral(min) || !isIntegral(max))
             continue;
         const QVariant target = fan.value("targetRPM");
-        fans.append({index.toInt(), current.toInt(), min.toInt(), max.toInt(), isIntegral(target) ? target.toInt() : 0});
+        fans.append(
+            {index.toInt(), current.toInt(), min.toInt(), max.toInt(), isIntegral(target) ? target.toInt() : 0});
     }
     if (fans != m_fans) {
         m_fans = fans;
@@ -181,11 +184,12 @@ void FanController::applyStatus(const QVariantMap& status)
     // The helper dropped a floor the app still holds: its watchdog fired while
     // the app was starved, or it was restarted. Only a drop counts, so a floor
     // the helper refuses is not retried on every poll.
-    const bool helperLetGo = boosted.typeId() == QMetaType::Bool && !boosted.toBool() && m_isBoosted
-        && m_targetPercent > 0;
+    const bool helperLetGo
+        = boosted.typeId() == QMetaType::Bool && !boosted.toBool() && m_isBoosted && m_targetPercent > 0;
     if (boosted.typeId() == QMetaType::Bool)
         setBoosted(boosted.toBool());
-    if (helperLetGo)
+    applySafetyState(status, helperLetGo);
+    if (helperLetGo && m_safetyHold.isEmpty())
         reassertFloor();
 
     bool temperatures = false;
@@ -224,6 +228,51 @@ void FanController::applyStatus(const QVariantMap& status)
     checkHeatAlert();
 }
 
+void FanController::applySafetyState(const QVariantMap& status, bool helperLetGo)
+{
+    const bool pending = boolOrFalse(status.value("releasePending"));
+    if (pending != m_releasePending) {
+        m_releasePending = pending;
+        emit helperStateChanged();
+        if (pending) {
+            notify(tr("Fans not handed back yet"),
+                tr("The firmware has not taken the fans back. Quillon holds them at full speed and keeps trying."));
+        }
+    }
+
+    const QVariant releaseValue = status.value("safetyRelease");
+    const QString release = releaseValue.typeId() == QMetaType::QString ? releaseValue.toString() : QString();
+    const double clearFor = finiteNumber(status.value("safetyClearSeconds")).value_or(0.0);
+    const bool helperHolds = boolOrFalse(status.value("isBoosted"));
+    const bool causeGone = release.isEmpty() || clearFor >= safetyClearSeconds;
+    if (!m_safetyHold.isEmpty()) {
+        if (!causeGone)
+            return;
+        setSafetyHold(QString());
+        // The helper lets go of nothing it holds; a floor it dropped goes back.
+        if (m_targetPercent > 0 && !helperHolds && !helperLetGo)
+            reassertFloor();
+        return;
+    }
+    // Sending the floor again now would only make the helper let go again.
+    if (!causeGone && !helperHolds && m_targetPercent > 0)
+        setSafetyHold(release);
+}
+
+void FanController::setSafetyHold(const QString& reason)
+{
+    if (reason == m_safetyHold)
+        return;
+    m_safetyHold = reason;
+    if (!reason.isEmpty()) {
+        qInfo().noquote() << QStringLiteral(
+            "Quillon: the helper let go of the fans for safety (%1); holding the floor back")
+                                 .arg(reason);
+        clearSpinUp();
+    }
+    emit helperStateChanged();
+}
+
 void FanController::reconcileDaemonState(bool daemonForcingFans, bool daemonLidLock)
 {
     const bool wantsFansHeld = m_fansEnabled || m_triggerProfile || m_autoEngaged;
@@ -237,14 +286,15 @@ void FanController::reconcileDaemonState(bool daemonForcingFans, bool daemonLidL
     if (++m_reconcileMismatchTicks <= kSelfHealPatience)
         return;
     m_reconcileMismatchTicks = 0;
-    qInfo().noquote() << QStringLiteral("Quillon: self-heal — daemon forcing unintended state (fans=%1 lid=%2), releasing")
+    qInfo().noquote() << QStringLiteral(
+        "Quillon: self-heal — daemon forcing unintended state (fans=%1 lid=%2), releasing")
                              .arg(fansMismatch ? "yes" : "no", lidMismatch ? "yes" : "no");
     if (fansMismatch)
         resetBoost();
     if (lidMismatch && m_helperInstalled) {
         m_intendedLidLock = false;
         connectIfNeeded();
-        m_parts.link->setLidStayAwake(false, this, [](bool, const QString&) { });
+        m_parts.link->setLidStayAwake(false, this, [](bool, const QString&) {});
     }
 }
 
@@ -254,7 +304,7 @@ void FanController::setLidStayAwake(bool on)
     m_intendedLidLock = on;
     connectIfNeeded();
     if (m_parts.link->isOpen())
-        m_parts.link->setLidStayAwake(on, this, [](bool, const QString&) { });
+        m_parts.link->setLidStayAwake(on, this, [](bool, const QString&) {});
 }
 
 void FanController::reconcileToOffOnLaunch()
@@ -263,8 +313,8 @@ void FanController::reconcileToOffOnLaunch()
     m_intendedLidLock = false;
     if (!m_parts.link->isOpen())
         return;
-    m_parts.link->stopBoost(this, [](bool, const QString&) { });
-    m_parts.link->setLidStayAwake(false, this, [](bool, const QString&) { });
+    m_parts.link->stopBoost(this, [](bool, const QString&) {});
+    m_parts.link->setLidStayAwake(false, this, [](bool, const QString&) {});
 }
 
 void FanController::updateThermalState()
@@ -276,7 +326,8 @@ void FanController::updateThermalState()
     }
     const bool throttling = level == Level::serious || level == Level::critical;
     if (throttling && !m_lastThrottleNotified && heatAlertsEnabled())
-        notify(tr("⚠️ Mac is throttling"), tr("Thermal pressure is high — heat protection is keeping the fans up."));
+        notify(
+            tr("⚠️ Mac is throttling"), tr("Thermal pressure is high — heat protection is keeping the fans up."));
     m_lastThrottleNotified = throttling;
 }
 

@@ -4,8 +4,9 @@
 #include "FanInfo.h"
 #include "TemperatureHistory.h"
 #include "app/install/InstallResult.h"
-#include "core/CoolingProfile.h"
 #include "platform/ThermalPressure.h"
+
+#include "core/CoolingProfile.h"
 
 #include <QDateTime>
 #include <QMap>
@@ -13,7 +14,6 @@
 #include <QPointer>
 #include <QTimer>
 #include <QVariant>
-
 #include <functional>
 #include <optional>
 
@@ -34,7 +34,11 @@ class Settings;
 // and from other managers' cooling requests, the strongest of which wins;
 // warns about heat and throttling; and, when the helper holds the fans or the
 // lid lock for five polls in a row without the app wanting it, makes it let go;
-// when the helper drops a floor the app still holds, sends it again.
+// when the helper drops a floor the app still holds, sends it again, except
+// after a release for safety (heat, lost sensors): then the floor waits until
+// the helper has seen the cause gone for safetyClearSeconds or the user asks
+// again (safetyHold says why meanwhile). One user action sends at most one
+// command to the helper, however many steps it takes (UserAction).
 //
 // Main thread only. The timers call pollTick() and boostExpired(); tests call
 // them directly with a fake clock. Temperatures in °C, floors in percent.
@@ -57,6 +61,8 @@ class FanController : public QObject {
     Q_PROPERTY(bool helperInstalled READ helperInstalled NOTIFY helperStateChanged)
     Q_PROPERTY(bool helperNeedsUpdate READ helperNeedsUpdate NOTIFY helperStateChanged)
     Q_PROPERTY(QString statusMessage READ statusMessage NOTIFY helperStateChanged)
+    Q_PROPERTY(bool releasePending READ releasePending NOTIFY helperStateChanged)
+    Q_PROPERTY(QString safetyHold READ safetyHold NOTIFY helperStateChanged)
     Q_PROPERTY(QString coolingMode READ coolingModeRaw WRITE setCoolingModeRaw NOTIFY coolingChanged)
     Q_PROPERTY(QString coolingProfile READ coolingProfileRaw WRITE setCoolingProfileRaw NOTIFY coolingChanged)
     Q_PROPERTY(bool fansEnabled READ fansEnabled WRITE setFansEnabled NOTIFY coolingChanged)
@@ -78,6 +84,24 @@ public:
     static constexpr qsizetype tempHistoryLimit = 15;
     static constexpr qsizetype tempTrendLimit = 90;
     static constexpr double maxBoostSeconds = 3600.0;
+    // How long the helper must have seen the cause of a safety release gone
+    // before the app asks for its floor again by itself.
+    static constexpr double safetyClearSeconds = 30.0;
+
+    // Marks one user action (a click, a ctl command): while the outermost one
+    // lives, floor and stop requests only record the last command, which is
+    // sent when it ends, so that no intermediate floor reaches the fans. It
+    // also ends a safety hold: the user asked again.
+    class UserAction {
+    public:
+        explicit UserAction(FanController& controller);
+        ~UserAction();
+        UserAction(const UserAction&) = delete;
+        UserAction& operator=(const UserAction&) = delete;
+
+    private:
+        FanController& m_controller;
+    };
 
     // What the controller works with. All pointers must outlive it, except
     // notifier and thermal, which may be null (no notifications, always nominal).
@@ -152,6 +176,11 @@ public:
     bool helperInstalled() const { return m_helperInstalled; }
     bool helperNeedsUpdate() const { return m_helperNeedsUpdate; }
     QString statusMessage() const { return m_statusMessage; }
+    // The helper could not verify handing the fans back and keeps trying.
+    bool releasePending() const { return m_releasePending; }
+    // Why the app holds back its floor after a safety release
+    // ("critical-heat", "no-readings", "no-sensors"); empty when it does not.
+    QString safetyHold() const { return m_safetyHold; }
     CoolingMode coolingMode() const { return m_coolingMode; }
     Kind coolingProfile() const { return m_coolingProfile; }
     bool fansEnabled() const { return m_fansEnabled; }
@@ -194,6 +223,13 @@ private:
     void endSpinUpIfDone();
     void reconcileDaemonState(bool daemonForcingFans, bool daemonLidLock);
     void reassertFloor();
+    void applySafetyState(const QVariantMap& status, bool helperLetGo);
+    void setSafetyHold(const QString& reason);
+    // Every floor and stop goes through here: sent at once, or recorded
+    // until the running UserAction ends.
+    void sendFloor(double percent);
+    void sendStop();
+    void flushUserAction();
     void checkHeatAlert();
     bool heatAlertsEnabled() const;
     void coolingModeChanged();
@@ -248,6 +284,11 @@ private:
     QMap<QString, Kind> m_coolingRequests;
     bool m_intendedLidLock = false;
     int m_reconcileMismatchTicks = 0;
+    bool m_releasePending = false;
+    QString m_safetyHold;
+    int m_userActionDepth = 0;
+    // The command the running user action will send: a floor, or a stop (nullopt inside).
+    std::optional<std::optional<double>> m_pendingCommand;
 };
 
 } // namespace quillon::app

@@ -1,11 +1,12 @@
 // FanController: modes, the timed boost and automatic cooling (what floor the
 // helper gets, and when).
 #include "FanController.h"
-
 #include "HelperLink.h"
 #include "app/Notifier.h"
 #include "app/Settings.h"
 #include "platform/Clock.h"
+
+#include "core/FanFloor.h"
 
 #include <algorithm>
 #include <cmath>
@@ -20,10 +21,53 @@ constexpr double kResendDeltaPercent = 2.0;
 constexpr int kReleaseAfterZeroTicks = 5;
 } // namespace
 
+FanController::UserAction::UserAction(FanController& controller)
+    : m_controller(controller)
+{
+    ++m_controller.m_userActionDepth;
+    m_controller.setSafetyHold(QString());
+}
+
+FanController::UserAction::~UserAction()
+{
+    if (--m_controller.m_userActionDepth == 0)
+        m_controller.flushUserAction();
+}
+
+void FanController::sendFloor(double percent)
+{
+    if (m_userActionDepth > 0) {
+        m_pendingCommand = std::optional<double>(percent);
+        return;
+    }
+    m_parts.link->setFanFloor(percent, this, [this](bool ok, const QString&) { onFloorReply(ok); });
+}
+
+void FanController::sendStop()
+{
+    if (m_userActionDepth > 0) {
+        m_pendingCommand = std::optional<double>();
+        return;
+    }
+    m_parts.link->stopBoost(this, [this](bool, const QString&) { refresh(); });
+}
+
+void FanController::flushUserAction()
+{
+    const auto command = std::exchange(m_pendingCommand, std::nullopt);
+    if (!command || !m_parts.link->isOpen())
+        return;
+    if (*command)
+        sendFloor(**command);
+    else
+        sendStop();
+}
+
 void FanController::setCoolingMode(CoolingMode mode)
 {
     if (mode == m_coolingMode)
         return;
+    UserAction action(*this);
     m_coolingMode = mode;
     m_parts.settings->setCoolingMode(rawValue(mode));
     emit coolingChanged();
@@ -38,6 +82,7 @@ void FanController::setCoolingModeRaw(const QString& raw)
 
 void FanController::setCoolingProfile(Kind kind)
 {
+    UserAction action(*this);
     const bool changed = kind != m_coolingProfile;
     m_coolingProfile = kind;
     m_parts.settings->setCoolingProfile(QString::fromLatin1(core::CoolingProfile::rawValue(kind)));
@@ -93,6 +138,7 @@ void FanController::setFansEnabled(bool on)
 {
     if (!m_helperInstalled)
         return;
+    UserAction action(*this);
     if (on != m_fansEnabled) {
         m_fansEnabled = on;
         emit coolingChanged();
@@ -120,7 +166,8 @@ void FanController::setManualFloor(double percent)
 {
     if (!m_helperInstalled || !m_fansEnabled || m_coolingMode != CoolingMode::manual || std::isnan(percent))
         return;
-    if (percent <= 0) {
+    UserAction action(*this);
+    if (percent < core::FanFloor::resolutionPercent) {
         setFansEnabled(false);
         return;
     }
@@ -164,7 +211,9 @@ void FanController::evaluateAutoCooling(bool force)
         return; // no reading yet
     const double curve = core::CoolingProfile::floorPercent(kind, t);
     const double base = m_fansEnabled && m_coolingMode == CoolingMode::manual ? m_manualPercent : 0.0;
-    const double floor = std::max(base, curve);
+    double floor = std::max(base, curve);
+    if (floor < core::FanFloor::resolutionPercent)
+        floor = 0; // too fine to move a fan
     if (floor != m_autoFloor) {
         m_autoFloor = floor;
         emit coolingChanged();
@@ -199,6 +248,9 @@ bool FanController::applyBoost(std::optional<double> durationS, bool automatic)
     connectIfNeeded();
     if (!m_parts.link->isOpen())
         return false;
+    // Held back after a safety release: only the user asking again sends it.
+    if (!m_safetyHold.isEmpty() && m_targetPercent > 0 && m_userActionDepth == 0)
+        return false;
 
     const bool wasBoosted = m_isBoosted;
     const double p = m_targetPercent;
@@ -212,7 +264,7 @@ bool FanController::applyBoost(std::optional<double> durationS, bool automatic)
     else if (p <= 0)
         clearSpinUp();
 
-    m_parts.link->setFanFloor(p, this, [this](bool ok, const QString&) { onFloorReply(ok); });
+    sendFloor(p);
 
     if (automatic || p <= 0) {
         cancelBoostExpiry(); // automatic cooling and zero floors never expire
@@ -230,7 +282,7 @@ void FanController::reassertFloor()
     if (!m_spinningUp)
         startSpinUp();
     // The boost's expiry, if any, keeps running: the user's time is not extended.
-    m_parts.link->setFanFloor(m_targetPercent, this, [this](bool ok, const QString&) { onFloorReply(ok); });
+    sendFloor(m_targetPercent);
 }
 
 void FanController::onFloorReply(bool ok)
@@ -253,7 +305,7 @@ bool FanController::resetBoost()
     // No new connection for a stop: without one there is nothing to stop.
     if (!m_parts.link->isOpen())
         return false;
-    m_parts.link->stopBoost(this, [this](bool, const QString&) { refresh(); });
+    sendStop();
     return true;
 }
 

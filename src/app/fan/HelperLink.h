@@ -3,7 +3,6 @@
 #include <QObject>
 #include <QString>
 #include <QVariantMap>
-
 #include <functional>
 
 namespace quillon::app {
@@ -47,6 +46,12 @@ signals:
     void connectionInterrupted();
     // A request failed; the connection is closed. text says why.
     void requestFailed(const QString& text);
+    // A request got no answer in time; the helper is busy, not gone, and
+    // the connection stays open.
+    void requestSlow();
+    // The helper's name came back after it went away (a restart); the
+    // connection is open again and the status was asked for.
+    void connectionRestored();
 };
 
 } // namespace quillon::app

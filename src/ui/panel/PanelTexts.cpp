@@ -29,7 +29,8 @@ QStringList PanelTexts::statusLines(const app::SleepManager& manager)
     if (manager.lid()->enabled())
         lines.append(tr("Stays awake with the lid closed"));
     const app::FanController& fan = *manager.fan();
-    if (fan.fansEnabled() || fan.isBoosted() || fan.triggerProfile())
+    if (fan.fansEnabled() || fan.isBoosted() || fan.triggerProfile() || fan.releasePending()
+        || !fan.safetyHold().isEmpty())
         lines.append(tr("Fan control · %1").arg(fanStatus(fan)));
     if (lines.isEmpty())
         lines.append(tr("Your Mac sleeps as usual."));
@@ -62,6 +63,11 @@ QString PanelTexts::customEnd(const QDateTime& end, const QDateTime& now, bool g
 
 QString PanelTexts::fanStatus(const app::FanController& fan)
 {
+    // Safety first: these two outrank whatever the user chose.
+    if (fan.releasePending())
+        return tr("Not handed back yet — fans held at full speed, retrying");
+    if (!fan.safetyHold().isEmpty())
+        return tr("Paused for safety: %1").arg(safetyReason(fan.safetyHold()));
     if (fan.thermalOverride())
         return tr("Mac takes over — fans at %1% due to heat").arg(whole(fan.effectivePercent()));
     if (const auto left = fan.spinUpRemaining())
@@ -78,6 +84,17 @@ QString PanelTexts::fanStatus(const app::FanController& fan)
     if (fan.fansEnabled())
         return tr("Manual · waiting for the helper");
     return tr("Off — the Mac runs its fans itself");
+}
+
+QString PanelTexts::safetyReason(const QString& code)
+{
+    if (code == QLatin1String("critical-heat"))
+        return tr("critical temperature");
+    if (code == QLatin1String("no-readings"))
+        return tr("no temperature readings");
+    if (code == QLatin1String("no-sensors"))
+        return tr("no temperature sensors");
+    return code;
 }
 
 QString PanelTexts::temperatures(const app::FanController& fan)

@@ -39,6 +39,8 @@ public:
     // What the fans are doing: off, manual, watching, active with its floor,
     // spinning up, or overridden by the helper's heat protection.
     static QString fanStatus(const app::FanController& fan);
+    // A safety release's cause ("critical-heat", "no-readings", "no-sensors") in words.
+    static QString safetyReason(const QString& code);
     // "CPU 64 °C · GPU 52 °C", or that there is no reading yet.
     static QString temperatures(const app::FanController& fan);
     // "Fan 1 · 2400 rpm", one per fan.

@@ -7,6 +7,8 @@
 #include "app/power/SleepManager.h"
 #include "quillonadaptor.h"
 
+#include "core/FanFloor.h"
+
 #include <QDBusConnectionInterface>
 #include <QJsonDocument>
 #include <QTimer>
@@ -103,6 +105,7 @@ bool ScriptingService::FansOff(QString& text)
 {
     if (!fanControlAvailable(text))
         return false;
+    app::FanController::UserAction action(*m_manager.fan());
     m_manager.fan()->setFansEnabled(false);
     text = QStringLiteral("fan control off; the firmware runs the fans");
     return true;
@@ -113,6 +116,7 @@ bool ScriptingService::FansAuto(const QString& profile, QString& text)
     if (!fanControlAvailable(text))
         return false;
     app::FanController& fan = *m_manager.fan();
+    app::FanController::UserAction action(fan);
     if (!profile.isEmpty()) {
         const auto kind = core::CoolingProfile::fromRawValue(profile.toStdString());
         if (!kind) {
@@ -138,7 +142,8 @@ bool ScriptingService::FansManual(double percent, double seconds, QString& text)
         return false;
     }
     app::FanController& fan = *m_manager.fan();
-    if (percent == 0)
+    app::FanController::UserAction action(fan);
+    if (percent < core::FanFloor::resolutionPercent)
         return FansOff(text);
     if (seconds > 0)
         fan.setBoostDuration(seconds);

@@ -52,6 +52,7 @@ QJsonObject fans(const app::FanController& fan)
         {"boostEndsAt", time(fan.boostExpiresAt())}, {"boostRemaining", text(fan.boostRemainingText())},
         {"autoEngaged", fan.autoEngaged()}, {"autoFloor", fan.autoFloor()}, {"thermalOverride", fan.thermalOverride()},
         {"effectivePercent", fan.effectivePercent()}, {"spinningUp", spinUp.has_value()},
+        {"releasePending", fan.releasePending()}, {"safetyHold", fan.safetyHold()},
         {"status", PanelTexts::fanStatus(fan)}, {"fans", list}};
 }
 

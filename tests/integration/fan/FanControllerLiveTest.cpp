@@ -6,11 +6,11 @@
 #include "app/fan/FanController.h"
 #include "platform/Clock.h"
 
-#include <gtest/gtest.h>
+#include "smc/SimulatedMac.h"
 
 #include <QTemporaryDir>
-
 #include <csignal>
+#include <gtest/gtest.h>
 
 using namespace quillon::test;
 using namespace std::chrono_literals;
@@ -53,7 +53,8 @@ TEST_F(FanControllerLive, MaxProfileSpinsTheFansUpAndOffHandsThemBack)
         << rig.helperLog().toStdString();
     EXPECT_TRUE(fan->autoEngaged());
     ASSERT_TRUE(waitUntil([&] { return rig.smc.readFlt("F0Ac") > minimum + 1500; }, 8s));
-    EXPECT_TRUE(waitUntil([&] { return !fan->fans().isEmpty() && static_cast<float>(fan->fans()[0].currentRPM) > minimum + 1500; }, 3s));
+    EXPECT_TRUE(waitUntil(
+        [&] { return !fan->fans().isEmpty() && static_cast<float>(fan->fans()[0].currentRPM) > minimum + 1500; }, 3s));
 
     fan->setFansEnabled(false);
     EXPECT_TRUE(waitUntil([&] { return rig.allFansInFirmwareMode() && !fan->isBoosted(); }, 5s))
@@ -67,6 +68,36 @@ TEST_F(FanControllerLive, StoppingTheHelperShowsTheLostConnection)
     EXPECT_TRUE(waitUntil([&] { return fan->statusMessage() == "Helper-Verbindung verloren"; }, 5s))
         << fan->statusMessage().toStdString();
     EXPECT_FALSE(link->isOpen());
+}
+
+TEST_F(FanControllerLive, ASafetyReleaseIsNotFoughtOverAndARestartedHelperIsFollowed)
+{
+    ASSERT_TRUE(waitUntil([&] { return fan->cpuTemp().has_value(); }, 5s));
+    fan->setCoolingProfile(quillon::core::CoolingProfile::Kind::max);
+    fan->setFansEnabled(true);
+    ASSERT_TRUE(waitUntil([&] { return rig.mode(0) == 1; }, 5s)) << rig.helperLog().toStdString();
+
+    // Every temperature read fails: the helper lets go, and the app must not
+    // ask again and again while the fault lasts.
+    ASSERT_EQ(rig.smc.writeU8("QFLT", quillon::smc::SimulatedMac::temperatureReadsFail), 0u);
+    ASSERT_TRUE(waitUntil([&] { return fan->safetyHold() == "no-readings"; }, 5s)) << rig.helperLog().toStdString();
+    const auto startsSoFar = rig.helperLog().count("Quillon daemon: loop started");
+    waitUntil([] { return false; }, 3s);
+    EXPECT_EQ(rig.helperLog().count("Quillon daemon: loop started"), startsSoFar);
+    EXPECT_TRUE(rig.allFansInFirmwareMode());
+
+    // The user asks again once the sensors are back; then the helper dies
+    // and comes back, and the app follows it without being asked.
+    ASSERT_EQ(rig.smc.writeU8("QFLT", 0), 0u);
+    fan->setCoolingProfile(quillon::core::CoolingProfile::Kind::max);
+    ASSERT_TRUE(waitUntil([&] { return rig.mode(0) == 1; }, 5s)) << rig.helperLog().toStdString();
+    rig.helper.signal(SIGKILL);
+    rig.helper.waitForExit(5s);
+    ASSERT_TRUE(waitUntil([&] { return !link->isOpen(); }, 5s));
+    ASSERT_TRUE(rig.startHelper()) << "its start-up hands the fans back";
+    EXPECT_TRUE(waitUntil([&] { return link->isOpen() && rig.mode(0) == 1 && fan->isBoosted(); }, 5s))
+        << rig.helperLog().toStdString();
+    EXPECT_EQ(fan->statusMessage(), "");
 }
 
 } // namespace
