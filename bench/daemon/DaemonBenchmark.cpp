@@ -4,11 +4,17 @@
 //   2. with real processes (private dbus-daemon, shared simulated Mac,
 //      quillon-helper --daemon): CPU time per hour while boosted and polled
 //      once a second as the app does, and while idle; the time from the
-//      app's last request to verified firmware control after it falls silent.
+//      app's last request to verified firmware control after it falls silent;
+//   3. a flood of calls from another uid, and a lasting sensor fault with a
+//      boost requested (LoadFigures);
+//   4. the table of fault scenarios (SafetyScenarios).
 //
-// Usage: quillon-bench-daemon [--quick]
+// Usage: quillon-bench-daemon [--quick | --safety]
 
+#include "BenchProbes.h"
 #include "DaemonHarness.h"
+#include "LoadFigures.h"
+#include "SafetyScenarios.h"
 
 #include "daemon/DaemonLog.h"
 #include "daemon/FanHelperService.h"
@@ -61,6 +67,7 @@ void* realloc(void* pointer, size_t size)
 namespace {
 
 using namespace std::chrono_literals;
+using quillon::bench::processCpuSeconds;
 using quillon::daemon::FanHelperService;
 
 class BenchClock : public quillon::daemon::MonotonicClock {
@@ -203,17 +210,6 @@ void measureTicks(int ticks)
     std::printf(", %zu fans\n", status.fans.size());
 }
 
-// CPU time of another process (all its threads), in seconds, at
-// nanosecond resolution.
-double processCpuSeconds(qint64 pid)
-{
-    clockid_t clock;
-    timespec ts{};
-    if (::clock_getcpuclockid(static_cast<pid_t>(pid), &clock) != 0 || ::clock_gettime(clock, &ts) != 0)
-        return 0;
-    return static_cast<double>(ts.tv_sec) + static_cast<double>(ts.tv_nsec) / 1e9;
-}
-
 void measureCpuPerHour(std::chrono::seconds span)
 {
     quillon::test::HelperRig rig;
@@ -271,12 +267,23 @@ void measureReleaseAfterSilence(int runs)
 
 int main(int argc, char** argv)
 {
-    const bool quick = argc > 1 && std::string_view(argv[1]) == "--quick";
+    const std::string_view option = argc > 1 ? argv[1] : "";
+    const bool quick = option == "--quick";
     quillon::test::ensureCoreApplication();
+    if (option == "--safety") {
+        quillon::bench::printSafetyTable();
+        return 0;
+    }
     measureTicks(quick ? 2000 : 20000);
     std::fflush(stdout);
     measureCpuPerHour(quick ? 10s : 60s);
     std::fflush(stdout);
     measureReleaseAfterSilence(quick ? 2 : 5);
+    std::fflush(stdout);
+    quillon::bench::measureFlood();
+    std::fflush(stdout);
+    quillon::bench::measureSensorFaultCpu(quick ? 10s : 60s);
+    std::fflush(stdout);
+    quillon::bench::printSafetyTable();
     return 0;
 }

@@ -32,6 +32,8 @@ constexpr int kExitFailed = 1;
 // Calls within one watchdog interval after which the heap is trimmed: a flood
 // of requests leaves freed pages behind that glibc would otherwise keep.
 constexpr long kTrimAfterCalls = 1000;
+// A control or watchdog tick later than this is worth a line in the log.
+constexpr std::chrono::milliseconds kLateTick{50};
 
 using Severity = DaemonLog::Severity;
 
@@ -122,6 +124,13 @@ int HelperDaemon::run(int argc, char** argv)
         service.checkWatchdog();
         if (busObject.takeHandledCalls() > kTrimAfterCalls)
             ::malloc_trim(0);
+        const auto late = std::max(loopTimer.takeWorstLateness(), watchdogTimer.takeWorstLateness());
+        if (late > kLateTick) {
+            log.write(Severity::warning,
+                LogLine()
+                    .appendf("Quillon daemon: a tick ran %lld ms late", static_cast<long long>(late.count()))
+                    .text());
+        }
         if (!bus.isConnected()) {
             log.write(Severity::warning, "Quillon daemon: lost the bus connection — releasing to Apple");
             stop(kExitFailed);

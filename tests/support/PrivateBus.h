@@ -22,6 +22,7 @@ public:
     // application object exists) and closed before the daemon stops.
     QDBusConnection connection();
     void kill();
+    qint64 pid() const { return m_process.processId(); }
 
 private:
     QTemporaryDir m_dir;

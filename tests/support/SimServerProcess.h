@@ -26,6 +26,7 @@ public:
     }
 
     QStringList env() const { return {"QUILLON_SMC=sim:" + path}; }
+    qint64 pid() const { return m_process.pid(); }
 
     QString path;
     bool ready = false;
