@@ -1,13 +1,16 @@
 #pragma once
 
-#include <optional>
 #include <QString>
+#include <optional>
 
 namespace quillon::app {
 
 // How the user's fan floor is chosen: fixed (manual) or from a cooling profile (auto).
 // (`auto` is a C++ keyword, hence `automatic`; its stored value is "auto".)
-enum class CoolingMode { manual, automatic };
+enum class CoolingMode {
+    manual,
+    automatic
+};
 
 inline QString rawValue(CoolingMode mode)
 {

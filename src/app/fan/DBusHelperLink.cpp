@@ -23,9 +23,10 @@ bool isTimeout(const QDBusError& error)
 }
 } // namespace
 
-DBusHelperLink::DBusHelperLink(const QDBusConnection& bus, QObject* parent)
+DBusHelperLink::DBusHelperLink(const QDBusConnection& bus, int callTimeoutMs, QObject* parent)
     : HelperLink(parent)
     , m_bus(bus)
+    , m_callTimeoutMs(callTimeoutMs)
 {
 }
 
@@ -46,7 +47,7 @@ void DBusHelperLink::connectIfNeeded()
     ++m_generation;
     m_everOpened = true;
     m_proxy = std::make_unique<FanHelperProxy>(kService, kPath, m_bus);
-    m_proxy->setTimeout(kCallTimeoutMs);
+    m_proxy->setTimeout(m_callTimeoutMs);
     watchName();
     requestStatus(this, [this](const QVariantMap& status) { emit statusArrived(status); });
 }

@@ -26,7 +26,8 @@ class DBusHelperLink : public HelperLink {
 public:
     static constexpr int kCallTimeoutMs = 5000;
 
-    explicit DBusHelperLink(const QDBusConnection& bus, QObject* parent = nullptr);
+    // callTimeoutMs: how long a call may take before it counts as slow.
+    explicit DBusHelperLink(const QDBusConnection& bus, int callTimeoutMs = kCallTimeoutMs, QObject* parent = nullptr);
     ~DBusHelperLink() override;
 
     bool helperAvailable() override;
@@ -55,6 +56,7 @@ private:
     QDBusConnection m_bus;
     std::unique_ptr<FanHelperProxy> m_proxy;
     std::unique_ptr<QDBusServiceWatcher> m_watcher;
+    int m_callTimeoutMs;
     quint64 m_generation = 0;
     bool m_statusPending = false;
     bool m_everOpened = false;

@@ -20,6 +20,8 @@ constexpr double kSpinUpReachedShare = 0.85;
 constexpr qint64 kSpinUpGiveUpS = 20;
 constexpr double kOverheatAlertC = 95.0;
 constexpr double kOverheatRearmC = 88.0;
+// German only, as the link's other messages.
+const QString kSlowHelperMessage = QStringLiteral("Helper antwortet langsam — warte weiter");
 
 bool isIntegral(const QVariant& v)
 {
@@ -87,8 +89,7 @@ FanController::FanController(Parts parts, QObject* parent)
         [this] { setStatusMessage(QStringLiteral("Helper unterbrochen — verbinde neu")); });
     connect(link, &HelperLink::requestFailed, this,
         [this](const QString& text) { setStatusMessage(QStringLiteral("XPC-Fehler: ") + text); });
-    connect(link, &HelperLink::requestSlow, this,
-        [this] { setStatusMessage(QStringLiteral("Helper antwortet langsam — warte weiter")); });
+    connect(link, &HelperLink::requestSlow, this, [this] { setStatusMessage(kSlowHelperMessage); });
     connect(link, &HelperLink::connectionRestored, this, [this] { setStatusMessage(QString()); });
     if (m_helperInstalled)
         connectIfNeeded();
@@ -174,6 +175,8 @@ void FanController::endSpinUpIfDone()
 
 void FanController::applyStatus(const QVariantMap& status)
 {
+    if (m_statusMessage == kSlowHelperMessage)
+        setStatusMessage(QString()); // it answered after all
     const QVariant fans = status.value("fans");
     if (fans.typeId() == QMetaType::QVariantList) {
         applyFans(fans);

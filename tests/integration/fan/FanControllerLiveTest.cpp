@@ -25,7 +25,13 @@ protected:
         ASSERT_TRUE(rig.mac.ready);
         ASSERT_EQ(rig.smc.writeU8("QLOD", 100), 0u); // a machine under full load
         ASSERT_TRUE(rig.startHelper()) << rig.helperLog().toStdString();
-        link = std::make_unique<quillon::app::DBusHelperLink>(rig.bus.connection());
+        connectFan(quillon::app::DBusHelperLink::kCallTimeoutMs);
+    }
+
+    void connectFan(int callTimeoutMs)
+    {
+        fan.reset();
+        link = std::make_unique<quillon::app::DBusHelperLink>(rig.bus.connection(), callTimeoutMs);
         FanController::Parts parts;
         parts.link = link.get();
         parts.settings = &settings;
@@ -98,6 +104,18 @@ TEST_F(FanControllerLive, ASafetyReleaseIsNotFoughtOverAndARestartedHelperIsFoll
     EXPECT_TRUE(waitUntil([&] { return link->isOpen() && rig.mode(0) == 1 && fan->isBoosted(); }, 5s))
         << rig.helperLog().toStdString();
     EXPECT_EQ(fan->statusMessage(), "");
+}
+
+TEST_F(FanControllerLive, AHelperTooSlowToAnswerIsWaitedForNotDropped)
+{
+    connectFan(300);
+    ASSERT_TRUE(waitUntil([&] { return fan->cpuTemp().has_value(); }, 5s));
+    rig.helper.signal(SIGSTOP);
+    EXPECT_TRUE(waitUntil([&] { return !fan->statusMessage().isEmpty(); }, 3s));
+    EXPECT_EQ(fan->statusMessage(), "Helper antwortet langsam — warte weiter");
+    EXPECT_TRUE(link->isOpen());
+    rig.helper.signal(SIGCONT);
+    EXPECT_TRUE(waitUntil([&] { return fan->statusMessage().isEmpty(); }, 4s)) << "polling went on by itself";
 }
 
 } // namespace
