@@ -56,8 +56,7 @@ SleepManager::SleepManager(Services services, QObject* parent)
     // A fresh start never inherits a boost or a lid lock from an earlier run.
     m_fan->reconcileToOffOnLaunch();
 
-    m_expiryTimer.setSingleShot(true);
-    connect(&m_expiryTimer, &QTimer::timeout, this, &SleepManager::sessionExpired);
+    connect(&m_expiryTimer, &LongTimer::fired, this, &SleepManager::sessionExpired);
     m_tickTimer.setInterval(kTickIntervalMs);
     connect(&m_tickTimer, &QTimer::timeout, this, &SleepManager::tick);
     m_batteryWatchdog.setInterval(batteryCheckIntervalMs);

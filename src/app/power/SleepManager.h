@@ -1,6 +1,7 @@
 #pragma once
 
 #include "SleepAssertions.h"
+#include "app/LongTimer.h"
 #include "app/fan/FanController.h"
 
 #include <QDateTime>
@@ -132,7 +133,7 @@ private:
     QSet<Kind> m_activeKinds;
     QDateTime m_expiresAt;
     QDateTime m_now;
-    QTimer m_expiryTimer;
+    LongTimer m_expiryTimer; // a session may run for weeks
     QTimer m_tickTimer;
     QTimer m_batteryWatchdog;
     bool m_lowBatteryStopped = false;
