@@ -255,12 +255,21 @@ FanHelperService::Reply FanHelperService::pendingReleaseReply() const
 
 FanHelperService::Reply FanHelperService::setLidStayAwake(bool on)
 {
-    m_lidStayAwake = on;
-    runDisableSleep(on);
-    log(Severity::notice,
-        on ? "Quillon daemon: lid-stay-awake ON (disablesleep 1)"
-           : "Quillon daemon: lid-stay-awake off (disablesleep 0)");
-    return {true, on ? "lid-stay-awake on" : "lid-stay-awake off"};
+    if (!on) {
+        m_lidStayAwake = false;
+        runDisableSleep(false);
+        log(Severity::notice, "Quillon daemon: lid-stay-awake off (disablesleep 0)");
+        return {true, "lid-stay-awake off"};
+    }
+    std::string error;
+    if (!runDisableSleep(true, error)) {
+        // Nothing holds the machine awake: say so rather than pretend.
+        m_lidStayAwake = false;
+        return {false, "lid-stay-awake refused: " + error};
+    }
+    m_lidStayAwake = true;
+    log(Severity::notice, "Quillon daemon: lid-stay-awake ON (disablesleep 1)");
+    return {true, "lid-stay-awake on"};
 }
 
 void FanHelperService::applyOnce()
@@ -441,13 +450,20 @@ void FanHelperService::holdAtFullSpeed()
 
 void FanHelperService::runDisableSleep(bool on)
 {
+    std::string error;
+    runDisableSleep(on, error);
+}
+
+bool FanHelperService::runDisableSleep(bool on, std::string& error)
+{
     if (!on) {
         m_lidLock.release();
-        return;
+        return true;
     }
-    std::string error;
-    if (!m_lidLock.hold(error))
-        log(Severity::warning, LogLine("Quillon daemon: pmset disablesleep failed: ").append(error).text());
+    if (m_lidLock.hold(error))
+        return true;
+    log(Severity::warning, LogLine("Quillon daemon: pmset disablesleep failed: ").append(error).text());
+    return false;
 }
 
 void FanHelperService::log(DaemonLog::Severity severity, std::string_view line)

@@ -103,6 +103,8 @@ public:
     Reply setFanFloor(double percent);
     // Answers false while the hand-back is not verified (it goes on retrying).
     Reply stopBoost();
+    // Answers false, with the reason, when the lock cannot be taken; the
+    // status then does not show it held.
     Reply setLidStayAwake(bool on);
 
     // One control tick (the loop timer's handler).
@@ -150,6 +152,8 @@ private:
     const Readings& freshReadings();
     void trackSafetyClearance();
     void runDisableSleep(bool on);
+    // Whether the lock is in the state asked for; error says why not.
+    bool runDisableSleep(bool on, std::string& error);
     void log(DaemonLog::Severity severity, std::string_view line);
     // The hottest plausible safety reading, if any key gives one.
     std::optional<double> currentSafetyMaxTemp();

@@ -16,10 +16,12 @@ int ReleaseCommand::run()
     SystemDaemonLog log;
     SystemMonotonicClock clock;
     smc::SmcConnection& smc = smc::SmcConnection::processWide();
+    // Without an SMC no fan can have been taken: there is nothing to hand
+    // back, and a clean stop of the unit must not count as a failure.
     if (const std::uint32_t rc = smc.open(); rc != smc::SmcStatus::kSuccess) {
-        log.write(DaemonLog::Severity::warning,
-            LogLine().appendf("Quillon daemon: release: cannot open the SMC (status 0x%x)", rc).text());
-        return 1;
+        log.write(DaemonLog::Severity::notice,
+            LogLine().appendf("Quillon daemon: release: no SMC to release (status 0x%x); nothing to do", rc).text());
+        return 0;
     }
     const FanKeys fans = FanKeys::discover(smc);
     log.write(DaemonLog::Severity::notice,

@@ -32,8 +32,8 @@ std::vector<TempKeyDiscovery::Reading> TempKeyDiscovery::discover(smc::SmcConnec
             continue;
         std::uint32_t size = 0;
         std::uint32_t type = 0;
-        if (smc.keyInfo(name, &size, &type, nullptr) != smc::SmcStatus::kSuccess || type != smc::SmcType::flt ||
-            size != 4)
+        if (smc.keyInfo(name, &size, &type, nullptr) != smc::SmcStatus::kSuccess || type != smc::SmcType::flt
+            || size != 4)
             continue;
         bool ok = false;
         const double value = smc.readFlt(name, &ok);
