@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <vector>
 
 namespace quillon::platform::linux_ {
 
@@ -89,6 +90,49 @@ void readMetrics(const SysfsAttributes& battery, const std::optional<QString>& s
     reading.capacityMah = std::max<qint64>(0, capacity);
 }
 
+// The battery's full charge in mAh, 0 when it cannot be formed.
+qint64 fullMah(const SysfsAttributes& battery)
+{
+    if (const auto microampereHours = battery.number(QStringLiteral("charge_full")))
+        return std::max<qint64>(0, milliFromMicro(*microampereHours));
+    const qint64 microvolts = std::max<qint64>(0, battery.number(QStringLiteral("voltage_now")).value_or(0));
+    if (const auto microwattHours = battery.number(QStringLiteral("energy_full")))
+        return std::max<qint64>(0, milliFromRatio(*microwattHours, microvolts));
+    return 0;
+}
+
+// Several batteries (a ThinkPad's internal and removable packs) as one: the
+// charge weighted by each pack's full capacity, or the plain mean when a
+// capacity is unknown; currents and charges summed; the first voltage read.
+void combine(const std::vector<SysfsAttributes>& batteries, PowerSupplyReading& reading)
+{
+    double weighted = 0, weights = 0, plainSum = 0;
+    int known = 0;
+    bool allWeighted = true;
+    for (const SysfsAttributes& battery : batteries) {
+        const auto status = battery.text(QStringLiteral("status"));
+        PowerSupplyReading one;
+        readMetrics(battery, status, one);
+        reading.milliamperes += one.milliamperes;
+        reading.capacityMah += one.capacityMah;
+        if (reading.millivolts == 0)
+            reading.millivolts = one.millivolts;
+        reading.isCharging = reading.isCharging || equalsIgnoringCase(status, QLatin1String("Charging"));
+        if (const auto percent = percentage(battery)) {
+            const auto full = static_cast<double>(fullMah(battery));
+            allWeighted = allWeighted && full > 0;
+            weighted += *percent * full;
+            weights += full;
+            plainSum += *percent;
+            ++known;
+        }
+    }
+    if (known > 0) {
+        const double percent = allWeighted ? weighted / weights : plainSum / known;
+        reading.percentage = static_cast<int>(std::clamp(std::round(percent), 0.0, 100.0));
+    }
+}
+
 } // namespace
 
 SysfsPowerSupply::SysfsPowerSupply(QString root)
@@ -102,7 +146,7 @@ PowerSupplyReading SysfsPowerSupply::read() const
     if (names.size() > kMaxSupplies)
         names.resize(kMaxSupplies);
 
-    std::optional<SysfsAttributes> battery;
+    std::vector<SysfsAttributes> batteries;
     bool anyAdapterAnswered = false;
     bool anyAdapterOnline = false;
     for (const QString& name : names) {
@@ -111,8 +155,8 @@ PowerSupplyReading SysfsPowerSupply::read() const
             continue;
         const auto type = supply.text(QStringLiteral("type"));
         if (equalsIgnoringCase(type, QLatin1String("Battery"))) {
-            if (!battery && supply.number(QStringLiteral("present")).value_or(1) != 0)
-                battery = supply;
+            if (supply.number(QStringLiteral("present")).value_or(1) != 0)
+                batteries.push_back(supply);
             continue;
         }
         // A UPS feeds the whole desk, not this computer's charger.
@@ -125,14 +169,14 @@ PowerSupplyReading SysfsPowerSupply::read() const
     }
 
     PowerSupplyReading reading;
-    if (!battery)
+    if (batteries.empty())
         return reading;
-    const auto status = battery->text(QStringLiteral("status"));
     reading.hasBattery = true;
-    reading.onAC = anyAdapterAnswered ? anyAdapterOnline : !equalsIgnoringCase(status, QLatin1String("Discharging"));
-    reading.isCharging = equalsIgnoringCase(status, QLatin1String("Charging"));
-    reading.percentage = percentage(*battery);
-    readMetrics(*battery, status, reading);
+    const bool anyDischarging = std::any_of(batteries.begin(), batteries.end(), [](const SysfsAttributes& battery) {
+        return equalsIgnoringCase(battery.text(QStringLiteral("status")), QLatin1String("Discharging"));
+    });
+    reading.onAC = anyAdapterAnswered ? anyAdapterOnline : !anyDischarging;
+    combine(batteries, reading);
     return reading;
 }
 

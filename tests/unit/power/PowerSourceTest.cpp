@@ -54,6 +54,10 @@ TEST(PowerSource, EachCapturedMachineReadsAsItsUserWouldDescribeIt)
         // Energy and power at 11.942 V: 35.48 Wh = 2971 mAh, 8.214 W = 688 mA.
         {"laptop-energy", {true, false, 71, false}, {11942, -688, 2971}, BatteryFlow::Case::onBattery, 8.216,
             RenderPowerStatus::onBattery(71, 259)},
+        // A second, idle pack of 23.48 Wh at 90 %: 71 % of 4204 mAh and 90 % of
+        // 1909 mAh make 77 %, and its 1718 mAh count towards the time left.
+        {"laptop-two-batteries", {true, false, 77, false}, {11942, -688, 4689}, BatteryFlow::Case::onBattery, 8.216,
+            RenderPowerStatus::onBattery(77, 409)},
         {"desktop", desktop, {}, BatteryFlow::Case::noBattery, 0.0, RenderPowerStatus::fullOnAC()},
         {"desktop-with-mouse", desktop, {}, BatteryFlow::Case::noBattery, 0.0, RenderPowerStatus::fullOnAC()},
         // Unparsable everything: a battery, on AC (no adapter answers and the
