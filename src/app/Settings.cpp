@@ -1,8 +1,11 @@
 #include "Settings.h"
 
+#include "SettingsFileCheck.h"
+
+#include <QDebug>
 #include <QJsonDocument>
 #include <QJsonParseError>
-
+#include <QStandardPaths>
 #include <array>
 #include <cstring>
 #include <utility>
@@ -55,15 +58,21 @@ std::optional<bool> asBool(const QVariant& value)
 } // namespace
 
 Settings::Settings(QObject* parent)
-    : QObject(parent)
-    , m_settings(std::make_unique<QSettings>(QSettings::IniFormat, QSettings::UserScope, "quillon", "Quillon"))
+    : Settings(QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation)
+            + QStringLiteral("/quillon/Quillon.ini"),
+        parent)
 {
 }
 
 Settings::Settings(const QString& iniPath, QObject* parent)
     : QObject(parent)
-    , m_settings(std::make_unique<QSettings>(iniPath, QSettings::IniFormat))
 {
+    // Checked before QSettings opens it: a FIFO there would block the read.
+    if (const QString note = SettingsFileCheck::prepare(iniPath); !note.isEmpty())
+        qWarning().noquote() << "Quillon:" << note;
+    m_settings = std::make_unique<QSettings>(iniPath, QSettings::IniFormat);
+    if (const QString note = SettingsFileCheck::preserveIfUnparsable(*m_settings); !note.isEmpty())
+        qWarning().noquote() << "Quillon:" << note;
 }
 
 void Settings::write(const char* key, const QVariant& value)
@@ -156,8 +165,7 @@ QJsonArray Settings::jsonArray(const char* key) const
     const QVariant value = m_settings->value(key);
     if (!value.isValid())
         return {};
-    const QByteArray bytes = value.typeId() == QMetaType::QByteArray ? value.toByteArray()
-                                                                      : value.toString().toUtf8();
+    const QByteArray bytes = value.typeId() == QMetaType::QByteArray ? value.toByteArray() : value.toString().toUtf8();
     QJsonParseError error;
     const QJsonDocument document = QJsonDocument::fromJson(bytes, &error);
     if (error.error == QJsonParseError::NoError && document.isArray())

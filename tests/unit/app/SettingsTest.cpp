@@ -1,17 +1,21 @@
-#include "app/Lang.h"
 #include "app/Settings.h"
+
+#include "app/Lang.h"
+#include "app/SettingsFileCheck.h"
 
 #include "support/Files.h"
 
-#include <gtest/gtest.h>
-
+#include <QFileInfo>
 #include <QJsonObject>
 #include <QSignalSpy>
 #include <QTemporaryDir>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
 
 using quillon::app::Lang;
 using quillon::app::Settings;
 using Key = Settings::Key;
+using quillon::app::SettingsFileCheck;
 
 namespace {
 
@@ -132,6 +136,34 @@ TEST(Lang, ChoosesGermanFromTheSettingOrTheFirstPreferredLanguage)
     for (const LangRow& row : rows)
         EXPECT_EQ(Lang::isGerman(row.appLanguage, row.preferred), row.german)
             << row.appLanguage << " / " << row.preferred.join(',').toStdString();
+}
+
+TEST_F(SettingsTest, AFileThatIsNoSettingsFileIsMovedAsideNotReadOrLost)
+{
+    // A FIFO would block the read for good; a huge file would cost seconds
+    // on every change. Both go aside, and the app starts from its defaults.
+    ASSERT_EQ(::mkfifo(path().toLocal8Bit().constData(), 0600), 0);
+    {
+        Settings settings(path());
+        EXPECT_EQ(settings.coolingMode(), "auto");
+        settings.setCoolingMode("manual");
+    }
+    EXPECT_TRUE(QFileInfo(path() + ".unreadable").exists());
+    EXPECT_EQ(Settings(path()).coolingMode(), "manual") << "a fresh file took its place";
+
+    writeFile("[General]\nfan.coolingMode=manual\n" + QByteArray(SettingsFileCheck::kMaxBytes, '#'));
+    Settings big(path());
+    EXPECT_EQ(big.coolingMode(), "auto");
+    EXPECT_GT(QFileInfo(path() + ".unreadable").size(), SettingsFileCheck::kMaxBytes) << "kept, not deleted";
+}
+
+TEST_F(SettingsTest, AnUnparsableFileIsCopiedBeforeItIsRewritten)
+{
+    const QByteArray damaged = "[General\nfan.coolingMode=manual\n\x01\x02[[\n";
+    writeFile(damaged);
+    Settings settings(path());
+    settings.setCoolingProfile("max");
+    EXPECT_EQ(quillon::test::readFile(path() + ".corrupt"), damaged);
 }
 
 } // namespace
