@@ -95,9 +95,10 @@ void SleepManager::toggle(Kind kind)
     if (m_assertions.isHeld(kind)) {
         m_assertions.stop(kind);
         kinds.remove(kind);
-    } else {
-        m_assertions.start(kind);
+    } else if (m_assertions.start(kind)) {
         kinds.insert(kind);
+    } else {
+        return; // refused: nothing is held, so nothing is shown on and no countdown starts
     }
     setActiveKinds(kinds);
     if (kinds.isEmpty())

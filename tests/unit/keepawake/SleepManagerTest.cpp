@@ -36,12 +36,18 @@ TEST_F(SleepManagerTest, ApplyHoldsExactlyTheRequestedKinds)
     EXPECT_FALSE(manager->anythingActive());
 }
 
-TEST_F(SleepManagerTest, RefusedKindIsStillShownAsRequested)
+TEST_F(SleepManagerTest, RefusedKindIsShownAsRequestedByApplyButNeverTurnedOnByToggle)
 {
     backend->refuse = true;
     manager->apply({Kind::network}, in(3600));
     EXPECT_EQ(manager->activeKinds(), QSet<Kind>{Kind::network});
     EXPECT_EQ(liveAssertions(), 0);
+
+    manager->apply({}, std::nullopt);
+    manager->toggle(Kind::system);
+    EXPECT_TRUE(manager->activeKinds().isEmpty()) << "nothing is held, so nothing shows as on";
+    EXPECT_FALSE(manager->expiresAt().isValid()) << "and no countdown runs";
+    EXPECT_FALSE(manager->anythingActive());
 }
 
 TEST_F(SleepManagerTest, ToggleStartsADayLongSessionAndKeepsItsEnd)
