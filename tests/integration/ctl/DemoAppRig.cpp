@@ -20,6 +20,7 @@ DemoAppRig::DemoAppRig()
 {
     ensureCoreApplication();
     QDir(home.path()).mkpath(QStringLiteral("runtime"));
+    QDir(home.path()).mkpath(QStringLiteral("tmp"));
     QFile::setPermissions(home.path() + "/runtime", QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
 }
 
@@ -27,7 +28,25 @@ QStringList DemoAppRig::environment() const
 {
     return {"DBUS_SESSION_BUS_ADDRESS=" + bus.address(), "HOME=" + home.path(),
         "XDG_CONFIG_HOME=" + home.path() + "/config", "XDG_RUNTIME_DIR=" + home.path() + "/runtime",
-        "QUILLON_HELPER_BUS", "QUILLON_SMC"};
+        "TMPDIR=" + temporaryDirectory(), "QUILLON_HELPER_BUS", "QUILLON_SMC"};
+}
+
+QString DemoAppRig::temporaryDirectory() const
+{
+    return home.path() + "/tmp";
+}
+
+QString DemoAppRig::demoDirectory()
+{
+    // "Quillon demo: ... are running (DIRECTORY)."
+    const QString start = QStringLiteral("Quillon demo:");
+    if (!app.waitForLine(start, 2s))
+        return {};
+    const QStringList announcement = app.lines().filter(start);
+    const QString& line = announcement.first();
+    const qsizetype open = line.lastIndexOf(QLatin1Char('('));
+    const qsizetype close = line.lastIndexOf(QLatin1Char(')'));
+    return open >= 0 && close > open ? line.mid(open + 1, close - open - 1) : QString();
 }
 
 bool DemoAppRig::start(const QStringList& env)
@@ -66,6 +85,15 @@ QList<qint64> DemoAppRig::children() const
             pids.append(pid);
     }
     return pids;
+}
+
+QStringList commandLine(qint64 pid)
+{
+    QStringList arguments;
+    for (const QByteArray& argument : readFile(QStringLiteral("/proc/%1/cmdline").arg(pid)).split('\0'))
+        arguments.append(QString::fromLocal8Bit(argument));
+    arguments.removeLast(); // after the terminating NUL, or all of an empty file
+    return arguments;
 }
 
 bool processAlive(qint64 pid)

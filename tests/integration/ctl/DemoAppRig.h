@@ -26,6 +26,11 @@ public:
     QList<qint64> children() const;
     // What a process needs to reach this app's bus and home.
     QStringList environment() const;
+    // The app's temporary directory ($TMPDIR), in its home.
+    QString temporaryDirectory() const;
+    // The demo's private folder, as the app announces it once it has started
+    // the demo; empty when it does not.
+    QString demoDirectory();
     // The app's standard error so far.
     std::string log() const;
 
@@ -39,5 +44,7 @@ public:
 QStringList processStat(qint64 pid);
 // Whether a process of this pid exists (and is no zombie).
 bool processAlive(qint64 pid);
+// A process's program and arguments; empty when there is no such process.
+QStringList commandLine(qint64 pid);
 
 } // namespace quillon::test
