@@ -71,20 +71,22 @@ SensorReadings readAll(smc::SmcConnection& smc, const std::vector<std::string>& 
     return readings;
 }
 
-// A safety release in the words of a reply.
-const char* describe(FanHelperService::SafetyRelease release)
+// Each safety release as the status names it and as a reply words it, in
+// the order of FanHelperService::SafetyRelease.
+struct SafetyReleaseNames {
+    const char* raw;
+    const char* words;
+};
+constexpr SafetyReleaseNames kSafetyReleaseNames[] = {
+    {"", "the fans could not be taken"},
+    {"no-sensors", "no temperature sensors"},
+    {"no-readings", "no temperature readings"},
+    {"critical-heat", "critical temperature"},
+};
+
+const SafetyReleaseNames& namesOf(FanHelperService::SafetyRelease release)
 {
-    switch (release) {
-    case FanHelperService::SafetyRelease::noSensors:
-        return "no temperature sensors";
-    case FanHelperService::SafetyRelease::noReadings:
-        return "no temperature readings";
-    case FanHelperService::SafetyRelease::criticalHeat:
-        return "critical temperature";
-    case FanHelperService::SafetyRelease::none:
-        break;
-    }
-    return "the fans could not be taken";
+    return kSafetyReleaseNames[static_cast<std::size_t>(release)];
 }
 
 FanKeys openAndFindFans(smc::SmcConnection& smc, DaemonLog& log)
@@ -146,17 +148,7 @@ FanHelperService::Reply FanHelperService::ping() const
 
 const char* FanHelperService::rawValue(SafetyRelease release)
 {
-    switch (release) {
-    case SafetyRelease::none:
-        return "";
-    case SafetyRelease::noSensors:
-        return "no-sensors";
-    case SafetyRelease::noReadings:
-        return "no-readings";
-    case SafetyRelease::criticalHeat:
-        return "critical-heat";
-    }
-    return "";
+    return namesOf(release).raw;
 }
 
 FanStatus FanHelperService::status()
@@ -237,7 +229,7 @@ FanHelperService::Reply FanHelperService::setFanFloor(double percent)
         applyOnce();
     if (!m_isBoosted) {
         return {false,
-            std::string("refused: ") + describe(m_safetyRelease)
+            std::string("refused: ") + namesOf(m_safetyRelease).words
                 + (m_releasePending ? "; release pending, fans at full speed" : "; the firmware keeps the fans")};
     }
     return {true, "floor set to " + std::to_string(static_cast<int>(m_floorPercent)) + "%"};

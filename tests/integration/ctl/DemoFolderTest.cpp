@@ -92,13 +92,6 @@ protected:
     std::map<qint64, std::string> commands;
 };
 
-TEST_F(DemoFolderTest, GoesWithAKilledAppAndSoDoItsProcesses)
-{
-    rig.app.signal(SIGKILL);
-    EXPECT_TRUE(waitUntil([&] { return !exists(folder); }, 2s)) << "the folder outlived the app";
-    expectAllProcessesEnd(3s);
-}
-
 // A child of the app holding the watcher's input open would keep the folder
 // for as long as that child lives.
 TEST_F(DemoFolderTest, OnlyTheAppHoldsTheWatchersInput)
@@ -111,7 +104,7 @@ TEST_F(DemoFolderTest, OnlyTheAppHoldsTheWatchersInput)
         EXPECT_FALSE(openFiles(pid).contains(input)) << commands[pid] << " holds the watcher's input";
 }
 
-TEST_F(DemoFolderTest, TheWatcherSitsOutTheTerminalsSignalsAndStillClearsUp)
+TEST_F(DemoFolderTest, GoesWithAKilledAppEvenAfterTheTerminalsSignalsAndSoDoItsProcesses)
 {
     ASSERT_NE(watcher, 0) << "no process watches the folder";
     // Ctrl-C signals the terminal's foreground process group: the app's, not the watcher's.
