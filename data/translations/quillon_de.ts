@@ -2,160 +2,6 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="de_DE" sourcelanguage="en">
 <context>
-    <name>RenderPowerStatus</name>
-    <message>
-        <source> · ~%d min left</source>
-        <translation> · noch ~%d min</translation>
-    </message>
-    <message>
-        <source> · ~%d:%02d h left</source>
-        <translation> · noch ~%d:%02d h</translation>
-    </message>
-    <message>
-        <source>Battery charging · %.0f W</source>
-        <translation>Akku lädt · %.0f W</translation>
-    </message>
-    <message>
-        <source>Battery low · %d%%</source>
-        <translation>Akku niedrig · %d %%</translation>
-    </message>
-    <message>
-        <source>On battery · %d%%</source>
-        <translation>Auf Akku · %d %%</translation>
-    </message>
-    <message>
-        <source>Adapter too weak · battery draining</source>
-        <translation>Netzteil zu schwach · Akku entlädt</translation>
-    </message>
-    <message>
-        <source>On power · battery full</source>
-        <translation>Am Netz · Akku voll</translation>
-    </message>
-</context>
-<context>
-    <name>quillon::app::FanController</name>
-    <message>
-        <source>⚠️ Mac is throttling</source>
-        <translation>⚠️ Mac drosselt</translation>
-    </message>
-    <message>
-        <source>Thermal pressure is high — heat protection is keeping the fans up.</source>
-        <translation>Die thermische Last ist hoch — der Hitzeschutz hält die Lüfter oben.</translation>
-    </message>
-    <message>
-        <source>🔥 CPU running very hot</source>
-        <translation>🔥 CPU sehr heiß</translation>
-    </message>
-    <message>
-        <source>The CPU is at %1 °C.</source>
-        <translation>Die CPU liegt bei %1 °C.</translation>
-    </message>
-    <message>
-        <source>this build has no helper installer</source>
-        <translation>dieser Build enthält keinen Helper-Installer</translation>
-    </message>
-    <message>
-        <source>Couldn&apos;t set fans.</source>
-        <translation>Lüfter konnte nicht gesetzt werden.</translation>
-    </message>
-    <message>
-        <source>Fan boost finished</source>
-        <translation>Lüfter-Boost beendet</translation>
-    </message>
-    <message>
-        <source>The boost timer ended — automation keeps cooling.</source>
-        <translation>Der Boost-Timer ist abgelaufen — die Automatik kühlt weiter.</translation>
-    </message>
-    <message>
-        <source>The boost timer ended — fans are back on automatic.</source>
-        <translation>Der Boost-Timer ist abgelaufen — die Lüfter laufen wieder automatisch.</translation>
-    </message>
-    <message>
-        <source>Fans not handed back yet</source>
-        <translation>Lüfter noch nicht zurückgegeben</translation>
-    </message>
-    <message>
-        <source>The firmware has not taken the fans back. Quillon holds them at full speed and keeps trying.</source>
-        <translation>Die Firmware hat die Lüfter nicht zurückgenommen. Quillon hält sie auf voller Drehzahl und versucht es weiter.</translation>
-    </message>
-</context>
-<context>
-    <name>quillon::app::Notifier</name>
-    <message>
-        <source>Turn off</source>
-        <translation>Ausschalten</translation>
-    </message>
-    <message>
-        <source>Keep on</source>
-        <translation>Anlassen</translation>
-    </message>
-    <message>
-        <source>☀️ Closed-lid keep-awake is still on</source>
-        <translation>☀️ Zugeklappt-Wachhalten läuft noch</translation>
-    </message>
-    <message>
-        <source>Welcome back. Keep it awake with the lid closed, or turn it off?</source>
-        <translation>Willkommen zurück. Weiter zugeklappt wach lassen, oder ausschalten?</translation>
-    </message>
-</context>
-<context>
-    <name>quillon::app::SleepAssertions</name>
-    <message>
-        <source>Keep system awake</source>
-        <translation>System wach halten</translation>
-    </message>
-    <message>
-        <source>Keep display awake</source>
-        <translation>Display wach halten</translation>
-    </message>
-    <message>
-        <source>Keep network active</source>
-        <translation>Netzwerk aktiv halten</translation>
-    </message>
-</context>
-<context>
-    <name>quillon::app::SleepManager</name>
-    <message>
-        <source>Keep-awake finished</source>
-        <translation>Wach-Session beendet</translation>
-    </message>
-    <message>
-        <source>The timer ended — your Mac is back to its normal sleep behaviour.</source>
-        <translation>Der Timer ist abgelaufen — dein Mac kehrt zum normalen Energieverhalten zurück.</translation>
-    </message>
-    <message>
-        <source>Today</source>
-        <translation>Heute</translation>
-    </message>
-    <message>
-        <source>Tomorrow</source>
-        <translation>Morgen</translation>
-    </message>
-    <message>
-        <source>🪫 Battery low</source>
-        <translation>🪫 Akku niedrig</translation>
-    </message>
-    <message>
-        <source>Below 15% on battery — keep-awake was stopped so your Mac can sleep.</source>
-        <translation>Unter 15 % auf Akku — Wach bleiben wurde beendet, damit dein Mac schlafen kann.</translation>
-    </message>
-</context>
-<context>
-    <name>quillon::app::LidManager</name>
-    <message>
-        <source>Battery below 15% — closed-lid stopped so the Mac can sleep.</source>
-        <translation>Akku unter 15 % — Zugeklappt-wach beendet, damit der Mac schlafen kann.</translation>
-    </message>
-    <message>
-        <source>Got too hot — closed-lid auto-stopped for safety.</source>
-        <translation>Zu heiß geworden — Zugeklappt-wach automatisch beendet (Sicherheit).</translation>
-    </message>
-    <message>
-        <source>🌡️ Closed-lid stopped</source>
-        <translation>🌡️ Zugeklappt-wach beendet</translation>
-    </message>
-</context>
-<context>
     <name>CustomEndPicker</name>
     <message>
         <source>Start</source>
@@ -434,6 +280,45 @@
         <source>no temperature sensors</source>
         <translation>keine Temperatursensoren</translation>
     </message>
+    <message>
+        <source>Keep-awake is not in force: %1</source>
+        <translation>Wachhalten ist nicht aktiv: %1</translation>
+    </message>
+    <message>
+        <source>Not in force</source>
+        <translation>Nicht aktiv</translation>
+    </message>
+</context>
+<context>
+    <name>RenderPowerStatus</name>
+    <message>
+        <source> · ~%d min left</source>
+        <translation> · noch ~%d min</translation>
+    </message>
+    <message>
+        <source> · ~%d:%02d h left</source>
+        <translation> · noch ~%d:%02d h</translation>
+    </message>
+    <message>
+        <source>Battery charging · %.0f W</source>
+        <translation>Akku lädt · %.0f W</translation>
+    </message>
+    <message>
+        <source>Battery low · %d%%</source>
+        <translation>Akku niedrig · %d %%</translation>
+    </message>
+    <message>
+        <source>On battery · %d%%</source>
+        <translation>Auf Akku · %d %%</translation>
+    </message>
+    <message>
+        <source>Adapter too weak · battery draining</source>
+        <translation>Netzteil zu schwach · Akku entlädt</translation>
+    </message>
+    <message>
+        <source>On power · battery full</source>
+        <translation>Am Netz · Akku voll</translation>
+    </message>
 </context>
 <context>
     <name>SimulatedLoadSection</name>
@@ -466,6 +351,193 @@
     <message>
         <source>Critical</source>
         <translation>Kritisch</translation>
+    </message>
+</context>
+<context>
+    <name>quillon::app::FanController</name>
+    <message>
+        <source>⚠️ Mac is throttling</source>
+        <translation>⚠️ Mac drosselt</translation>
+    </message>
+    <message>
+        <source>Thermal pressure is high — heat protection is keeping the fans up.</source>
+        <translation>Die thermische Last ist hoch — der Hitzeschutz hält die Lüfter oben.</translation>
+    </message>
+    <message>
+        <source>🔥 CPU running very hot</source>
+        <translation>🔥 CPU sehr heiß</translation>
+    </message>
+    <message>
+        <source>The CPU is at %1 °C.</source>
+        <translation>Die CPU liegt bei %1 °C.</translation>
+    </message>
+    <message>
+        <source>this build has no helper installer</source>
+        <translation>dieser Build enthält keinen Helper-Installer</translation>
+    </message>
+    <message>
+        <source>Couldn&apos;t set fans.</source>
+        <translation>Lüfter konnte nicht gesetzt werden.</translation>
+    </message>
+    <message>
+        <source>Fan boost finished</source>
+        <translation>Lüfter-Boost beendet</translation>
+    </message>
+    <message>
+        <source>The boost timer ended — automation keeps cooling.</source>
+        <translation>Der Boost-Timer ist abgelaufen — die Automatik kühlt weiter.</translation>
+    </message>
+    <message>
+        <source>The boost timer ended — fans are back on automatic.</source>
+        <translation>Der Boost-Timer ist abgelaufen — die Lüfter laufen wieder automatisch.</translation>
+    </message>
+    <message>
+        <source>Fans not handed back yet</source>
+        <translation>Lüfter noch nicht zurückgegeben</translation>
+    </message>
+    <message>
+        <source>The firmware has not taken the fans back. Quillon holds them at full speed and keeps trying.</source>
+        <translation>Die Firmware hat die Lüfter nicht zurückgenommen. Quillon hält sie auf voller Drehzahl und versucht es weiter.</translation>
+    </message>
+    <message>
+        <source>the fan helper cannot be reached</source>
+        <translation>der Lüfter-Helper ist nicht erreichbar</translation>
+    </message>
+</context>
+<context>
+    <name>quillon::app::LidManager</name>
+    <message>
+        <source>Battery below 15% — closed-lid stopped so the Mac can sleep.</source>
+        <translation>Akku unter 15 % — Zugeklappt-wach beendet, damit der Mac schlafen kann.</translation>
+    </message>
+    <message>
+        <source>Got too hot — closed-lid auto-stopped for safety.</source>
+        <translation>Zu heiß geworden — Zugeklappt-wach automatisch beendet (Sicherheit).</translation>
+    </message>
+    <message>
+        <source>🌡️ Closed-lid stopped</source>
+        <translation>🌡️ Zugeklappt-wach beendet</translation>
+    </message>
+    <message>
+        <source>%1 did not hand the lid back. %2</source>
+        <translation>%1 hat den Deckel nicht abgegeben. %2</translation>
+    </message>
+    <message>
+        <source>%1 could not hand the lid back (%2). %3</source>
+        <translation>%1 konnte den Deckel nicht abgeben (%2). %3</translation>
+    </message>
+    <message>
+        <source>%1, handing the lid to logind</source>
+        <translation>%1 gibt den Deckel an logind ab</translation>
+    </message>
+    <message>
+        <source>logind (fan helper)</source>
+        <translation>logind (Lüfter-Helper)</translation>
+    </message>
+    <message>
+        <source>The fan helper could not take the lid lock: %1</source>
+        <translation>Der Lüfter-Helper konnte die Deckelsperre nicht setzen: %1</translation>
+    </message>
+    <message>
+        <source>The lid lock was refused: %1</source>
+        <translation>Die Deckelsperre wurde abgelehnt: %1</translation>
+    </message>
+    <message>
+        <source>KDE&apos;s power management acts on the lid itself. In System Settings → Power Management, set &quot;When laptop lid closed&quot; to &quot;Do nothing&quot; on AC power, on battery and on low battery.</source>
+        <translation>Die Energieverwaltung von KDE reagiert selbst auf den Deckel. Stelle in den Systemeinstellungen unter Energieverwaltung „Wenn der Laptopdeckel geschlossen wird“ auf „Nichts tun“ – im Netzbetrieb, im Akkubetrieb und bei niedrigem Akkustand.</translation>
+    </message>
+    <message>
+        <source>Xfce&apos;s power manager acts on the lid itself. In its settings (General), set &quot;When laptop lid is closed&quot; to &quot;Switch off display&quot; (or &quot;Nothing&quot;) on battery and plugged in.</source>
+        <translation>Die Energieverwaltung von Xfce reagiert selbst auf den Deckel. Stelle in ihren Einstellungen (Allgemein) „Wenn der Laptopdeckel geschlossen wird“ auf „Bildschirm ausschalten“ (oder „Nichts“) – im Akku- und im Netzbetrieb.</translation>
+    </message>
+    <message>
+        <source>MATE&apos;s power manager acts on the lid itself. In Power Management Preferences, set &quot;When laptop lid is closed&quot; to &quot;Do nothing&quot; on AC power and on battery.</source>
+        <translation>Die Energieverwaltung von MATE reagiert selbst auf den Deckel. Stelle in den Einstellungen der Energieverwaltung „Wenn der Laptopdeckel geschlossen wird“ auf „Nichts tun“ – im Netz- und im Akkubetrieb.</translation>
+    </message>
+    <message>
+        <source>LXQt&apos;s power management acts on the lid itself. In its settings, set the lid actions to &quot;Nothing&quot;.</source>
+        <translation>Die Energieverwaltung von LXQt reagiert selbst auf den Deckel. Stelle in ihren Einstellungen die Deckel-Aktionen auf „Nichts“.</translation>
+    </message>
+    <message>
+        <source>%1 acts on the lid itself: set its lid action to do nothing.</source>
+        <translation>%1 reagiert selbst auf den Deckel: Stelle dort die Deckel-Aktion auf „Nichts tun“.</translation>
+    </message>
+</context>
+<context>
+    <name>quillon::app::Notifier</name>
+    <message>
+        <source>Turn off</source>
+        <translation>Ausschalten</translation>
+    </message>
+    <message>
+        <source>Keep on</source>
+        <translation>Anlassen</translation>
+    </message>
+    <message>
+        <source>☀️ Closed-lid keep-awake is still on</source>
+        <translation>☀️ Zugeklappt-Wachhalten läuft noch</translation>
+    </message>
+    <message>
+        <source>Welcome back. Keep it awake with the lid closed, or turn it off?</source>
+        <translation>Willkommen zurück. Weiter zugeklappt wach lassen, oder ausschalten?</translation>
+    </message>
+</context>
+<context>
+    <name>quillon::app::SleepAssertions</name>
+    <message>
+        <source>Keep system awake</source>
+        <translation>System wach halten</translation>
+    </message>
+    <message>
+        <source>Keep display awake</source>
+        <translation>Display wach halten</translation>
+    </message>
+    <message>
+        <source>Keep network active</source>
+        <translation>Netzwerk aktiv halten</translation>
+    </message>
+    <message>
+        <source>the system refused</source>
+        <translation>das System hat abgelehnt</translation>
+    </message>
+    <message>
+        <source>Checking that %1 holds it…</source>
+        <translation>Wird geprüft, ob %1 es hält …</translation>
+    </message>
+    <message>
+        <source>In force through %1</source>
+        <translation>Aktiv über %1</translation>
+    </message>
+    <message>
+        <source>Not in force: %1</source>
+        <translation>Nicht aktiv: %1</translation>
+    </message>
+</context>
+<context>
+    <name>quillon::app::SleepManager</name>
+    <message>
+        <source>Keep-awake finished</source>
+        <translation>Wach-Session beendet</translation>
+    </message>
+    <message>
+        <source>The timer ended — your Mac is back to its normal sleep behaviour.</source>
+        <translation>Der Timer ist abgelaufen — dein Mac kehrt zum normalen Energieverhalten zurück.</translation>
+    </message>
+    <message>
+        <source>Today</source>
+        <translation>Heute</translation>
+    </message>
+    <message>
+        <source>Tomorrow</source>
+        <translation>Morgen</translation>
+    </message>
+    <message>
+        <source>🪫 Battery low</source>
+        <translation>🪫 Akku niedrig</translation>
+    </message>
+    <message>
+        <source>Below 15% on battery — keep-awake was stopped so your Mac can sleep.</source>
+        <translation>Unter 15 % auf Akku — Wach bleiben wurde beendet, damit dein Mac schlafen kann.</translation>
     </message>
 </context>
 <context>

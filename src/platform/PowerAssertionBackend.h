@@ -1,6 +1,8 @@
 #pragma once
 
+#include <QObject>
 #include <QString>
+#include <QStringList>
 #include <QtGlobal>
 #include <optional>
 
@@ -11,6 +13,21 @@ enum class PowerAssertionType {
     preventIdleSystemSleep,  // automatic (idle) suspend of the system
     preventIdleDisplaySleep, // screen blanking and the idle state that leads to it
     networkClientActive,     // the network staying reachable, i.e. no automatic suspend
+    preventLidSleep,         // suspend when the lid closes, where the login manager acts on the lid
+};
+
+// Where one assertion stands. A desktop may accept an inhibition and only
+// later show (or never show) that it is in force, so an assertion starts as
+// confirming and becomes inForce once the system lists it, or failed.
+struct PowerAssertionState {
+    enum class Phase {
+        confirming,
+        inForce,
+        failed
+    };
+    Phase phase = Phase::inForce;
+    QString through; // the mechanism holding it: "logind", "portal (KDE)", "PowerManagement (Xfce)"
+    QString problem; // failed: why, in words a user can act on
 };
 
 // The operating system's power manager, as far as keep-awake needs it: one
@@ -19,19 +36,37 @@ enum class PowerAssertionType {
 // share one; the system drops them all when the process ends.
 //
 // Main thread only. create() answers at once (it may block for a short,
-// bounded D-Bus round trip).
-class PowerAssertionBackend {
+// bounded D-Bus round trip); confirmation may come later through
+// stateChanged().
+class PowerAssertionBackend : public QObject {
+    Q_OBJECT
 public:
     using AssertionId = quint32;
 
-    virtual ~PowerAssertionBackend() = default;
+    using QObject::QObject;
+    ~PowerAssertionBackend() override = default;
 
     // A new assertion of this type; name is what the system shows as the
-    // reason. nullopt when the system refused or nothing can hold this type.
+    // reason. nullopt when the system refused or nothing can hold this type;
+    // lastProblem() then says why.
     virtual std::optional<AssertionId> create(PowerAssertionType type, const QString& name) = 0;
     // Ends exactly the assertion create() returned. Unknown ids are ignored;
     // a failure of the system is not reported.
     virtual void release(AssertionId id) = 0;
+
+    // Why the last create() returned nullopt; empty when there is no reason to give.
+    virtual QString lastProblem() const { return {}; }
+    // Where an assertion create() returned stands. A backend that cannot
+    // check reports every assertion as in force. A failed assertion holds
+    // nothing, but keeps its id until released.
+    virtual PowerAssertionState state(AssertionId) const { return {}; }
+    // What others hold against sleep right now, one line each ("who: why
+    // (what)"), ours left out. Asks the system (a bounded round trip).
+    virtual QStringList otherInhibitors() const { return {}; }
+
+signals:
+    // An assertion's state() changed (confirmed, or failed for good).
+    void stateChanged(quillon::platform::PowerAssertionBackend::AssertionId id);
 };
 
 } // namespace quillon::platform

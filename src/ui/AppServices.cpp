@@ -4,6 +4,7 @@
 #include "app/Settings.h"
 #include "app/fan/DBusHelperLink.h"
 #include "platform/LidSensor.h"
+#include "platform/LidSwitchOwner.h"
 #include "platform/NotificationCenter.h"
 #include "platform/ThermalPressure.h"
 #include "platform/linux/LinuxPlatform.h"
@@ -40,6 +41,7 @@ AppServices::AppServices(const QString& settingsFile)
     , m_notifier(std::make_unique<app::Notifier>(m_notifications.get()))
     , m_thermal(LinuxPlatform::thermalPressure())
     , m_lid(LinuxPlatform::lidSensor())
+    , m_lidOwner(LinuxPlatform::lidSwitchOwner())
     , m_helperLink(std::make_unique<app::DBusHelperLink>(helperBus()))
 {
 }
@@ -55,6 +57,7 @@ app::SleepManager::Services AppServices::services()
     services.volumes = LinuxPlatform::volumes();
     services.driveToucher = LinuxPlatform::driveToucher();
     services.lidSensor = m_lid.get();
+    services.lidOwner = m_lidOwner.get();
     services.thermal = m_thermal.get();
     services.notifier = m_notifier.get();
     services.settings = m_settings.get();

@@ -14,6 +14,7 @@ class Settings;
 
 namespace quillon::platform {
 class LidSensor;
+class LidSwitchOwner;
 class NotificationCenter;
 class ThermalPressure;
 } // namespace quillon::platform
@@ -45,6 +46,7 @@ private:
     std::unique_ptr<app::Notifier> m_notifier;
     std::unique_ptr<platform::ThermalPressure> m_thermal;
     std::unique_ptr<platform::LidSensor> m_lid;
+    std::unique_ptr<platform::LidSwitchOwner> m_lidOwner;
     std::unique_ptr<app::HelperLink> m_helperLink;
 };
 

@@ -4,7 +4,6 @@
 
 #include <QPointer>
 #include <QStringList>
-
 #include <functional>
 
 namespace quillon::test {
@@ -18,10 +17,11 @@ public:
     bool available = true;
     bool open = false;
     bool floorsSucceed = true;
-    QVariantMap status;         // what getStatus answers
-    bool boosted = false;       // the helper's own idea of whether it holds the fans
-    QStringList requests;       // "getStatus", "setFanFloor 40", "stopBoost", "setLidStayAwake 1"
-    QList<double> floors;       // every floor sent
+    QVariantMap status;   // what getStatus answers
+    bool boosted = false; // the helper's own idea of whether it holds the fans
+    QString lidRefusal;   // set: the helper refuses to take the lid lock, with this reason
+    QStringList requests; // "getStatus", "setFanFloor 40", "stopBoost", "setLidStayAwake 1"
+    QList<double> floors; // every floor sent
 
     bool helperAvailable() override { return available; }
     void connectIfNeeded() override { open = open || available; }
@@ -53,7 +53,10 @@ public:
     }
     void setLidStayAwake(bool on, QObject* context, Reply reply) override
     {
-        record(QStringLiteral("setLidStayAwake %1").arg(on), context, [reply] { reply(true, "lid"); });
+        record(QStringLiteral("setLidStayAwake %1").arg(on), context, [this, on, reply] {
+            const bool refused = on && !lidRefusal.isEmpty();
+            reply(!refused, refused ? lidRefusal : QStringLiteral("lid"));
+        });
     }
 
     // Delivers every pending reply, and those the replies cause, in order.

@@ -8,7 +8,8 @@
 namespace quillon::test {
 
 // A power manager that records what it was asked: the assertions in force
-// and every release. refuse makes create() fail.
+// and every release. refuse makes create() fail with problem; confirmLater
+// makes new assertions confirming until the test settles them.
 class FakePowerAssertionBackend : public platform::PowerAssertionBackend {
 public:
     struct Assertion {
@@ -22,7 +23,21 @@ public:
         if (refuse)
             return std::nullopt;
         live.emplace(++m_lastId, Assertion{type, name});
+        if (confirmLater)
+            states[m_lastId] = {platform::PowerAssertionState::Phase::confirming, "fake", {}};
         return m_lastId;
+    }
+    QString lastProblem() const override { return refuse ? problem : QString(); }
+    platform::PowerAssertionState state(AssertionId id) const override
+    {
+        const auto found = states.find(id);
+        return found == states.end() ? platform::PowerAssertionState{} : found->second;
+    }
+    // The system confirms (inForce) or drops (failed, with a problem) an assertion.
+    void settle(AssertionId id, platform::PowerAssertionState::Phase phase, const QString& why = {})
+    {
+        states[id] = {phase, "fake", why};
+        emit stateChanged(id);
     }
 
     void release(AssertionId id) override
@@ -32,6 +47,9 @@ public:
     }
 
     bool refuse = false;
+    QString problem = "nothing here";
+    bool confirmLater = false;
+    std::map<AssertionId, platform::PowerAssertionState> states;
     int createCalls = 0;
     std::map<AssertionId, Assertion> live;
     std::vector<AssertionId> released;

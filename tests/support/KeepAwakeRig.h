@@ -4,6 +4,7 @@
 #include "app/power/LidManager.h"
 #include "app/power/SleepManager.h"
 #include "platform/LidSensor.h"
+#include "platform/LidSwitchOwner.h"
 #include "platform/PowerSupply.h"
 
 #include "support/FakeAppServices.h"
@@ -34,6 +35,23 @@ public:
     std::optional<bool> isClosed() override { return closed; }
 };
 
+// A lid that a desktop power manager may own; handOver() is accepted when
+// canHandOver, and the manager lets go once the test clears desktop.
+class FakeLidSwitchOwner : public platform::LidSwitchOwner {
+public:
+    Owner current;
+    int handOvers = 0;
+    int restores = 0;
+    Owner owner() override { return current; }
+    bool handOver(QString& problem) override
+    {
+        ++handOvers;
+        problem = current.canHandOver ? QString() : QStringLiteral("no way");
+        return current.canHandOver;
+    }
+    void restore() override { ++restores; }
+};
+
 // The keep-awake models over fakes of every platform service, with timers
 // off: tests call the handlers and move the clock.
 class KeepAwakeRig : public ::testing::Test, protected FakeAppServices {
@@ -57,6 +75,7 @@ protected:
         services.volumes = volumes;
         services.driveToucher = toucher;
         services.lidSensor = &lidSensor;
+        services.lidOwner = &lidOwner;
         services.thermal = &thermal;
         services.notifier = &notifier;
         services.settings = &settings;
@@ -69,6 +88,7 @@ protected:
     int liveAssertions() const { return static_cast<int>(backend->live.size()); }
 
     FakeLidSensor lidSensor;
+    FakeLidSwitchOwner lidOwner;
     std::shared_ptr<FakePowerAssertionBackend> backend = std::make_shared<FakePowerAssertionBackend>();
     std::shared_ptr<FakePowerSupply> supply = std::make_shared<FakePowerSupply>();
     std::shared_ptr<FakeVolumeSource> volumes = std::make_shared<FakeVolumeSource>();

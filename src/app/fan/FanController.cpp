@@ -301,13 +301,20 @@ void FanController::reconcileDaemonState(bool daemonForcingFans, bool daemonLidL
     }
 }
 
-void FanController::setLidStayAwake(bool on)
+void FanController::setLidStayAwake(bool on, HelperLink::Reply done)
 {
     // Set before the request goes out: self-heal compares against it.
     m_intendedLidLock = on;
     connectIfNeeded();
-    if (m_parts.link->isOpen())
-        m_parts.link->setLidStayAwake(on, this, [](bool, const QString&) {});
+    if (!m_parts.link->isOpen()) {
+        if (done)
+            done(false, tr("the fan helper cannot be reached"));
+        return;
+    }
+    m_parts.link->setLidStayAwake(on, this, [done](bool ok, const QString& text) {
+        if (done)
+            done(ok, text);
+    });
 }
 
 void FanController::reconcileToOffOnLaunch()

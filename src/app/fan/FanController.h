@@ -2,6 +2,7 @@
 
 #include "CoolingMode.h"
 #include "FanInfo.h"
+#include "HelperLink.h"
 #include "TemperatureHistory.h"
 #include "app/install/InstallResult.h"
 #include "platform/ThermalPressure.h"
@@ -23,7 +24,6 @@ class Clock;
 
 namespace quillon::app {
 
-class HelperLink;
 class Notifier;
 class Settings;
 
@@ -130,7 +130,9 @@ public:
     void refresh();
     void installHelper();
     // Used by the lid manager: holds (on) or releases the helper's lid lock.
-    void setLidStayAwake(bool on);
+    // done, when given, hears the helper's answer (false with its reason, or
+    // when the helper cannot be reached).
+    void setLidStayAwake(bool on, HelperLink::Reply done = {});
     // Clears whatever an earlier run left in the helper; once, at launch.
     void reconcileToOffOnLaunch();
     // The 1-second tick: advances `now` and asks for the status.

@@ -6,9 +6,43 @@
 #include "app/fan/FanController.h"
 #include "platform/Clock.h"
 #include "platform/LidSensor.h"
+#include "platform/LidSwitchOwner.h"
 #include "platform/ThermalPressure.h"
 
+#include <QPointer>
+
 namespace quillon::app {
+
+namespace {
+
+// What the user must change where a power manager keeps the lid.
+QString instruction(const platform::LidSwitchOwner::Owner& owner)
+{
+    using Desktop = platform::LidSwitchOwner::Desktop;
+    switch (owner.desktop) {
+    case Desktop::kde:
+        return LidManager::tr(
+            "KDE's power management acts on the lid itself. In System Settings → Power Management, set "
+            "\"When laptop lid closed\" to \"Do nothing\" on AC power, on battery and on low battery.");
+    case Desktop::xfce:
+        return LidManager::tr(
+            "Xfce's power manager acts on the lid itself. In its settings (General), set \"When laptop lid "
+            "is closed\" to \"Switch off display\" (or \"Nothing\") on battery and plugged in.");
+    case Desktop::mate:
+        return LidManager::tr(
+            "MATE's power manager acts on the lid itself. In Power Management Preferences, set \"When "
+            "laptop lid is closed\" to \"Do nothing\" on AC power and on battery.");
+    case Desktop::lxqt:
+        return LidManager::tr("LXQt's power management acts on the lid itself. In its settings, set the lid actions to "
+                              "\"Nothing\".");
+    case Desktop::none:
+    case Desktop::other:
+        break;
+    }
+    return LidManager::tr("%1 acts on the lid itself: set its lid action to do nothing.").arg(owner.who);
+}
+
+} // namespace
 
 LidManager::LidManager(Parts parts, QObject* parent)
     : QObject(parent)
@@ -21,6 +55,8 @@ LidManager::LidManager(Parts parts, QObject* parent)
     connect(&m_lidPoll, &QTimer::timeout, this, &LidManager::lidTick);
     if (m_parts.thermal)
         connect(m_parts.thermal, &platform::ThermalPressure::levelChanged, this, &LidManager::checkThermal);
+    connect(
+        m_parts.assertions.get(), &platform::PowerAssertionBackend::stateChanged, this, &LidManager::onAssertionState);
     if (m_parts.notifier) {
         QPointer<LidManager> self(this);
         m_parts.notifier->onLidReminderDisable = [self] {
@@ -34,6 +70,9 @@ LidManager::~LidManager()
 {
     if (m_parts.notifier)
         m_parts.notifier->onLidReminderDisable = nullptr;
+    // The app is quitting: a power manager's lid setting goes back as it was.
+    if (m_handedOver && m_parts.lidOwner)
+        m_parts.lidOwner->restore();
 }
 
 void LidManager::setEnabled(bool on)
@@ -58,8 +97,6 @@ void LidManager::switchOn()
     }
     if (m_parts.notifier)
         m_parts.notifier->requestAuthorizationIfNeeded();
-    if (m_fan->helperInstalled())
-        m_fan->setLidStayAwake(true);
     m_assertions.start(SleepAssertions::Kind::system);
     m_fan->requestCooling(coolingProfile, QStringLiteral("lid"));
     // Each enablement watches its own closings of the lid.
@@ -70,12 +107,121 @@ void LidManager::switchOn()
         m_watchdog.start();
         m_lidPoll.start();
     }
+    claimLid();
+}
+
+void LidManager::claimLid()
+{
+    const platform::LidSwitchOwner::Owner owner
+        = m_parts.lidOwner ? m_parts.lidOwner->owner() : platform::LidSwitchOwner::Owner{};
+    if (owner.desktop == platform::LidSwitchOwner::Desktop::none) {
+        m_handOverAsked = QDateTime();
+        lockLid();
+        return;
+    }
+    const QString instructions = instruction(owner);
+    if (m_handOverAsked.isValid()) {
+        // Still waiting for it to let go; lidTick asks again every second.
+        if (m_handOverAsked.msecsTo(m_parts.clock->now()) >= static_cast<qint64>(handOverWait * 1000))
+            refuse(tr("%1 did not hand the lid back. %2").arg(owner.who, instructions));
+        return;
+    }
+    if (!owner.canHandOver) {
+        refuse(instructions);
+        return;
+    }
+    QString problem;
+    if (!m_parts.lidOwner->handOver(problem)) {
+        refuse(tr("%1 could not hand the lid back (%2). %3").arg(owner.who, problem, instructions));
+        return;
+    }
+    m_handedOver = true;
+    m_handOverAsked = m_parts.clock->now();
+    setHold(Phase::confirming, tr("%1, handing the lid to logind").arg(owner.who));
+}
+
+void LidManager::lockLid()
+{
+    if (m_fan->helperInstalled()) {
+        const QString through = tr("logind (fan helper)");
+        if (m_hold.phase != Phase::inForce)
+            setHold(Phase::confirming, through);
+        QPointer<LidManager> self(this);
+        m_fan->setLidStayAwake(true, [self, through](bool ok, const QString& text) {
+            if (!self || !self->m_enabled)
+                return;
+            if (ok)
+                self->setHold(Phase::inForce, through);
+            else
+                self->refuse(tr("The fan helper could not take the lid lock: %1").arg(text));
+        });
+        return;
+    }
+    if (!m_ownLock) {
+        m_ownLock = m_parts.assertions->create(platform::PowerAssertionType::preventLidSleep,
+            QStringLiteral("SleepTimer: keep awake with the lid closed"));
+        if (!m_ownLock) {
+            refuse(tr("The lid lock was refused: %1").arg(m_parts.assertions->lastProblem()));
+            return;
+        }
+    }
+    onAssertionState(*m_ownLock);
+}
+
+void LidManager::onAssertionState(platform::PowerAssertionBackend::AssertionId id)
+{
+    if (!m_ownLock || *m_ownLock != id || !m_enabled)
+        return;
+    const platform::PowerAssertionState state = m_parts.assertions->state(id);
+    switch (state.phase) {
+    case platform::PowerAssertionState::Phase::confirming:
+        setHold(Phase::confirming, state.through);
+        break;
+    case platform::PowerAssertionState::Phase::inForce:
+        setHold(Phase::inForce, state.through);
+        break;
+    case platform::PowerAssertionState::Phase::failed:
+        refuse(tr("The lid lock was refused: %1").arg(state.problem));
+        break;
+    }
+}
+
+void LidManager::refuse(const QString& problem)
+{
+    if (m_enabled) {
+        m_enabled = false;
+        switchOff();
+        emit enabledChanged();
+    }
+    setHold(Phase::failed, {}, problem);
+}
+
+void LidManager::setHold(Phase phase, const QString& through, const QString& problem)
+{
+    if (m_hold.phase == phase && m_hold.through == through && m_hold.problem == problem)
+        return;
+    m_hold = {phase, through, problem};
+    emit holdChanged();
+}
+
+QString LidManager::holdNote() const
+{
+    return SleepAssertions::note(m_hold);
 }
 
 void LidManager::switchOff()
 {
     if (m_fan->helperInstalled())
         m_fan->setLidStayAwake(false);
+    if (m_ownLock) {
+        m_parts.assertions->release(*m_ownLock);
+        m_ownLock.reset();
+    }
+    if (m_handedOver && m_parts.lidOwner)
+        m_parts.lidOwner->restore();
+    m_handedOver = false;
+    m_handOverAsked = QDateTime();
+    setHold(Phase::off);
     m_assertions.stopAll();
     m_fan->requestCooling(std::nullopt, QStringLiteral("lid"));
     m_watchdog.stop();
@@ -86,9 +232,12 @@ void LidManager::tick()
 {
     if (!m_enabled)
         return;
-    // Puts right a restarted helper, or a lid setting changed behind our back.
-    if (m_fan && m_fan->helperInstalled())
-        m_fan->setLidStayAwake(true);
+    // Puts right a restarted helper, or a power manager that took the lid
+    // behind our back.
+    if (m_fan)
+        claimLid();
+    if (!m_enabled)
+        return;
     if (m_parts.settings->flag(Settings::Key::lowBatteryAutoStop) && m_parts.power) {
         const PowerInfo power = m_parts.power->current();
         if (power.hasBattery && !power.onAC && power.percentage && *power.percentage <= lowBatteryPercent) {
@@ -119,6 +268,8 @@ void LidManager::autoStop(const QString& reason)
 
 void LidManager::lidTick()
 {
+    if (m_enabled && m_fan && m_handOverAsked.isValid())
+        claimLid();
     if (!m_enabled || !m_parts.lid)
         return;
     const auto closed = m_parts.lid->isClosed();

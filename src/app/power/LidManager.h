@@ -13,6 +13,7 @@
 namespace quillon::platform {
 class Clock;
 class LidSensor;
+class LidSwitchOwner;
 class ThermalPressure;
 } // namespace quillon::platform
 
@@ -24,10 +25,18 @@ class PowerSource;
 class Settings;
 
 // Keeps a laptop running with its lid closed: has the helper hold the lid
-// lock, holds a system assertion, asks for balanced cooling, and guards the
-// closed machine: it stops itself on heat or a low battery, with the reason
-// in lastAutoOff and a notification. When the lid has been open again for
-// five seconds it reminds the user, once per closing, that it is still on.
+// lock (or holds one itself while no helper is installed), holds a system
+// assertion, asks for balanced cooling, and guards the closed machine: it
+// stops itself on heat or a low battery, with the reason in lastAutoOff and a
+// notification. When the lid has been open again for five seconds it
+// reminds the user, once per closing, that it is still on.
+//
+// A lid lock only helps where the login manager acts on the lid. Where a
+// desktop power manager has taken the lid, switching on first has it hand
+// the lid back (Xfce's can, and its setting is put back when switched off),
+// else refuses with the setting the user must change. A refusal, of the
+// power manager or the helper, switches it off again with the reason in
+// holdState(): it is never shown on while nothing holds the lid.
 //
 // A background app is not throttled on Linux, so no process activity is
 // needed to keep the lid poll running. Main thread only; the timers call
@@ -36,6 +45,7 @@ class LidManager : public QObject {
     Q_OBJECT
     Q_PROPERTY(bool enabled READ enabled WRITE setEnabled NOTIFY enabledChanged)
     Q_PROPERTY(QString lastAutoOff READ lastAutoOff NOTIFY lastAutoOffChanged)
+    Q_PROPERTY(QString holdNote READ holdNote NOTIFY holdChanged)
 
 public:
     static constexpr core::CoolingProfile::Kind coolingProfile = core::CoolingProfile::Kind::balanced;
@@ -43,12 +53,14 @@ public:
     static constexpr int watchdogIntervalMs = 20000;
     static constexpr int lidPollIntervalMs = 1000;
     static constexpr int lowBatteryPercent = 15;
+    static constexpr double handOverWait = 5.0; // seconds a power manager gets to let go of the lid
 
     struct Parts {
         std::shared_ptr<platform::PowerAssertionBackend> assertions;
         const PowerSource* power = nullptr;
         platform::LidSensor* lid = nullptr;
         platform::ThermalPressure* thermal = nullptr; // may be null: never too hot
+        platform::LidSwitchOwner* lidOwner = nullptr; // may be null: the login manager acts on the lid
         Notifier* notifier = nullptr;                 // may be null: no notifications
         Settings* settings = nullptr;
         const platform::Clock* clock = nullptr;
@@ -64,6 +76,9 @@ public:
     bool enabled() const { return m_enabled; }
     void setEnabled(bool on);
     QString lastAutoOff() const { return m_lastAutoOff; }
+    // Whether the lid is held and through what, or why it could not be.
+    const SleepAssertions::KindState& holdState() const { return m_hold; }
+    QString holdNote() const;
     const SleepAssertions& assertions() const { return m_assertions; }
 
     // The 20-second watchdog: re-asserts the lid lock, then the battery and heat rules.
@@ -76,11 +91,20 @@ public:
 signals:
     void enabledChanged();
     void lastAutoOffChanged();
+    void holdChanged();
 
 private:
+    using Phase = SleepAssertions::KindState::Phase;
+
     void switchOn();
     void switchOff();
     void autoStop(const QString& reason);
+    // Takes the lid: hands it back from a power manager, then locks it.
+    void claimLid();
+    void lockLid();
+    void refuse(const QString& problem);
+    void setHold(Phase phase, const QString& through = {}, const QString& problem = {});
+    void onAssertionState(platform::PowerAssertionBackend::AssertionId id);
 
     Parts m_parts;
     QPointer<FanController> m_fan;
@@ -92,6 +116,10 @@ private:
     bool m_lidWasClosed = false;
     bool m_remindedThisClose = false;
     QDateTime m_openedAt;
+    SleepAssertions::KindState m_hold;
+    QDateTime m_handOverAsked; // valid while waiting for a power manager to let go
+    bool m_handedOver = false; // a power manager's setting is ours to put back
+    std::optional<platform::PowerAssertionBackend::AssertionId> m_ownLock; // without a helper
 };
 
 } // namespace quillon::app

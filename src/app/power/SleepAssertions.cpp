@@ -67,14 +67,34 @@ QString SleepAssertions::label(Kind kind)
     return {};
 }
 
+QString SleepAssertions::note(const KindState& state)
+{
+    using Phase = KindState::Phase;
+    switch (state.phase) {
+    case Phase::off:
+        break;
+    case Phase::confirming:
+        return tr("Checking that %1 holds it…").arg(state.through);
+    case Phase::inForce:
+        return tr("In force through %1").arg(state.through);
+    case Phase::failed:
+        return tr("Not in force: %1").arg(state.problem);
+    }
+    return {};
+}
+
 SleepAssertions::SleepAssertions(std::shared_ptr<platform::PowerAssertionBackend> backend, QObject* parent)
     : QObject(parent)
     , m_backend(std::move(backend))
 {
+    connect(
+        m_backend.get(), &platform::PowerAssertionBackend::stateChanged, this, &SleepAssertions::onBackendStateChanged);
 }
 
 SleepAssertions::~SleepAssertions()
 {
+    // The owner is being torn down too: nobody is to hear about it.
+    blockSignals(true);
     stopAll();
 }
 
@@ -83,20 +103,75 @@ bool SleepAssertions::start(Kind kind)
     if (m_ids.contains(kind))
         return true;
     const auto id = m_backend->create(assertionType(kind), assertionName(kind));
-    if (!id)
+    if (!id) {
+        const QString problem = m_backend->lastProblem();
+        m_problems[kind] = problem.isEmpty() ? tr("the system refused") : problem;
+        emit stateChanged();
         return false;
+    }
+    m_problems.erase(kind);
     m_ids.emplace(kind, *id);
+    emit stateChanged();
     return true;
 }
 
 void SleepAssertions::stop(Kind kind)
 {
+    const bool forgotRefusal = m_problems.erase(kind) > 0;
     const auto held = m_ids.find(kind);
-    if (held == m_ids.end())
+    if (held == m_ids.end()) {
+        if (forgotRefusal)
+            emit stateChanged();
         return;
+    }
     const AssertionId id = held->second;
     m_ids.erase(held);
     m_backend->release(id);
+    emit stateChanged();
+}
+
+SleepAssertions::KindState SleepAssertions::state(Kind kind) const
+{
+    using Phase = KindState::Phase;
+    if (const auto problem = m_problems.find(kind); problem != m_problems.end())
+        return {Phase::failed, {}, problem->second};
+    const auto held = m_ids.find(kind);
+    if (held == m_ids.end())
+        return {};
+    const platform::PowerAssertionState system = m_backend->state(held->second);
+    switch (system.phase) {
+    case platform::PowerAssertionState::Phase::confirming:
+        return {Phase::confirming, system.through, {}};
+    case platform::PowerAssertionState::Phase::inForce:
+        return {Phase::inForce, system.through, {}};
+    case platform::PowerAssertionState::Phase::failed:
+        break;
+    }
+    return {Phase::failed, {}, system.problem};
+}
+
+bool SleepAssertions::holding(Kind kind) const
+{
+    const auto phase = state(kind).phase;
+    return phase == KindState::Phase::confirming || phase == KindState::Phase::inForce;
+}
+
+void SleepAssertions::onBackendStateChanged(AssertionId id)
+{
+    for (const auto& [kind, held] : m_ids) {
+        if (held != id)
+            continue;
+        const platform::PowerAssertionState system = m_backend->state(id);
+        if (system.phase == platform::PowerAssertionState::Phase::failed) {
+            // Nothing holds it any more: keep the reason, let go of the id.
+            const Kind failed = kind;
+            m_problems[failed] = system.problem.isEmpty() ? tr("the system refused") : system.problem;
+            m_ids.erase(failed);
+            m_backend->release(id);
+        }
+        emit stateChanged();
+        return;
+    }
 }
 
 void SleepAssertions::stopAll()
@@ -105,6 +180,10 @@ void SleepAssertions::stopAll()
     // never sees the entry again.
     while (!m_ids.empty())
         stop(m_ids.begin()->first);
+    if (!m_problems.empty()) {
+        m_problems.clear();
+        emit stateChanged();
+    }
 }
 
 } // namespace quillon::app

@@ -30,6 +30,19 @@ public:
 
     using AssertionId = platform::PowerAssertionBackend::AssertionId;
 
+    // Where one kind stands, as the system confirms it.
+    struct KindState {
+        enum class Phase {
+            off,        // not asked for
+            confirming, // asked for; the system has not yet shown it in force
+            inForce,    // the system lists it
+            failed,     // asked for, but nothing holds it; problem says why
+        };
+        Phase phase = Phase::off;
+        QString through; // the mechanism, once one took it: "logind", "GNOME session", …
+        QString problem;
+    };
+
     // In this order everywhere (menus, loops).
     static constexpr std::array<Kind, 3> allKinds{Kind::system, Kind::display, Kind::network};
 
@@ -40,15 +53,19 @@ public:
     static QString assertionName(Kind kind);
     // "Keep system awake" etc., in the language of the installed translator.
     static QString label(Kind kind);
+    // One line under a switch (a kind's or the lid's): through what it is
+    // in force, or why it is not; empty while off.
+    static QString note(const KindState& state);
 
     explicit SleepAssertions(std::shared_ptr<platform::PowerAssertionBackend> backend, QObject* parent = nullptr);
     ~SleepAssertions() override;
 
     // Makes sure an assertion of this kind is held. True when it already was
-    // (nothing is created or renewed) or was created now; false when the
-    // system refused, and then nothing is recorded.
+    // (nothing is created or renewed) or was created now (it may still be
+    // confirming); false when the system refused, and then nothing is held
+    // and state() says why.
     bool start(Kind kind);
-    // Releases the assertion of this kind, if held; otherwise does nothing.
+    // Releases the assertion of this kind, if held, and forgets a refusal.
     void stop(Kind kind);
     // Releases every held assertion, each exactly once.
     void stopAll();
@@ -56,10 +73,20 @@ public:
     bool isHeld(Kind kind) const { return m_ids.contains(kind); }
     // The held assertions by kind.
     const std::map<Kind, AssertionId>& ids() const { return m_ids; }
+    KindState state(Kind kind) const;
+    // True when the kind is asked for and not failed (confirming or in force).
+    bool holding(Kind kind) const;
+
+signals:
+    // Some kind's state() changed: started, confirmed, failed, stopped.
+    void stateChanged();
 
 private:
+    void onBackendStateChanged(AssertionId id);
+
     std::shared_ptr<platform::PowerAssertionBackend> m_backend;
     std::map<Kind, AssertionId> m_ids;
+    std::map<Kind, QString> m_problems; // kinds asked for that nothing holds
 };
 
 } // namespace quillon::app

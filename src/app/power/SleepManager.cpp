@@ -40,6 +40,7 @@ SleepManager::SleepManager(Services services, QObject* parent)
     lidParts.assertions = m_services.assertions;
     lidParts.power = m_power.get();
     lidParts.lid = m_services.lidSensor;
+    lidParts.lidOwner = m_services.lidOwner;
     lidParts.thermal = m_services.thermal;
     lidParts.notifier = m_services.notifier;
     lidParts.settings = m_services.settings;
@@ -67,6 +68,23 @@ SleepManager::SleepManager(Services services, QObject* parent)
     for (auto changed : {&FanController::boostChanged, &FanController::coolingChanged})
         connect(m_fan.get(), changed, this, &SleepManager::anythingActiveChanged);
     connect(m_lid.get(), &LidManager::enabledChanged, this, &SleepManager::anythingActiveChanged);
+    connect(&m_assertions, &SleepAssertions::stateChanged, this, &SleepManager::sessionChanged);
+}
+
+bool SleepManager::holdsAnything() const
+{
+    return std::any_of(
+        m_activeKinds.begin(), m_activeKinds.end(), [this](Kind kind) { return m_assertions.holding(kind); });
+}
+
+QString SleepManager::firstProblem() const
+{
+    for (const Kind kind : SleepAssertions::allKinds) {
+        const auto state = m_assertions.state(kind);
+        if (state.phase == SleepAssertions::KindState::Phase::failed)
+            return state.problem;
+    }
+    return {};
 }
 
 SleepManager::~SleepManager() = default;

@@ -15,6 +15,7 @@
 namespace quillon::platform {
 class DriveToucher;
 class LidSensor;
+class LidSwitchOwner;
 class PowerSupply;
 class VolumeSource;
 } // namespace quillon::platform
@@ -60,6 +61,7 @@ public:
         std::shared_ptr<platform::VolumeSource> volumes;
         std::shared_ptr<platform::DriveToucher> driveToucher;
         platform::LidSensor* lidSensor = nullptr;
+        platform::LidSwitchOwner* lidOwner = nullptr; // null: the login manager acts on the lid
         platform::ThermalPressure* thermal = nullptr;
         Notifier* notifier = nullptr;
         Settings* settings = nullptr;
@@ -91,7 +93,14 @@ public:
     // Any end time so described, relative to now (the panel's custom end picker).
     static QString describeEnd(const QDateTime& at, const QDateTime& now, bool german);
 
+    // The kinds asked for (each may still be confirming, or have failed).
     const QSet<Kind>& activeKinds() const { return m_activeKinds; }
+    // Whether any kind asked for is held or being confirmed.
+    bool holdsAnything() const;
+    // Why the first kind asked for that nothing holds is not held; empty when none failed.
+    QString firstProblem() const;
+    // Who else holds the system awake now, ours left out (asks the system).
+    QStringList otherInhibitors() const { return m_services.assertions->otherInhibitors(); }
     QDateTime expiresAt() const { return m_expiresAt; }
     QDateTime now() const { return m_now; }
     const SleepAssertions& assertions() const { return m_assertions; }

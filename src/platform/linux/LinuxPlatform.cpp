@@ -3,6 +3,7 @@
 #include "FreedesktopNotifications.h"
 #include "LinuxDriveToucher.h"
 #include "LinuxLidSensor.h"
+#include "LinuxLidSwitchOwner.h"
 #include "LinuxPowerAssertions.h"
 #include "LinuxThermalPressure.h"
 #include "LinuxVolumeSource.h"
@@ -29,6 +30,12 @@ std::shared_ptr<VolumeSource> LinuxPlatform::volumes()
 std::shared_ptr<DriveToucher> LinuxPlatform::driveToucher()
 {
     return std::make_shared<LinuxDriveToucher>();
+}
+
+std::unique_ptr<LidSwitchOwner> LinuxPlatform::lidSwitchOwner()
+{
+    return std::make_unique<LinuxLidSwitchOwner>(
+        QDBusConnection::sessionBus(), QDBusConnection::systemBus(), LinuxLidSwitchOwner::defaultMarkerPath());
 }
 
 std::unique_ptr<LidSensor> LinuxPlatform::lidSensor()

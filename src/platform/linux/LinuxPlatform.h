@@ -6,6 +6,7 @@
 namespace quillon::platform {
 class DriveToucher;
 class LidSensor;
+class LidSwitchOwner;
 class NotificationCenter;
 class PowerAssertionBackend;
 class PowerSupply;
@@ -32,6 +33,8 @@ public:
     static std::shared_ptr<DriveToucher> driveToucher();
     // logind's LidClosed, the ACPI button without logind.
     static std::unique_ptr<LidSensor> lidSensor();
+    // Who acts on the lid: logind, or a desktop power manager (from logind's locks).
+    static std::unique_ptr<LidSwitchOwner> lidSwitchOwner();
     // The kernel's thermal zones and throttle counters, sampled every few seconds.
     static std::unique_ptr<ThermalPressure> thermalPressure();
     // The desktop's notification service on the session bus.

@@ -1,18 +1,40 @@
 #include "LinuxPowerAssertions.h"
 
+#include "AppIdentity.h"
 #include "CookieInhibitor.h"
 #include "LogindInhibitor.h"
+#include "LogindInhibitorList.h"
 #include "PortalInhibitor.h"
+
+#include <QCoreApplication>
 
 namespace quillon::platform::linux_ {
 
 LinuxPowerAssertions::LinuxPowerAssertions(QDBusConnection sessionBus, QDBusConnection systemBus)
+    : LinuxPowerAssertions(std::move(sessionBus), std::move(systemBus), Timing{})
 {
-    m_suspendRoutes.push_back(std::make_unique<PortalInhibitor>(sessionBus, PortalInhibitor::suspend));
+}
+
+LinuxPowerAssertions::LinuxPowerAssertions(QDBusConnection sessionBus, QDBusConnection systemBus, Timing timing)
+    : m_systemBus(systemBus)
+{
+    m_suspendRoutes.push_back(
+        CookieInhibitor::powerDevil(sessionBus, CookieInhibitor::kdeInterruptSession, timing.kdeSettleMs));
     m_suspendRoutes.push_back(CookieInhibitor::gnomeSession(sessionBus, CookieInhibitor::gnomeSuspend));
+    m_suspendRoutes.push_back(CookieInhibitor::powerManagement(sessionBus, timing.kdeSettleMs));
     m_suspendRoutes.push_back(std::make_unique<LogindInhibitor>(systemBus, QStringLiteral("idle:sleep")));
-    m_idleRoutes.push_back(std::make_unique<PortalInhibitor>(sessionBus, PortalInhibitor::idle));
+    m_suspendRoutes.push_back(
+        std::make_unique<PortalInhibitor>(sessionBus, PortalInhibitor::suspend, timing.portalAnswerMs));
+
+    m_idleRoutes.push_back(
+        CookieInhibitor::powerDevil(sessionBus, CookieInhibitor::kdeChangeScreenSettings, timing.kdeSettleMs));
+    m_idleRoutes.push_back(CookieInhibitor::gnomeSession(sessionBus, CookieInhibitor::gnomeIdle));
+    m_idleRoutes.push_back(CookieInhibitor::powerManagement(sessionBus, timing.kdeSettleMs));
     m_idleRoutes.push_back(CookieInhibitor::screenSaver(sessionBus));
+    m_idleRoutes.push_back(std::make_unique<LogindInhibitor>(systemBus, QStringLiteral("idle")));
+    m_idleRoutes.push_back(std::make_unique<PortalInhibitor>(sessionBus, PortalInhibitor::idle, timing.portalAnswerMs));
+
+    m_lidRoutes.push_back(std::make_unique<LogindInhibitor>(systemBus, QStringLiteral("handle-lid-switch")));
 }
 
 LinuxPowerAssertions::~LinuxPowerAssertions() = default;
@@ -20,20 +42,104 @@ LinuxPowerAssertions::~LinuxPowerAssertions() = default;
 std::optional<PowerAssertionBackend::AssertionId> LinuxPowerAssertions::create(
     PowerAssertionType type, const QString& name)
 {
-    const auto& routes = type == PowerAssertionType::preventIdleDisplaySleep ? m_idleRoutes : m_suspendRoutes;
-    for (const auto& route : routes) {
-        if (auto held = route->inhibit(name)) {
-            const AssertionId id = nextId();
-            m_held.emplace(id, std::move(held));
-            return id;
-        }
+    Assertion assertion;
+    switch (type) {
+    case PowerAssertionType::preventIdleDisplaySleep:
+        assertion.routes = &m_idleRoutes;
+        break;
+    case PowerAssertionType::preventLidSleep:
+        assertion.routes = &m_lidRoutes;
+        break;
+    case PowerAssertionType::preventIdleSystemSleep:
+    case PowerAssertionType::networkClientActive:
+        assertion.routes = &m_suspendRoutes;
+        break;
     }
-    return std::nullopt;
+    assertion.name = name;
+    const AssertionId id = nextId();
+    if (!takeFrom(id, assertion, 0)) {
+        m_lastProblem = summary(assertion.problems);
+        return std::nullopt;
+    }
+    m_lastProblem.clear();
+    m_assertions.emplace(id, std::move(assertion));
+    return id;
+}
+
+bool LinuxPowerAssertions::takeFrom(AssertionId id, Assertion& assertion, std::size_t from)
+{
+    const Routes& routes = *assertion.routes;
+    for (std::size_t i = from; i < routes.size(); ++i) {
+        QString problem;
+        auto held = routes[i]->inhibit(assertion.name, problem);
+        if (!held) {
+            if (!problem.isEmpty())
+                assertion.problems << QStringLiteral("%1: %2").arg(routes[i]->through(), problem);
+            continue;
+        }
+        if (held->phase() == Inhibitor::Phase::failed) {
+            assertion.problems << QStringLiteral("%1: %2").arg(routes[i]->through(), held->problem());
+            continue;
+        }
+        assertion.route = i;
+        assertion.state = {held->phase(), routes[i]->through(), {}};
+        if (held->phase() == Inhibitor::Phase::confirming)
+            connect(held.get(), &Inhibitor::Held::settled, this, [this, id] { onSettled(id); });
+        assertion.held = std::move(held);
+        return true;
+    }
+    assertion.held.reset();
+    assertion.state = {PowerAssertionState::Phase::failed, {}, summary(assertion.problems)};
+    return false;
+}
+
+void LinuxPowerAssertions::onSettled(AssertionId id)
+{
+    const auto found = m_assertions.find(id);
+    if (found == m_assertions.end())
+        return;
+    Assertion& assertion = found->second;
+    if (assertion.held->phase() == Inhibitor::Phase::inForce) {
+        assertion.state.phase = PowerAssertionState::Phase::inForce;
+    } else {
+        // Not in force after all: let go of it and try the routes after it.
+        assertion.problems << QStringLiteral("%1: %2").arg(assertion.state.through, assertion.held->problem());
+        assertion.held.release()->deleteLater(); // we are inside its signal
+        takeFrom(id, assertion, assertion.route + 1);
+    }
+    emit stateChanged(id);
 }
 
 void LinuxPowerAssertions::release(AssertionId id)
 {
-    m_held.erase(id);
+    m_assertions.erase(id);
+}
+
+PowerAssertionState LinuxPowerAssertions::state(AssertionId id) const
+{
+    const auto found = m_assertions.find(id);
+    return found == m_assertions.end() ? PowerAssertionState{PowerAssertionState::Phase::failed, {}, {}}
+                                       : found->second.state;
+}
+
+QStringList LinuxPowerAssertions::otherInhibitors() const
+{
+    const quint32 ourPid = static_cast<quint32>(QCoreApplication::applicationPid());
+    QStringList lines;
+    for (const LogindLock& lock : LogindInhibitorList::fetch(m_systemBus)) {
+        // Ours: this process's locks and the fan helper's.
+        if (lock.mode != u"block" || lock.pid == ourPid || lock.who == AppIdentity::displayName())
+            continue;
+        lines << QStringLiteral("%1: %2 (%3)").arg(lock.who, lock.why, lock.what);
+    }
+    return lines;
+}
+
+QString LinuxPowerAssertions::summary(const QStringList& problems)
+{
+    if (problems.isEmpty())
+        return QStringLiteral("nothing on this desktop takes the request (no power manager, logind or portal)");
+    return problems.join(QStringLiteral("; "));
 }
 
 PowerAssertionBackend::AssertionId LinuxPowerAssertions::nextId()
@@ -41,7 +147,7 @@ PowerAssertionBackend::AssertionId LinuxPowerAssertions::nextId()
     // Never 0, never one still in use, even after the counter wraps.
     do {
         ++m_lastId;
-    } while (m_lastId == 0 || m_held.contains(m_lastId));
+    } while (m_lastId == 0 || m_assertions.contains(m_lastId));
     return m_lastId;
 }
 

@@ -10,27 +10,62 @@
 namespace quillon::platform::linux_ {
 
 // Power assertions on a Linux desktop. Each assertion is one inhibition,
-// taken from the first service that grants it:
-//   system sleep, network: portal Suspend, GNOME session Suspend, logind "idle:sleep" block lock;
-//   display sleep:         portal Idle, org.freedesktop.ScreenSaver.
-// The portal comes first because it applies the desktop's own policy and is
-// all a sandbox can reach. Every assertion carries its name as the reason the
-// desktop shows ("what is keeping the computer awake").
+// taken through the first route, in this order, that confirms it in force:
+//   system sleep, network: PowerDevil (KDE), GNOME session Suspend,
+//                          org.freedesktop.PowerManagement (Xfce), logind "idle:sleep", portal Suspend;
+//   display sleep:         PowerDevil (KDE), GNOME session Idle, org.freedesktop.PowerManagement,
+//                          org.freedesktop.ScreenSaver, logind "idle", portal Idle;
+//   the lid:               logind "handle-lid-switch" (works in the active session only).
+// Which route applies is found by asking, not by the desktop's name: a
+// service that is not running answers at once, and one that accepts but
+// never confirms is left for the next route. The desktop's own power manager
+// comes first because it is what suspends or blanks on idle; the portal
+// last, because it cannot show that anything is in force.
+//
+// Every assertion carries its name as the reason the desktop shows.
 class LinuxPowerAssertions : public PowerAssertionBackend {
+    Q_OBJECT
 public:
+    // How long to wait for confirmations that cannot come at once.
+    struct Timing {
+        int kdeSettleMs = 5500;    // PowerDevil applies an inhibition 5 s after it is asked
+        int portalAnswerMs = 2000; // a portal request with no Response by then is taken as denied
+    };
+
+    LinuxPowerAssertions(QDBusConnection sessionBus, QDBusConnection systemBus, Timing timing);
     LinuxPowerAssertions(QDBusConnection sessionBus, QDBusConnection systemBus);
     ~LinuxPowerAssertions() override;
 
     std::optional<AssertionId> create(PowerAssertionType type, const QString& name) override;
     void release(AssertionId id) override;
+    QString lastProblem() const override { return m_lastProblem; }
+    PowerAssertionState state(AssertionId id) const override;
+    QStringList otherInhibitors() const override;
 
 private:
-    AssertionId nextId();
+    using Routes = std::vector<std::unique_ptr<Inhibitor>>;
+    struct Assertion {
+        const Routes* routes = nullptr;
+        std::size_t route = 0; // the route holding or confirming it
+        QString name;
+        std::unique_ptr<Inhibitor::Held> held; // null once every route failed
+        QStringList problems;                  // of the routes tried so far
+        PowerAssertionState state;
+    };
 
-    std::vector<std::unique_ptr<Inhibitor>> m_suspendRoutes;
-    std::vector<std::unique_ptr<Inhibitor>> m_idleRoutes;
-    std::map<AssertionId, std::unique_ptr<Inhibitor::Held>> m_held;
+    AssertionId nextId();
+    // Takes the assertion through routes from `from` on; false when none took it.
+    bool takeFrom(AssertionId id, Assertion& assertion, std::size_t from);
+    void onSettled(AssertionId id);
+    static QString summary(const QStringList& problems);
+
+    QDBusConnection m_systemBus;
+    Routes m_suspendRoutes;
+    Routes m_idleRoutes;
+    Routes m_lidRoutes;
+    std::map<AssertionId, Assertion> m_assertions;
     AssertionId m_lastId = 0;
+    QString m_lastProblem;
 };
 
 } // namespace quillon::platform::linux_

@@ -2,9 +2,9 @@
 
 #include "AppIdentity.h"
 #include "DBusTimeouts.h"
+#include "LogindInhibitorList.h"
 
 #include <QDBusMessage>
-#include <QDBusReply>
 #include <QDBusUnixFileDescriptor>
 
 namespace quillon::platform::linux_ {
@@ -32,16 +32,30 @@ LogindInhibitor::LogindInhibitor(QDBusConnection systemBus, QString what)
 {
 }
 
-std::unique_ptr<Inhibitor::Held> LogindInhibitor::inhibit(const QString& reason)
+std::unique_ptr<Inhibitor::Held> LogindInhibitor::inhibit(const QString& reason, QString& problem)
 {
     QDBusMessage call = QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.login1"),
         QStringLiteral("/org/freedesktop/login1"), QStringLiteral("org.freedesktop.login1.Manager"),
         QStringLiteral("Inhibit"));
-    call << m_what << AppIdentity::displayName() << reason << QStringLiteral("block");
-    const QDBusReply<QDBusUnixFileDescriptor> reply = m_bus.call(call, QDBus::Block, DBusTimeouts::callMs);
-    if (!reply.isValid() || !reply.value().isValid())
+    const QString who = AppIdentity::displayName();
+    call << m_what << who << reason << QStringLiteral("block");
+    const QDBusMessage reply = m_bus.call(call, QDBus::Block, DBusTimeouts::callMs);
+    const auto fd = reply.arguments().value(0).value<QDBusUnixFileDescriptor>();
+    if (reply.type() != QDBusMessage::ReplyMessage || !fd.isValid()) {
+        problem = callProblem(reply);
         return nullptr;
-    return std::make_unique<LockFd>(reply.value());
+    }
+    auto held = std::make_unique<LockFd>(fd);
+    held->confirmWith(
+        m_bus, LogindInhibitorList::query(), 0,
+        [what = m_what, who, reason](const QDBusMessage& list) {
+            const auto locks = LogindInhibitorList::parse(list);
+            return std::any_of(locks.begin(), locks.end(), [&](const LogindLock& lock) {
+                return lock.what == what && lock.who == who && lock.why == reason && lock.mode == u"block";
+            });
+        },
+        QStringLiteral("logind took the lock but does not list it"));
+    return held;
 }
 
 } // namespace quillon::platform::linux_

@@ -8,17 +8,18 @@ namespace quillon::platform::linux_ {
 
 // A logind block inhibitor lock on the system bus: logind hands back a file
 // descriptor, and the lock lasts exactly as long as that descriptor is open
-// (so it also ends with the process).
+// (so it also ends with the process). It counts once logind lists it.
 //
-// what is logind's colon list. For keeping the system awake we take
-// "idle:sleep": "idle" holds off logind's own idle action, "sleep" makes
-// logind refuse the suspend a power manager asks for when the machine sits
-// idle. Lid handling is not affected (that is the helper's lock).
+// what is logind's colon list. "idle" holds off logind's own idle action and
+// every idle daemon that watches logind's BlockInhibited (swayidle,
+// hypridle); "sleep" makes logind refuse a suspend that another user's
+// process asks for. Lid handling is not affected (that is the lid lock).
 class LogindInhibitor : public Inhibitor {
 public:
     LogindInhibitor(QDBusConnection systemBus, QString what);
 
-    std::unique_ptr<Held> inhibit(const QString& reason) override;
+    QString through() const override { return QStringLiteral("logind"); }
+    std::unique_ptr<Held> inhibit(const QString& reason, QString& problem) override;
 
 private:
     QDBusConnection m_bus;

@@ -4,7 +4,7 @@
 
 #include <QDBusMessage>
 #include <QDBusObjectPath>
-#include <QDBusReply>
+#include <QTimer>
 #include <QVariantMap>
 #include <atomic>
 
@@ -13,19 +13,48 @@ namespace quillon::platform::linux_ {
 namespace {
 
 const QString kService = QStringLiteral("org.freedesktop.portal.Desktop");
+const QString kRequest = QStringLiteral("org.freedesktop.portal.Request");
 
 class PortalRequest : public Inhibitor::Held {
+    Q_OBJECT
 public:
-    PortalRequest(QDBusConnection bus, QString handle)
+    PortalRequest(QDBusConnection bus, QString handle, int answerMs)
         : m_bus(std::move(bus))
         , m_handle(std::move(handle))
     {
+        m_bus.connect(
+            kService, m_handle, kRequest, QStringLiteral("Response"), this, SLOT(onResponse(quint32, QVariantMap)));
+        QTimer::singleShot(answerMs, this, [this] {
+            settle(Phase::failed,
+                QStringLiteral("the portal never answered (inhibiting may be switched off in its permissions)"));
+        });
     }
     ~PortalRequest() override
     {
+        m_bus.disconnect(
+            kService, m_handle, kRequest, QStringLiteral("Response"), this, SLOT(onResponse(quint32, QVariantMap)));
         // Fire and forget: a portal that is gone has dropped the request already.
-        m_bus.send(QDBusMessage::createMethodCall(
-            kService, m_handle, QStringLiteral("org.freedesktop.portal.Request"), QStringLiteral("Close")));
+        m_bus.send(QDBusMessage::createMethodCall(kService, m_handle, kRequest, QStringLiteral("Close")));
+    }
+
+    // The handle the portal will use, which the signal must be bound to
+    // before the call goes out: .../request/<our unique name>/<token>.
+    static QString expectedHandle(const QDBusConnection& bus, const QString& token)
+    {
+        QString sender = bus.baseService().mid(1);
+        sender.replace(u'.', u'_');
+        return QStringLiteral("/org/freedesktop/portal/desktop/request/%1/%2").arg(sender, token);
+    }
+
+private slots:
+    void onResponse(quint32 response, const QVariantMap&)
+    {
+        if (response == 0)
+            settle(Phase::inForce);
+        else
+            settle(Phase::failed,
+                response == 1 ? QStringLiteral("the portal's request was cancelled")
+                              : QStringLiteral("the portal's backend could not inhibit"));
     }
 
 private:
@@ -35,28 +64,43 @@ private:
 
 } // namespace
 
-PortalInhibitor::PortalInhibitor(QDBusConnection sessionBus, quint32 flags)
+PortalInhibitor::PortalInhibitor(QDBusConnection sessionBus, quint32 flags, int answerMs)
     : m_bus(std::move(sessionBus))
     , m_flags(flags)
+    , m_answerMs(answerMs)
 {
 }
 
-std::unique_ptr<Inhibitor::Held> PortalInhibitor::inhibit(const QString& reason)
+QString PortalInhibitor::through() const
 {
-    QDBusMessage call = QDBusMessage::createMethodCall(kService, QStringLiteral("/org/freedesktop/portal/desktop"),
-        QStringLiteral("org.freedesktop.portal.Inhibit"), QStringLiteral("Inhibit"));
+    const QString desktop = qEnvironmentVariable("XDG_CURRENT_DESKTOP").section(u':', 0, 0);
+    return desktop.isEmpty() ? QStringLiteral("portal") : QStringLiteral("portal (%1)").arg(desktop);
+}
+
+std::unique_ptr<Inhibitor::Held> PortalInhibitor::inhibit(const QString& reason, QString& problem)
+{
     // The portal refuses a token that names a request still open on this
     // connection, and every inhibitor of the process shares the connection.
     static std::atomic<quint32> lastToken{0};
-    const QVariantMap options{
-        {QStringLiteral("handle_token"), QStringLiteral("quillon%1").arg(++lastToken)},
-        {QStringLiteral("reason"), reason},
-    };
-    call << QString() << m_flags << options;
-    const QDBusReply<QDBusObjectPath> reply = m_bus.call(call, QDBus::Block, DBusTimeouts::activatingCallMs);
-    if (!reply.isValid() || reply.value().path().isEmpty())
+    const QString token = QStringLiteral("quillon%1").arg(++lastToken);
+    // Listens before asking, so that an early Response is not missed.
+    auto held = std::make_unique<PortalRequest>(m_bus, PortalRequest::expectedHandle(m_bus, token), m_answerMs);
+
+    QDBusMessage call = QDBusMessage::createMethodCall(kService, QStringLiteral("/org/freedesktop/portal/desktop"),
+        QStringLiteral("org.freedesktop.portal.Inhibit"), QStringLiteral("Inhibit"));
+    call << QString() << m_flags
+         << QVariantMap{{QStringLiteral("handle_token"), token}, {QStringLiteral("reason"), reason}};
+    const QDBusMessage reply = m_bus.call(call, QDBus::Block, DBusTimeouts::activatingCallMs);
+    const QDBusObjectPath handle = reply.arguments().value(0).value<QDBusObjectPath>();
+    if (reply.type() != QDBusMessage::ReplyMessage || handle.path().isEmpty()) {
+        problem = callProblem(reply);
         return nullptr;
-    return std::make_unique<PortalRequest>(m_bus, reply.value().path());
+    }
+    if (handle.path() != PortalRequest::expectedHandle(m_bus, token))
+        return std::make_unique<PortalRequest>(m_bus, handle.path(), m_answerMs); // an old portal's own handle
+    return held;
 }
 
 } // namespace quillon::platform::linux_
+
+#include "PortalInhibitor.moc"

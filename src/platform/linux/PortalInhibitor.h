@@ -6,22 +6,29 @@
 
 namespace quillon::platform::linux_ {
 
-// org.freedesktop.portal.Inhibit on the session bus: the desktop's own
-// policy (GNOME, KDE) and the only way out of a sandbox. flags is the
-// portal's bit set: 4 suspend, 8 idle. Ending an inhibition closes its
-// request object.
+// org.freedesktop.portal.Inhibit on the session bus: the only way out of a
+// sandbox, and the last resort elsewhere, because the portal answers with a
+// request handle before its backend has done anything. The inhibition counts
+// once the request's Response says success; a refusal, or no Response within
+// answerMs (the permission store can silently drop a request), fails it.
+// flags is the portal's bit set: 4 suspend, 8 idle (asked separately: some
+// backends refuse a combined request outright). Ending an inhibition closes
+// its request object.
 class PortalInhibitor : public Inhibitor {
 public:
     static constexpr quint32 suspend = 4;
     static constexpr quint32 idle = 8;
 
-    PortalInhibitor(QDBusConnection sessionBus, quint32 flags);
+    PortalInhibitor(QDBusConnection sessionBus, quint32 flags, int answerMs);
 
-    std::unique_ptr<Held> inhibit(const QString& reason) override;
+    // "portal (KDE)", after the desktop the session names, or "portal".
+    QString through() const override;
+    std::unique_ptr<Held> inhibit(const QString& reason, QString& problem) override;
 
 private:
     QDBusConnection m_bus;
     quint32 m_flags;
+    int m_answerMs;
 };
 
 } // namespace quillon::platform::linux_

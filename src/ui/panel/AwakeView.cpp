@@ -50,7 +50,8 @@ QVariantList AwakeView::kinds() const
     QVariantList list;
     for (const auto kind : app::SleepAssertions::allKinds) {
         list.append(QVariantMap{{"name", app::SleepAssertions::rawValue(kind)},
-            {"label", app::SleepAssertions::label(kind)}, {"active", m_manager.activeKinds().contains(kind)}});
+            {"label", app::SleepAssertions::label(kind)}, {"active", m_manager.assertions().holding(kind)},
+            {"note", app::SleepAssertions::note(m_manager.assertions().state(kind))}});
     }
     return list;
 }

@@ -22,9 +22,11 @@ QString whole(double value)
 QStringList PanelTexts::statusLines(const app::SleepManager& manager)
 {
     QStringList lines;
-    if (!manager.activeKinds().isEmpty()) {
+    if (manager.holdsAnything()) {
         const auto remaining = manager.remainingText();
         lines.append(remaining ? tr("Awake · %1 left").arg(*remaining) : tr("Awake until you turn it off"));
+    } else if (!manager.activeKinds().isEmpty()) {
+        lines.append(tr("Keep-awake is not in force: %1").arg(manager.firstProblem()));
     }
     if (manager.lid()->enabled())
         lines.append(tr("Stays awake with the lid closed"));
@@ -48,6 +50,8 @@ QString PanelTexts::awakeSummary(const app::SleepManager& manager)
 {
     if (manager.activeKinds().isEmpty())
         return tr("Off");
+    if (!manager.holdsAnything())
+        return tr("Not in force");
     const auto remaining = manager.remainingText();
     if (!remaining)
         return tr("On until you turn it off");

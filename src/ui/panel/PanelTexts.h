@@ -1,5 +1,6 @@
 #pragma once
 
+
 #include "core/CoolingProfile.h"
 
 #include <QCoreApplication>

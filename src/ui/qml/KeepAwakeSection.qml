@@ -19,12 +19,21 @@ ExpandableSection {
 
     Repeater {
         model: section.awake.kinds
-        SwitchRow {
+        ColumnLayout {
             required property var modelData
-            objectName: "kind_" + modelData.name
-            text: modelData.label
-            checked: modelData.active
-            onToggled: section.awake.toggleKind(modelData.name)
+            spacing: 0
+            Layout.fillWidth: true
+            SwitchRow {
+                objectName: "kind_" + modelData.name
+                text: modelData.label
+                checked: modelData.active
+                onToggled: section.awake.toggleKind(modelData.name)
+            }
+            Caption {
+                objectName: "kindNote_" + modelData.name
+                text: modelData.note
+                visible: text !== ""
+            }
         }
     }
     Label {

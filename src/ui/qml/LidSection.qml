@@ -14,7 +14,8 @@ ExpandableSection {
     objectName: "lid"
     title: qsTr("Closed lid")
     summary: lid.enabled ? qsTr("On — stays awake with the lid closed") : qsTr("Off")
-    note: lid.enabled ? "" : lid.lastAutoOff
+    // While on: through what the lid is held. Off: why it stopped or was refused.
+    note: lid.enabled || lid.lastAutoOff === "" ? lid.holdNote : lid.lastAutoOff
     expanded: panel.lidExpanded
     onToggled: panel.lidExpanded = !panel.lidExpanded
 

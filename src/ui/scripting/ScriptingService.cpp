@@ -157,8 +157,22 @@ bool ScriptingService::FansManual(double percent, double seconds, QString& text)
 
 bool ScriptingService::SetLid(bool on, QString& text)
 {
-    m_manager.lid()->setEnabled(on);
-    text = on ? QStringLiteral("closed-lid keep-awake on") : QStringLiteral("closed-lid keep-awake off");
+    app::LidManager& lid = *m_manager.lid();
+    lid.setEnabled(on);
+    if (!on) {
+        text = QStringLiteral("closed-lid keep-awake off");
+        return true;
+    }
+    // Answered with what holds now; a lock still being confirmed shows in `ctl status`.
+    const auto& held = lid.holdState();
+    using Phase = app::SleepAssertions::KindState::Phase;
+    if (held.phase == Phase::failed) {
+        text = QStringLiteral("closed-lid keep-awake refused: %1").arg(held.problem);
+        return false;
+    }
+    text = held.phase == Phase::inForce
+        ? QStringLiteral("closed-lid keep-awake on, through %1").arg(held.through)
+        : QStringLiteral("closed-lid keep-awake on, being confirmed through %1").arg(held.through);
     return true;
 }
 

@@ -7,6 +7,7 @@
 
 #include <QJsonArray>
 #include <QMetaEnum>
+#include <map>
 
 namespace quillon::ui {
 
@@ -27,15 +28,29 @@ QJsonValue text(const QString& value)
     return value.isEmpty() ? QJsonValue(QJsonValue::Null) : QJsonValue(value);
 }
 
+// One kind or the lid: whether it is in force and through what, or why not.
+QJsonObject holdState(const app::SleepAssertions::KindState& state)
+{
+    using Phase = app::SleepAssertions::KindState::Phase;
+    static const std::map<Phase, QString> names{
+        {Phase::off, "off"}, {Phase::confirming, "confirming"}, {Phase::inForce, "inForce"}, {Phase::failed, "failed"}};
+    return {{"state", names.at(state.phase)}, {"through", text(state.through)}, {"problem", text(state.problem)}};
+}
+
 QJsonObject awake(const app::SleepManager& manager)
 {
     QJsonArray kinds;
+    QJsonObject held;
     for (const auto kind : app::SleepAssertions::allKinds) {
         if (manager.activeKinds().contains(kind))
             kinds.append(app::SleepAssertions::rawValue(kind));
+        const auto state = manager.assertions().state(kind);
+        if (state.phase != app::SleepAssertions::KindState::Phase::off)
+            held.insert(app::SleepAssertions::rawValue(kind), holdState(state));
     }
-    return {{"kinds", kinds}, {"until", time(manager.expiresAt())},
-        {"remaining", text(manager.remainingText().value_or(QString()))}};
+    return {{"kinds", kinds}, {"held", held}, {"until", time(manager.expiresAt())},
+        {"remaining", text(manager.remainingText().value_or(QString()))},
+        {"otherInhibitors", QJsonArray::fromStringList(manager.otherInhibitors())}};
 }
 
 QJsonObject fans(const app::FanController& fan)
@@ -71,8 +86,10 @@ QJsonObject StatusReport::build(const app::SleepManager& manager, bool helperCon
     const app::FanController& fan = *manager.fan();
     const app::LidManager& lid = *manager.lid();
     return {{"awake", awake(manager)},
-        {"lid", QJsonObject{{"enabled", lid.enabled()}, {"lastAutoOff", text(lid.lastAutoOff())}}}, {"fans", fans(fan)},
-        {"temperatures", temperatures(fan)},
+        {"lid",
+            QJsonObject{{"enabled", lid.enabled()}, {"held", holdState(lid.holdState())},
+                {"lastAutoOff", text(lid.lastAutoOff())}}},
+        {"fans", fans(fan)}, {"temperatures", temperatures(fan)},
         {"helper",
             QJsonObject{{"installed", fan.helperInstalled()}, {"connected", helperConnected},
                 {"message", text(fan.statusMessage())}}},

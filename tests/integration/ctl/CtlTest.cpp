@@ -64,6 +64,12 @@ TEST_F(CtlTest, AwakeHoldsTheKindsUntilTheEndAndSwitchesTheIcon)
     const QDateTime until = QDateTime::fromString(awake["until"].toString(), Qt::ISODate);
     EXPECT_NEAR(static_cast<double>(QDateTime::currentDateTime().secsTo(until)), 5400, 5);
     EXPECT_TRUE(eventually([](const QJsonObject& s) { return s["icon"] == "active" && s["active"] == true; }));
+    // Each kind says through what it is in force: here logind, the only service on these buses.
+    EXPECT_TRUE(eventually([](const QJsonObject& s) {
+        const QJsonObject held = section(s, "awake")["held"].toObject();
+        return held["system"].toObject()["state"] == "inForce" && held["network"].toObject()["state"] == "inForce";
+    })) << QJsonDocument(rig.status()).toJson().toStdString();
+    EXPECT_EQ(section(rig.status(), "awake")["held"].toObject()["system"].toObject()["through"], "logind");
 
     run({"awake", "--off"});
     awake = section(rig.status(), "awake");
@@ -104,7 +110,12 @@ TEST_F(CtlTest, ResetSwitchesEverythingOff)
     run({"lid", "on"});
     run({"awake", "--for", "1h"});
     run({"fans", "auto", "max"});
+    // The helper holds the lid through logind; logind lists the lock.
+    EXPECT_TRUE(eventually([](const QJsonObject& s) {
+        return section(s, "lid")["held"].toObject()["state"] == "inForce";
+    })) << QJsonDocument(rig.status()).toJson().toStdString();
     QJsonObject status = rig.status();
+    EXPECT_EQ(section(status, "lid")["held"].toObject()["through"], "logind (fan helper)");
     EXPECT_TRUE(section(status, "lid")["enabled"].toBool());
     EXPECT_TRUE(section(status, "fans")["enabled"].toBool());
 

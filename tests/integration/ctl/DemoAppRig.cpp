@@ -26,9 +26,10 @@ DemoAppRig::DemoAppRig()
 
 QStringList DemoAppRig::environment() const
 {
-    return {"DBUS_SESSION_BUS_ADDRESS=" + bus.address(), "HOME=" + home.path(),
-        "XDG_CONFIG_HOME=" + home.path() + "/config", "XDG_RUNTIME_DIR=" + home.path() + "/runtime",
-        "TMPDIR=" + temporaryDirectory(), "QUILLON_HELPER_BUS", "QUILLON_SMC"};
+    return {"DBUS_SESSION_BUS_ADDRESS=" + bus.address(), "DBUS_SYSTEM_BUS_ADDRESS=" + systemBus.address(),
+        "HOME=" + home.path(), "XDG_CONFIG_HOME=" + home.path() + "/config",
+        "XDG_RUNTIME_DIR=" + home.path() + "/runtime", "TMPDIR=" + temporaryDirectory(), "QUILLON_HELPER_BUS",
+        "QUILLON_SMC"};
 }
 
 QString DemoAppRig::temporaryDirectory() const
@@ -51,7 +52,11 @@ QString DemoAppRig::demoDirectory()
 
 bool DemoAppRig::start(const QStringList& env)
 {
-    if (!bus.ready())
+    if (!bus.ready() || !systemBus.ready())
+        return false;
+    logind = std::make_unique<BusService>(
+        QUILLON_PYTHON, QStringList{"-m", "dbusmock", "--template", "logind"}, systemBus, "org.freedesktop.login1");
+    if (!logind->started())
         return false;
     app.start(QUILLON_APP_BIN, {"--demo"}, environment() + env, home.path() + "/app.log");
     return waitUntil([&] { return !app.running() || !status().isEmpty(); }, 20s) && app.running();

@@ -2,6 +2,7 @@
 
 #include "DaemonHarness.h"
 
+#include "support/BusService.h"
 #include "support/ChildProcess.h"
 
 #include <QJsonObject>
@@ -10,7 +11,9 @@
 namespace quillon::test {
 
 // `quillon --demo` on a private session bus, with a home of its own, and
-// `quillon ctl` pointed at it. Shared by the scripting and the GUI tests.
+// `quillon ctl` pointed at it; its system bus is another private one where
+// python3-dbusmock's logind takes the app's and the helper's locks. Shared by
+// the scripting and the GUI tests.
 class DemoAppRig {
 public:
     DemoAppRig();
@@ -35,6 +38,8 @@ public:
     std::string log() const;
 
     PrivateBus bus;
+    PrivateBus systemBus;
+    std::unique_ptr<BusService> logind;
     QTemporaryDir home;
     LineProcess app;
 };

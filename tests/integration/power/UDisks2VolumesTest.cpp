@@ -1,8 +1,8 @@
 // External volumes from a UDisks2 stand-in on a private system bus, and the
 // fall back to the mount table when no UDisks2 answers.
-#include "BusService.h"
 #include "platform/linux/LinuxVolumeSource.h"
 
+#include "support/BusService.h"
 #include "support/Files.h"
 #include "support/QStringPrinter.h"
 

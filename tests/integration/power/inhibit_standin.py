@@ -4,9 +4,15 @@ private bus. One service per process, chosen by the first argument:
 
   portal         org.freedesktop.portal.Desktop: org.freedesktop.portal.Inhibit,
                  each inhibition a request object closed through
-                 org.freedesktop.portal.Request.Close
+                 org.freedesktop.portal.Request.Close; it answers each request
+                 with Response 0 right after replying, as a working backend does
+  portal-refusing  the same, answering Response 2, as the GTK backend does
+                 outside GNOME for anything but idle
+  portal-silent  the same, never answering, as when the permission store
+                 strips every flag
   screensaver    org.freedesktop.ScreenSaver: Inhibit / UnInhibit (cookies)
-  gnome-session  org.gnome.SessionManager: Inhibit / Uninhibit (cookies)
+  gnome-session  org.gnome.SessionManager: Inhibit / Uninhibit (cookies),
+                 IsInhibited(flags)
 
 org.quillon.Test.Inhibitions() at /org/quillon/Test lists the inhibitions in
 force as (flags, reason); the screen saver's are idle inhibitions (flags 8).
@@ -33,6 +39,10 @@ class Request(dbus.service.Object):
         super().__init__(bus, path)
         self.path = path
 
+    @dbus.service.signal('org.freedesktop.portal.Request', signature='ua{sv}')
+    def Response(self, response, results):
+        pass
+
     @dbus.service.method('org.freedesktop.portal.Request')
     def Close(self):
         live.pop(self.path, None)
@@ -40,6 +50,8 @@ class Request(dbus.service.Object):
 
 
 class Portal(dbus.service.Object):
+    answer = 0  # the Response code; None: never answers
+
     @dbus.service.method('org.freedesktop.portal.Inhibit', in_signature='sua{sv}', out_signature='o',
                          sender_keyword='sender')
     def Inhibit(self, window, flags, options, sender):
@@ -49,8 +61,13 @@ class Portal(dbus.service.Object):
         path = '/org/freedesktop/portal/desktop/request/%s/%s' % (sender[1:].replace('.', '_'), token)
         if path in live:
             raise dbus.exceptions.DBusException('token in use', name='org.freedesktop.portal.Error.Failed')
-        Request(self.connection, path)
-        live[path] = (int(flags), str(options.get('reason', '')))
+        request = Request(self.connection, path)
+        if self.answer == 0:
+            live[path] = (int(flags), str(options.get('reason', '')))
+        if self.answer is not None:
+            # After the reply has gone out, as the portal's frontend does.
+            GLib.idle_add(lambda: request.Response(dbus.UInt32(self.answer), dbus.Dictionary({}, signature='sv'))
+                          and False)
         return dbus.ObjectPath(path)
 
 
@@ -77,9 +94,23 @@ class GnomeSession(dbus.service.Object):
     def Uninhibit(self, cookie):
         live.pop(int(cookie), None)
 
+    @dbus.service.method('org.gnome.SessionManager', in_signature='u', out_signature='b')
+    def IsInhibited(self, flags):
+        return any(held & flags for held, _ in live.values())
+
+
+class RefusingPortal(Portal):
+    answer = 2
+
+
+class SilentPortal(Portal):
+    answer = None
+
 
 SERVICES = {
     'portal': ('org.freedesktop.portal.Desktop', '/org/freedesktop/portal/desktop', Portal),
+    'portal-refusing': ('org.freedesktop.portal.Desktop', '/org/freedesktop/portal/desktop', RefusingPortal),
+    'portal-silent': ('org.freedesktop.portal.Desktop', '/org/freedesktop/portal/desktop', SilentPortal),
     'screensaver': ('org.freedesktop.ScreenSaver', '/org/freedesktop/ScreenSaver', ScreenSaver),
     'gnome-session': ('org.gnome.SessionManager', '/org/gnome/SessionManager', GnomeSession),
 }

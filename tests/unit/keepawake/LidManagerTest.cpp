@@ -5,6 +5,8 @@
 using namespace quillon::test;
 using Level = quillon::platform::ThermalPressure::Level;
 using quillon::app::LidManager;
+using Phase = quillon::app::SleepAssertions::KindState::Phase;
+using Desktop = quillon::platform::LidSwitchOwner::Desktop;
 
 namespace {
 
@@ -56,14 +58,104 @@ TEST_F(LidManagerTest, WatchdogReassertsTheLock)
     EXPECT_EQ(link.count("setLidStayAwake 1"), 3);
 }
 
-TEST_F(LidManagerTest, WithoutAHelperTheRestStillRuns)
+TEST_F(LidManagerTest, WithoutAHelperTheAppHoldsTheLidLockItself)
 {
     link.available = false;
     SetUp();
     lid().setEnabled(true);
     lid().tick();
     EXPECT_TRUE(link.requests.isEmpty());
-    EXPECT_EQ(liveAssertions(), 1);
+    EXPECT_EQ(liveAssertions(), 2);
+    EXPECT_EQ(std::count_if(backend->live.begin(), backend->live.end(),
+                  [](const auto& held) {
+                      return held.second.type == quillon::platform::PowerAssertionType::preventLidSleep;
+                  }),
+        1);
+    EXPECT_EQ(lid().holdState().phase, Phase::inForce);
+    lid().setEnabled(false);
+    EXPECT_EQ(liveAssertions(), 0);
+}
+
+TEST_F(LidManagerTest, ItIsOnlyShownOnOnceTheHelperHoldsTheLock)
+{
+    lid().setEnabled(true);
+    EXPECT_EQ(lid().holdState().phase, Phase::confirming);
+    link.deliver();
+    EXPECT_EQ(lid().holdState().phase, Phase::inForce);
+    EXPECT_EQ(lid().holdState().through, "logind (fan helper)");
+}
+
+TEST_F(LidManagerTest, AHelperThatCannotTakeTheLockSwitchesItOffWithItsReason)
+{
+    link.lidRefusal = "lid-stay-awake refused: org.freedesktop.DBus.Error.AccessDenied: no";
+    lid().setEnabled(true);
+    link.deliver();
+    EXPECT_FALSE(lid().enabled());
+    EXPECT_EQ(lid().holdState().phase, Phase::failed);
+    EXPECT_TRUE(lid().holdState().problem.contains("AccessDenied")) << lid().holdState().problem.toStdString();
+    EXPECT_EQ(liveAssertions(), 0);
+    EXPECT_FALSE(manager->fan()->triggerProfile().has_value());
+
+    // Once the helper can, the next try holds it.
+    link.lidRefusal.clear();
+    lid().setEnabled(true);
+    link.deliver();
+    EXPECT_EQ(lid().holdState().phase, Phase::inForce);
+}
+
+TEST_F(LidManagerTest, APowerManagerThatKeepsTheLidIsNamedWithTheSettingToChange)
+{
+    lidOwner.current = {Desktop::kde, "PowerDevil", false};
+    lid().setEnabled(true);
+    EXPECT_FALSE(lid().enabled());
+    EXPECT_EQ(lid().holdState().phase, Phase::failed);
+    EXPECT_TRUE(lid().holdState().problem.contains("When laptop lid closed"))
+        << lid().holdState().problem.toStdString();
+    EXPECT_EQ(link.count("setLidStayAwake 1"), 0);
+    EXPECT_EQ(lidOwner.handOvers, 0);
+    EXPECT_EQ(liveAssertions(), 0);
+}
+
+TEST_F(LidManagerTest, XfceHandsTheLidBackFirstAndGetsItsSettingBackWhenOff)
+{
+    lidOwner.current = {Desktop::xfce, "xfce4-power-manager", true};
+    lid().setEnabled(true);
+    EXPECT_TRUE(lid().enabled());
+    EXPECT_EQ(lidOwner.handOvers, 1);
+    EXPECT_EQ(lid().holdState().phase, Phase::confirming);
+    EXPECT_EQ(link.count("setLidStayAwake 1"), 0) << "a lock is useless while Xfce still holds the lid";
+
+    lidFor(1, false);
+    EXPECT_EQ(lidOwner.handOvers, 1) << "asked once per switching on";
+    lidOwner.current = {};
+    lidFor(1, false);
+    link.deliver();
+    EXPECT_EQ(lid().holdState().phase, Phase::inForce);
+
+    lid().setEnabled(false);
+    EXPECT_EQ(lidOwner.restores, 1);
+}
+
+TEST_F(LidManagerTest, APowerManagerThatNeverLetsGoIsRefusedAndItsSettingRestored)
+{
+    lidOwner.current = {Desktop::xfce, "xfce4-power-manager", true};
+    lid().setEnabled(true);
+    lidFor(static_cast<int>(LidManager::handOverWait), false);
+    EXPECT_FALSE(lid().enabled());
+    EXPECT_TRUE(lid().holdState().problem.contains("did not hand the lid back"))
+        << lid().holdState().problem.toStdString();
+    EXPECT_EQ(lidOwner.restores, 1);
+    EXPECT_EQ(link.count("setLidStayAwake 1"), 0);
+}
+
+TEST_F(LidManagerTest, APowerManagerTakingTheLidLaterIsCaughtByTheWatchdog)
+{
+    lid().setEnabled(true);
+    link.deliver();
+    lidOwner.current = {Desktop::mate, "mate-power-manager", false};
+    lid().tick();
+    EXPECT_FALSE(lid().enabled());
+    EXPECT_TRUE(lid().holdState().problem.contains("MATE")) << lid().holdState().problem.toStdString();
 }
 
 TEST_F(LidManagerTest, HeatStopsAtOnceFairDoesNothing)

@@ -11,6 +11,8 @@ using quillon::app::SleepAssertions;
 using quillon::platform::PowerAssertionType;
 using quillon::test::FakePowerAssertionBackend;
 using Kind = SleepAssertions::Kind;
+using Phase = SleepAssertions::KindState::Phase;
+using SystemPhase = quillon::platform::PowerAssertionState::Phase;
 
 namespace {
 
@@ -76,13 +78,41 @@ TEST_F(SleepAssertionsTest, ARefusedStartReportsFalseAndLeavesNothingHeld)
     backend->refuse = true;
     EXPECT_FALSE(owner.start(Kind::system));
     EXPECT_FALSE(owner.isHeld(Kind::system));
+    EXPECT_EQ(owner.state(Kind::system).phase, Phase::failed);
+    EXPECT_EQ(owner.state(Kind::system).problem, "nothing here");
     owner.stopAll();
     EXPECT_TRUE(backend->released.empty());
+    EXPECT_EQ(owner.state(Kind::system).phase, Phase::off) << "stopping forgets the refusal";
 
-    // No memory of the refusal: the next start asks again.
+    // The next start asks again.
     backend->refuse = false;
     EXPECT_TRUE(owner.start(Kind::system));
     EXPECT_EQ(backend->createCalls, 2);
+    EXPECT_EQ(owner.state(Kind::system).phase, Phase::inForce);
+}
+
+TEST_F(SleepAssertionsTest, AnAssertionTheSystemDropsLaterIsLetGoAndShownFailed)
+{
+    backend->confirmLater = true;
+    SleepAssertions owner(backend);
+    SleepAssertions other(backend);
+    int changes = 0;
+    QObject::connect(&owner, &SleepAssertions::stateChanged, [&] { ++changes; });
+    ASSERT_TRUE(owner.start(Kind::system));
+    ASSERT_TRUE(other.start(Kind::system));
+    EXPECT_EQ(owner.state(Kind::system).phase, Phase::confirming);
+    EXPECT_TRUE(owner.holding(Kind::system));
+
+    const auto id = owner.ids().at(Kind::system);
+    backend->settle(id, SystemPhase::failed, "the portal never answered");
+    EXPECT_FALSE(owner.holding(Kind::system));
+    EXPECT_EQ(owner.state(Kind::system).problem, "the portal never answered");
+    EXPECT_EQ(backend->released, std::vector{id});
+    // Another owner's assertion of the same kind is not touched.
+    EXPECT_EQ(other.state(Kind::system).phase, Phase::confirming);
+    backend->settle(other.ids().at(Kind::system), SystemPhase::inForce);
+    EXPECT_EQ(other.state(Kind::system).phase, Phase::inForce);
+    EXPECT_EQ(changes, 2) << "started, then failed; the other owner's news is not ours";
 }
 
 TEST_F(SleepAssertionsTest, TwoOwnersOfOneKindHoldTwoAssertionsAndLetGoIndependently)

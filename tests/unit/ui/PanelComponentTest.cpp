@@ -144,6 +144,46 @@ TEST_F(PanelComponentTest, KeepAwakeShowsItsCountdownAndEnd)
     EXPECT_EQ(text("awakeSummary"), "Aus");
 }
 
+// A kind nothing holds is shown off with the reason, and the head does not
+// claim the computer is kept awake; one being confirmed or in force says
+// through what.
+TEST_F(PanelComponentTest, KeepAwakeShowsWhatHoldsEachKindAndWhyNot)
+{
+    backend->refuse = true;
+    views->awake().stayAwakeFor(3600);
+    EXPECT_EQ(texts("statusLine"), QStringList{"Keep-awake is not in force: nothing here"});
+    EXPECT_EQ(text("awakeSummary"), "Not in force");
+    EXPECT_EQ(item("kind_system")->property("checked"), false);
+    EXPECT_EQ(text("kindNote_system"), "Not in force: nothing here");
+    EXPECT_FALSE(shown("kindNote_network"));
+
+    backend->refuse = false;
+    backend->confirmLater = true;
+    views->awake().toggleKind("network");
+    EXPECT_EQ(item("kind_network")->property("checked"), true);
+    EXPECT_EQ(text("kindNote_network"), "Checking that fake holds it…");
+    backend->settle(
+        manager->assertions().ids().at(Kind::network), quillon::platform::PowerAssertionState::Phase::inForce);
+    EXPECT_EQ(text("kindNote_network"), "In force through fake");
+    EXPECT_EQ(texts("statusLine"), QStringList{"Awake · 1:00:00 left"});
+    speak("de");
+    EXPECT_EQ(text("kindNote_network"), "Aktiv über fake");
+    EXPECT_EQ(text("kindNote_system"), "Nicht aktiv: nothing here");
+}
+
+// A lid lock the helper cannot take leaves the switch off, with the reason.
+TEST_F(PanelComponentTest, ClosedLidRefusedByTheHelperIsShownOffWithTheReason)
+{
+    link.lidRefusal = "lid-stay-awake refused: no logind";
+    flip("lidSwitch");
+    link.deliver();
+    EXPECT_FALSE(manager->lid()->enabled());
+    EXPECT_EQ(item("lidSwitch")->property("checked"), false);
+    EXPECT_EQ(text("lidSummary"), "Off");
+    EXPECT_EQ(
+        text("lidNote"), "Not in force: The fan helper could not take the lid lock: lid-stay-awake refused: no logind");
+}
+
 // The custom end starts 12 hours ahead; a picked end starts a session until then.
 TEST_F(PanelComponentTest, TheCustomPickerStartsASessionUntilItsEnd)
 {
@@ -314,7 +354,7 @@ TEST_F(PanelComponentTest, ClosedLidShowsWhyItStopped)
     speak("de");
     EXPECT_EQ(text("lidSummary"), "Aus");
     manager->lid()->setEnabled(true);
-    EXPECT_FALSE(shown("lidNote"));
+    EXPECT_EQ(text("lidNote"), "Wird geprüft, ob logind (Lüfter-Helper) es hält …");
     EXPECT_EQ(text("lidSummary"), "An — bleibt zugeklappt wach");
     EXPECT_EQ(text("triggerNote"), "Aktiv: Ausgewogen, angefordert von Zugeklappt oder Automatik");
 }

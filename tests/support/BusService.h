@@ -13,11 +13,13 @@ namespace quillon::test {
 // stopped when this object goes.
 class BusService {
 public:
-    // Starts program and waits until it owns name; started() says whether it did.
-    BusService(const QString& program, const QStringList& args, PrivateBus& bus, const QString& name)
+    // Starts program and waits until it owns name; started() says whether it
+    // did. Its system bus is systemAddress, or bus when empty.
+    BusService(const QString& program, const QStringList& args, PrivateBus& bus, const QString& name,
+        const QString& systemAddress = {})
     {
-        m_process.setProcessEnvironment(ChildProcess::environment(
-            {"DBUS_SESSION_BUS_ADDRESS=" + bus.address(), "DBUS_SYSTEM_BUS_ADDRESS=" + bus.address()}));
+        m_process.setProcessEnvironment(ChildProcess::environment({"DBUS_SESSION_BUS_ADDRESS=" + bus.address(),
+            "DBUS_SYSTEM_BUS_ADDRESS=" + (systemAddress.isEmpty() ? bus.address() : systemAddress)}));
         m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
         m_process.start(program, args);
         const auto served = [&] {

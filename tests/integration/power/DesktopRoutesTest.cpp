@@ -1,0 +1,131 @@
+// Which route holds each kind on each desktop, and that it counts only once
+// the desktop confirms it: KDE (PowerDevil), Xfce (its power manager), GNOME
+// (the session), wlroots compositors and bare sessions (logind), and a
+// sandbox (the portal alone). The desktops are stand-ins (desktop_standin.py,
+// inhibit_standin.py); logind is python3-dbusmock's.
+#include "InhibitBusFixture.h"
+
+using quillon::app::SleepAssertions;
+using quillon::test::displayReason;
+using quillon::test::Inhibition;
+using quillon::test::LogindLock;
+using quillon::test::systemReason;
+using quillon::test::waitUntil;
+using Kind = SleepAssertions::Kind;
+using Phase = SleepAssertions::KindState::Phase;
+
+namespace {
+
+using DesktopRoutesTest = quillon::test::InhibitBusFixture;
+
+TEST_F(DesktopRoutesTest, KdeCountsOnlyOncePowerDevilHasAppliedIt)
+{
+    startLogind();
+    startStandIn("portal", "org.freedesktop.portal.Desktop");
+    startDesktop("kde", "org.kde.Solid.PowerManagement", 0.2);
+
+    SleepAssertions owner(backend);
+    ASSERT_TRUE(owner.start(Kind::system));
+    ASSERT_TRUE(owner.start(Kind::display));
+    // PowerDevil applies it late: until then it is not shown as in force.
+    EXPECT_EQ(owner.state(Kind::system).phase, Phase::confirming);
+    EXPECT_EQ(settled(owner, Kind::system).phase, Phase::inForce);
+    EXPECT_EQ(owner.state(Kind::system).through, "PowerDevil (KDE)");
+    EXPECT_EQ(settled(owner, Kind::display).phase, Phase::inForce);
+    // Idle sleep (1) and the screen (4), each as its own inhibition.
+    EXPECT_EQ(held("org.kde.Solid.PowerManagement"), (QList<Inhibition>{{1, systemReason}, {4, displayReason}}));
+    EXPECT_TRUE(logindLocks().size() == 1) << "only PowerDevil's own lid lock";
+    EXPECT_TRUE(held("org.freedesktop.portal.Desktop").isEmpty());
+
+    owner.stopAll();
+    EXPECT_TRUE(waitUntil([&] { return held("org.kde.Solid.PowerManagement").isEmpty(); }));
+}
+
+TEST_F(DesktopRoutesTest, APowerManagerThatNeverConfirmsIsLeftForTheNextRoute)
+{
+    startLogind();
+    // Accepts everything and applies nothing within the wait.
+    startDesktop("kde", "org.kde.Solid.PowerManagement", 60);
+
+    SleepAssertions owner(backend);
+    ASSERT_TRUE(owner.start(Kind::system));
+    const auto state = settled(owner, Kind::system);
+    EXPECT_EQ(state.phase, Phase::inForce);
+    EXPECT_EQ(state.through, "logind");
+    EXPECT_TRUE(waitUntil([&] {
+        return logindLocks().contains(LogindLock{"idle:sleep", "Quillon", systemReason, "block"});
+    }));
+    // Its unconfirmed inhibition was handed back, not left behind.
+    EXPECT_TRUE(waitUntil([&] { return held("org.kde.Solid.PowerManagement").isEmpty(); }));
+}
+
+TEST_F(DesktopRoutesTest, XfceHoldsBothKindsThroughItsPowerManager)
+{
+    startLogind();
+    startDesktop("xfce", "org.freedesktop.PowerManagement");
+
+    SleepAssertions owner(backend);
+    ASSERT_TRUE(owner.start(Kind::system));
+    ASSERT_TRUE(owner.start(Kind::display));
+    EXPECT_EQ(settled(owner, Kind::system).through, "PowerManagement (Xfce)");
+    EXPECT_EQ(settled(owner, Kind::display).phase, Phase::inForce);
+    EXPECT_EQ(held("org.freedesktop.PowerManagement").size(), 2);
+
+    owner.stop(Kind::system);
+    EXPECT_TRUE(waitUntil([&] { return held("org.freedesktop.PowerManagement").size() == 1; }));
+    owner.stopAll();
+    EXPECT_TRUE(waitUntil([&] { return held("org.freedesktop.PowerManagement").isEmpty(); }));
+}
+
+TEST_F(DesktopRoutesTest, WithOnlyLogindTheDisplayIsAnIdleLockThatIdleDaemonsWatch)
+{
+    // wlroots compositors with swayidle, and bare sessions: logind alone.
+    startLogind();
+    SleepAssertions owner(backend);
+    ASSERT_TRUE(owner.start(Kind::display));
+    EXPECT_EQ(settled(owner, Kind::display).through, "logind");
+    EXPECT_EQ(logindLocks(), QList<LogindLock>({{"idle", "Quillon", displayReason, "block"}}));
+    owner.stopAll();
+    EXPECT_TRUE(logindHolds(0));
+}
+
+TEST_F(DesktopRoutesTest, APortalReplyAloneProvesNothing)
+{
+    // The portal's backend refuses (GTK's outside GNOME): not in force, with the reason.
+    {
+        startStandIn("portal-refusing", "org.freedesktop.portal.Desktop");
+        SleepAssertions owner(backend);
+        ASSERT_TRUE(owner.start(Kind::system));
+        const auto state = settled(owner, Kind::system);
+        EXPECT_EQ(state.phase, Phase::failed);
+        EXPECT_TRUE(state.problem.contains("could not inhibit")) << state.problem.toStdString();
+        EXPECT_FALSE(owner.holding(Kind::system));
+        EXPECT_FALSE(owner.isHeld(Kind::system));
+        services.clear();
+    }
+    // The portal never answers (the permission store dropped it): the same, after the wait.
+    startStandIn("portal-silent", "org.freedesktop.portal.Desktop");
+    SleepAssertions owner(backend);
+    ASSERT_TRUE(owner.start(Kind::display));
+    EXPECT_EQ(owner.state(Kind::display).phase, Phase::confirming);
+    const auto state = settled(owner, Kind::display);
+    EXPECT_EQ(state.phase, Phase::failed);
+    EXPECT_TRUE(state.problem.contains("never answered")) << state.problem.toStdString();
+}
+
+TEST_F(DesktopRoutesTest, OtherInhibitorsListEveryoneButUs)
+{
+    startLogind();
+    startDesktop("xfce", "org.freedesktop.PowerManagement");
+    SleepAssertions owner(backend);
+    ASSERT_TRUE(owner.start(Kind::display));
+    const auto lid = backend->create(quillon::platform::PowerAssertionType::preventLidSleep, "lid");
+    ASSERT_TRUE(lid);
+    ASSERT_TRUE(logindHolds(2));
+    EXPECT_EQ(backend->otherInhibitors(),
+        QStringList{
+            "xfce4-power-manager: xfce4-power-manager handles power events (handle-power-key:handle-lid-switch)"});
+    backend->release(*lid);
+}
+
+} // namespace

@@ -1,0 +1,126 @@
+#pragma once
+
+// The Linux power assertions against real D-Bus services on private buses:
+// python3-dbusmock's logind on the "system" bus, stand-ins for the desktop
+// services on the session bus (inhibit_standin.py, desktop_standin.py).
+#include "app/power/SleepAssertions.h"
+#include "platform/linux/LinuxPowerAssertions.h"
+
+#include "support/BusService.h"
+#include "support/QStringPrinter.h"
+
+#include <QDBusArgument>
+#include <QDBusMessage>
+#include <gtest/gtest.h>
+
+namespace quillon::test {
+
+using app::SleepAssertions;
+using platform::linux_::LinuxPowerAssertions;
+
+inline const QString systemReason = "SleepTimer: prevent system sleep";
+inline const QString displayReason = "SleepTimer: prevent display sleep";
+
+// (flags, reason), as the stand-ins list what they hold.
+using Inhibition = QPair<quint32, QString>;
+// (what, who, why, mode), as logind lists its locks.
+using LogindLock = QStringList;
+
+class InhibitBusFixture : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        ASSERT_TRUE(sessionBus.connection().isConnected());
+        ASSERT_TRUE(systemBus.connection().isConnected());
+        backend = std::make_shared<LinuxPowerAssertions>(sessionBus.connection(), systemBus.connection(), timing);
+    }
+
+    void startLogind()
+    {
+        services.push_back(std::make_unique<BusService>(QUILLON_PYTHON,
+            QStringList{"-m", "dbusmock", "--template", "logind"}, systemBus, "org.freedesktop.login1"));
+        ASSERT_TRUE(services.back()->started());
+    }
+    BusService& startStandIn(const QString& kind, const QString& name)
+    {
+        return startScript(QUILLON_INHIBIT_STANDIN, {kind}, name);
+    }
+    // A desktop power manager's stand-in ("kde" settling after settleS seconds, or "xfce").
+    BusService& startDesktop(const QString& desktop, const QString& lastName, double settleS = 0.2)
+    {
+        return startScript(QUILLON_DESKTOP_STANDIN, {desktop, QString::number(settleS)}, lastName);
+    }
+    BusService& startScript(const QString& script, const QStringList& args, const QString& name)
+    {
+        services.push_back(std::make_unique<BusService>(
+            QUILLON_PYTHON, QStringList{script} + args, sessionBus, name, systemBus.address()));
+        EXPECT_TRUE(services.back()->started()) << args.join(' ').toStdString();
+        return *services.back();
+    }
+    // Waits until the kind has settled (in force or failed) and returns its state.
+    SleepAssertions::KindState settled(const SleepAssertions& owner, SleepAssertions::Kind kind)
+    {
+        waitUntil([&] { return owner.state(kind).phase != SleepAssertions::KindState::Phase::confirming; });
+        return owner.state(kind);
+    }
+
+    // What a stand-in holds now, in the order taken.
+    QList<Inhibition> held(const QString& service)
+    {
+        const QDBusMessage reply = sessionBus.connection().call(
+            QDBusMessage::createMethodCall(service, "/org/quillon/Test", "org.quillon.Test", "Inhibitions"));
+        QList<Inhibition> list;
+        const auto array = reply.arguments().value(0).value<QDBusArgument>();
+        array.beginArray();
+        while (!array.atEnd()) {
+            Inhibition i;
+            array.beginStructure();
+            array >> i.first >> i.second;
+            array.endStructure();
+            list << i;
+        }
+        array.endArray();
+        return list;
+    }
+    QList<LogindLock> logindLocks()
+    {
+        const QDBusMessage reply = systemBus.connection().call(QDBusMessage::createMethodCall(
+            "org.freedesktop.login1", "/org/freedesktop/login1", "org.freedesktop.login1.Manager", "ListInhibitors"));
+        QList<LogindLock> list;
+        const auto array = reply.arguments().value(0).value<QDBusArgument>();
+        array.beginArray();
+        while (!array.atEnd()) {
+            QString what, who, why, mode;
+            quint32 uid = 0;
+            quint32 pid = 0;
+            array.beginStructure();
+            array >> what >> who >> why >> mode >> uid >> pid;
+            array.endStructure();
+            list << LogindLock{what, who, why, mode};
+        }
+        array.endArray();
+        return list;
+    }
+    // The stand-ins and logind notice a release asynchronously (a closed
+    // descriptor, a message from another connection): wait for it.
+    ::testing::AssertionResult portalHolds(const QList<Inhibition>& expected)
+    {
+        if (waitUntil([&] { return held("org.freedesktop.portal.Desktop") == expected; }))
+            return ::testing::AssertionSuccess();
+        return ::testing::AssertionFailure()
+            << "the portal holds " << ::testing::PrintToString(held("org.freedesktop.portal.Desktop"));
+    }
+    bool logindHolds(qsizetype count)
+    {
+        return waitUntil([&] { return logindLocks().size() == count; });
+    }
+
+    // Short waits: the stand-ins answer at once or after their own short delay.
+    platform::linux_::LinuxPowerAssertions::Timing timing{600, 400};
+    PrivateBus sessionBus;
+    PrivateBus systemBus;
+    std::vector<std::unique_ptr<BusService>> services;
+    std::shared_ptr<platform::linux_::LinuxPowerAssertions> backend;
+};
+
+} // namespace quillon::test
