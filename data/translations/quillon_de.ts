@@ -265,6 +265,10 @@
         <translation>Noch nicht zurückgegeben — Lüfter auf voller Drehzahl, neuer Versuch läuft</translation>
     </message>
     <message>
+        <source>Fan control unavailable on this computer: %1</source>
+        <translation>Lüftersteuerung auf diesem Computer nicht verfügbar: %1</translation>
+    </message>
+    <message>
         <source>Paused for safety: %1</source>
         <translation>Zur Sicherheit pausiert: %1</translation>
     </message>

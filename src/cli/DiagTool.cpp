@@ -48,12 +48,14 @@ int DiagTool::run(ToolContext& context, Mode mode)
     out << "running as root: " << TextFormat::boolText(context.runningAsRoot) << '\n';
     if (const std::uint32_t rc = context.smc.open(); rc != smc::SmcStatus::kSuccess) {
         out << "csmc_open failed: " << TextFormat::status(rc) << '\n';
+        out << TextFormat::fanControlLine(context.smc.fanControlUnavailable());
         out << "SMC service not reachable. Aborting.\n";
         return ExitStatus::failed;
     }
     bool ok = false;
     const int fanCount = context.smc.readU8("FNum", &ok);
     out << "FNum (fan count) = " << fanCount << "  ok=" << TextFormat::boolText(ok) << '\n';
+    out << TextFormat::fanControlLine(context.smc.fanControlUnavailable());
     printFanKeys(context, fanCount);
 
     DiagWriteTests writeTests(context);

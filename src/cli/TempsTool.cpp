@@ -3,6 +3,7 @@
 #include "TextFormat.h"
 
 #include "core/ThermalCurve.h"
+#include "daemon/SensorKeyRule.h"
 #include "daemon/TempKeyDiscovery.h"
 #include "smc/SmcCodes.h"
 
@@ -10,9 +11,9 @@ namespace quillon::cli {
 
 namespace {
 
-const char* groupOf(const std::string& key)
+const char* groupOf(smc::SmcGeneration generation, const std::string& key)
 {
-    if (key.starts_with("Tg"))
+    if (daemon::SensorKeyRule::isGpuKey(generation, key))
         return "GPU";
     if (key.starts_with("Te"))
         return "E-Core";
@@ -26,14 +27,16 @@ int TempsTool::run(ToolContext& context)
     using core::ThermalCurve;
     if (const std::uint32_t rc = context.smc.open(); rc != smc::SmcStatus::kSuccess) {
         context.out << "csmc_open failed: " << TextFormat::status(rc) << '\n';
+        context.out << TextFormat::fanControlLine(context.smc.fanControlUnavailable());
         return ExitStatus::failed;
     }
     context.out << "=== Safety-Sensoren (CPU-Kerne + GPU) ===\n";
+    context.out << TextFormat::fanControlLine(context.smc.fanControlUnavailable());
     const auto readings = daemon::TempKeyDiscovery::discover(context.smc, daemon::TempKeyDiscovery::Rule::safety);
     const daemon::TempKeyDiscovery::Reading* hottest = nullptr;
     for (const auto& reading : readings) {
-        context.out << TextFormat::format(
-            "  %s  %5.1f°C   [%s]\n", reading.key.c_str(), reading.celsius, groupOf(reading.key));
+        context.out << TextFormat::format("  %s  %5.1f°C   [%s]\n", reading.key.c_str(), reading.celsius,
+            groupOf(context.smc.generation(), reading.key));
         // Strictly greater: the first of equally hot sensors stays the hottest.
         if (!hottest || reading.celsius > hottest->celsius)
             hottest = &reading;

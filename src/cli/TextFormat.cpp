@@ -36,4 +36,9 @@ std::string TextFormat::status(std::uint32_t code)
     return code == 0 ? "0" : format("0x%x", code);
 }
 
+std::string TextFormat::fanControlLine(const std::string& reason)
+{
+    return reason.empty() ? std::string() : "fan control unavailable on this computer: " + reason + "\n";
+}
+
 } // namespace quillon::cli

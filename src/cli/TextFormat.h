@@ -17,6 +17,9 @@ public:
     // A csmc status: "0", or the code in hex ("0x84", "0xffffffff").
     static std::string status(std::uint32_t code);
     static const char* boolText(bool value) { return value ? "true" : "false"; }
+    // "fan control unavailable on this computer: <reason>" and a newline, or
+    // "" when reason is empty.
+    static std::string fanControlLine(const std::string& reason);
 };
 
 } // namespace quillon::cli

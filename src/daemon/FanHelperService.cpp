@@ -2,6 +2,7 @@
 
 #include "FirmwareHandback.h"
 #include "LogLine.h"
+#include "SensorKeyRule.h"
 #include "TempKeyDiscovery.h"
 
 #include "core/FanFloor.h"
@@ -37,16 +38,16 @@ constexpr double kOverrideMarginPercent = 1.0;
 // An unverified release logs again after this many further retries.
 constexpr int kPendingLogEveryRetries = 30;
 // Fan speeds outside this range only come from a broken SMC.
-constexpr float kMaxPlausibleRpm = 100000.0f;
+constexpr double kMaxPlausibleRpm = 100000.0;
 
-// An rpm reading as a whole number, toward zero. NaN and negative readings
-// count as 0 and absurdly high ones as kMaxPlausibleRpm, so that no reading
-// can overflow the target arithmetic.
-int wholeRpm(float rpm)
+// An rpm reading as a whole number, toward zero. Failed, NaN and negative
+// readings count as 0 and absurdly high ones as kMaxPlausibleRpm, so that no
+// reading can overflow the target arithmetic.
+int wholeRpm(std::optional<double> rpm)
 {
-    if (!(rpm > 0.0f))
+    if (!rpm || !(*rpm > 0.0))
         return 0;
-    return static_cast<int>(std::min(rpm, kMaxPlausibleRpm));
+    return static_cast<int>(std::min(*rpm, kMaxPlausibleRpm));
 }
 
 struct SensorReadings {
@@ -60,9 +61,11 @@ SensorReadings readAll(smc::SmcConnection& smc, const std::vector<std::string>& 
 {
     SensorReadings readings;
     for (const std::string& key : keys) {
-        bool ok = false;
-        const double celsius = smc.readFlt(key, &ok);
-        if (ok && celsius > lowC && celsius < highC) {
+        const std::optional<double> value = smc.readNumber(key);
+        if (!value)
+            continue;
+        const double celsius = *value;
+        if (celsius > lowC && celsius < highC) {
             readings.hottest = readings.count == 0 ? celsius : std::max(readings.hottest, celsius);
             readings.sum += celsius;
             ++readings.count;
@@ -89,6 +92,16 @@ const SafetyReleaseNames& namesOf(FanHelperService::SafetyRelease release)
     return kSafetyReleaseNames[static_cast<std::size_t>(release)];
 }
 
+std::string whyFanControlIsUnavailable(smc::SmcConnection& smc, int fanCount)
+{
+    std::string reason = smc.fanControlUnavailable();
+    if (reason.empty() && smc.open() != 0)
+        reason = "no SMC found";
+    if (reason.empty() && fanCount == 0)
+        reason = "the SMC reports no fans";
+    return reason;
+}
+
 FanKeys openAndFindFans(smc::SmcConnection& smc, DaemonLog& log)
 {
     if (const std::uint32_t rc = smc.open(); rc != 0) {
@@ -113,12 +126,20 @@ FanHelperService::FanHelperService(const Environment& environment)
     , m_lastContact(m_clock.now())
 {
     for (int n = 0; n < m_fans.count(); ++n)
-        m_ranges.push_back({wholeRpm(m_smc.readFlt(m_fans[n].minimum)), wholeRpm(m_smc.readFlt(m_fans[n].maximum))});
+        m_ranges.push_back(
+            {wholeRpm(m_smc.readNumber(m_fans[n].minimum)), wholeRpm(m_smc.readNumber(m_fans[n].maximum))});
 
     m_cpuTempKeys = TempKeyDiscovery::keys(m_smc, TempKeyDiscovery::Rule::cpuOnly);
     m_safetyTempKeys = TempKeyDiscovery::keys(m_smc, TempKeyDiscovery::Rule::safety);
     std::copy_if(m_safetyTempKeys.begin(), m_safetyTempKeys.end(), std::back_inserter(m_gpuTempKeys),
-        [](const std::string& key) { return key.starts_with("Tg"); });
+        [generation = m_smc.generation()](const std::string& key) { return SensorKeyRule::isGpuKey(generation, key); });
+    m_fanControlUnavailable = whyFanControlIsUnavailable(m_smc, m_fans.count());
+    if (!m_fanControlUnavailable.empty()) {
+        log(Severity::warning,
+            LogLine("Quillon daemon: fan control unavailable on this computer: ")
+                .append(m_fanControlUnavailable)
+                .text());
+    }
     log(Severity::notice,
         LogLine()
             .appendf("Quillon daemon: opened SMC, %d fans, %zu CPU keys, %zu safety keys, %zu GPU keys", m_fans.count(),
@@ -168,6 +189,7 @@ FanStatus FanHelperService::status()
     status.gpuTemp = readings.gpuTemp;
     status.releasePending = m_releasePending;
     status.safetyRelease = rawValue(m_safetyRelease);
+    status.fanControlUnavailable = m_fanControlUnavailable;
     if (m_safetyClearSince)
         status.safetyClearSeconds = std::chrono::duration<double>(m_clock.now() - *m_safetyClearSince).count();
     return status;
@@ -183,8 +205,8 @@ const FanHelperService::Readings& FanHelperService::freshReadings()
     for (int n = 0; n < m_fans.count(); ++n) {
         const FanKeys::Fan& keys = m_fans[n];
         const FanRange& range = m_ranges[static_cast<std::size_t>(n)];
-        m_readings.fans.push_back({n, wholeRpm(m_smc.readFlt(keys.actual)), range.minRPM, range.maxRPM,
-            wholeRpm(m_smc.readFlt(keys.target)), m_smc.readU8(keys.reportedMode)});
+        m_readings.fans.push_back({n, wholeRpm(m_smc.readNumber(keys.actual)), range.minRPM, range.maxRPM,
+            wholeRpm(m_smc.readNumber(keys.target)), m_smc.readU8(keys.reportedMode)});
     }
     m_readings.cpuTemp.reset();
     m_readings.cpuTempMax.reset();
@@ -220,6 +242,8 @@ FanHelperService::Reply FanHelperService::setFanFloor(double percent)
         return {false, "refused: the fan floor must be a finite percentage"};
     if (*floor == 0)
         return stopLoopAndRestore() ? Reply{true, "boost off"} : pendingReleaseReply();
+    if (!m_fanControlUnavailable.empty())
+        return {false, "refused: fan control unavailable on this computer: " + m_fanControlUnavailable};
 
     // A new floor supersedes a hand-back still being retried.
     m_releasePending = false;
@@ -320,7 +344,7 @@ void FanHelperService::applyOnce()
         const int span = std::max(range.maxRPM - range.minRPM, 0);
         const int target = range.minRPM + static_cast<int>(effective * span / 100.0);
         const std::uint32_t modeStatus = m_smc.writeU8(m_fans[n].mode, 1);
-        const std::uint32_t targetStatus = m_smc.writeFlt(m_fans[n].target, static_cast<float>(target));
+        const std::uint32_t targetStatus = m_smc.writeNumber(m_fans[n].target, target);
         if (line) {
             line->appendf("%sF%d:Md=%d,Tg=%d/%d", n == 0 ? "" : " ", n, static_cast<int>(modeStatus), target,
                 static_cast<int>(targetStatus));
@@ -356,6 +380,20 @@ bool FanHelperService::emergencyRelease()
         runDisableSleep(false);
     }
     return verified;
+}
+
+void FanHelperService::noteResume()
+{
+    m_readingsAt.reset();
+    checkWatchdog();
+    if (!m_isBoosted)
+        return;
+    // Readings from before the sleep say nothing about now: the next tick
+    // starts the smoothing over and reads the sensors first.
+    m_safetyTempHistory.clear();
+    m_applyTickCount = 0;
+    m_lastTickAt.reset();
+    log(Severity::notice, "Quillon daemon: resumed from sleep — re-applying the floor on the next tick");
 }
 
 void FanHelperService::startLoopIfNeeded()
@@ -437,7 +475,7 @@ void FanHelperService::retryPendingRelease()
 void FanHelperService::holdAtFullSpeed()
 {
     for (int n = 0; n < m_fans.count(); ++n)
-        m_smc.writeFlt(m_fans[n].target, static_cast<float>(m_ranges[static_cast<std::size_t>(n)].maxRPM));
+        m_smc.writeNumber(m_fans[n].target, m_ranges[static_cast<std::size_t>(n)].maxRPM);
 }
 
 void FanHelperService::runDisableSleep(bool on)

@@ -95,11 +95,10 @@ public:
     FanStatus status();
     // percent is normalized as core::FanFloor does (0..100, below 1 % = 0);
     // 0 hands the fans back. Non-finite values are refused and change
-    // nothing. A floor above 0 starts the loop and applies at once, unless a
-    // tick ran less than one loop interval ago: then the loop's next tick
-    // applies it, so a burst of requests cannot write the SMC faster than the
-    // loop does. Answers false when the floor is not in force afterwards (the
-    // tick let go for safety, or the hand-back of a 0 is still unverified).
+    // nothing, and so is any floor above 0 while fan control is unavailable. A floor above 0 starts the loop and
+    // applies at once, unless a tick ran less than one loop interval ago: then the loop's next tick applies it, so a
+    // burst of requests cannot write the SMC faster than the loop does. Answers false when the floor is not in force
+    // afterwards (the tick let go for safety, or the hand-back of a 0 is still unverified).
     Reply setFanFloor(double percent);
     // Answers false while the hand-back is not verified (it goes on retrying).
     Reply stopBoost();
@@ -115,6 +114,11 @@ public:
     // The termination path: fans back to the firmware, lid lock dropped.
     // Whether the hand-back was verified.
     bool emergencyRelease();
+    // The machine woke from suspend, which on Macs running Linux drops the
+    // fans back to firmware control. An app silent for too long loses its
+    // boost now; otherwise the next tick re-applies the floor from fresh
+    // readings.
+    void noteResume();
 
     double floorPercent() const { return m_floorPercent; }
     bool isBoosted() const { return m_isBoosted; }
@@ -123,6 +127,9 @@ public:
     bool lidStayAwake() const { return m_lidStayAwake; }
     int fanCount() const { return m_fans.count(); }
     const std::vector<std::string>& safetyTempKeys() const { return m_safetyTempKeys; }
+    // Why no floor can be set on this machine (no SMC, no fans, a driver
+    // that does not allow fan writes); "" when fans can be controlled.
+    const std::string& fanControlUnavailable() const { return m_fanControlUnavailable; }
 
 private:
     struct FanRange {
@@ -170,6 +177,7 @@ private:
     std::vector<std::string> m_cpuTempKeys;
     std::vector<std::string> m_safetyTempKeys;
     std::vector<std::string> m_gpuTempKeys;
+    std::string m_fanControlUnavailable;
 
     double m_floorPercent = 0;
     bool m_isBoosted = false;

@@ -36,6 +36,8 @@ struct FanStatus {
     // it persists).
     std::string safetyRelease;
     double safetyClearSeconds = 0;
+    // Why the fans cannot be controlled on this machine, "" when they can.
+    std::string fanControlUnavailable;
     std::optional<double> cpuTemp;    // average of the CPU keys, when any reads
     std::optional<double> cpuTempMax; // hottest CPU key, when any reads
     std::optional<double> gpuTemp;    // average of the GPU keys, when any reads

@@ -30,7 +30,7 @@ int FirmwareHandback::run()
 bool FirmwareHandback::attempt()
 {
     for (int n = 0; n < m_fans.count(); ++n) {
-        m_smc.writeFlt(m_fans[n].target, 0.0f);
+        m_smc.writeNumber(m_fans[n].target, 0);
         m_smc.writeU8(m_fans[n].mode, 0);
     }
     m_smc.writeU8(FanKeys::kForceTest, 0);

@@ -7,6 +7,7 @@
 #include "HelperNames.h"
 #include "LogLine.h"
 #include "LogindLidLock.h"
+#include "LogindSleepWatch.h"
 #include "PolkitDBusAuthority.h"
 #include "QtTickTimer.h"
 #include "StatusPayload.h"
@@ -66,6 +67,15 @@ int HelperDaemon::run(int argc, char** argv)
     QtTickTimer watchdogTimer;
     FanHelperService service({smc::SmcConnection::processWide(), lidLock, loopTimer, watchdogTimer, clock, log});
     loopTimer.setHandler([&service] { service.applyOnce(); });
+    LogindSleepWatch sleepWatch(QDBusConnection::systemBus(), [&](bool goingToSleep) {
+        if (goingToSleep)
+            log.write(Severity::notice, "Quillon daemon: the machine is going to sleep");
+        else
+            service.noteResume();
+    });
+    if (!sleepWatch.watching())
+        logLine(
+            log, Severity::warning, QStringLiteral("cannot follow logind's sleep signal; no re-apply after resume"));
 
     QString error;
     const std::optional<HelperBus::Setting> setting = HelperBus::fromEnvironment(error);

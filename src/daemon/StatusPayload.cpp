@@ -25,7 +25,8 @@ QVariantMap StatusPayload::toVariantMap(const FanStatus& status)
         {QStringLiteral("lidStayAwake"), status.lidStayAwake},
         {QStringLiteral("releasePending"), status.releasePending},
         {QStringLiteral("safetyRelease"), QString::fromStdString(status.safetyRelease)},
-        {QStringLiteral("safetyClearSeconds"), status.safetyClearSeconds}};
+        {QStringLiteral("safetyClearSeconds"), status.safetyClearSeconds},
+        {QStringLiteral("fanControlUnavailable"), QString::fromStdString(status.fanControlUnavailable)}};
     if (status.cpuTemp)
         payload.insert(QStringLiteral("cpuTemp"), *status.cpuTemp);
     if (status.cpuTempMax)

@@ -10,7 +10,8 @@ namespace quillon::daemon {
 // The status as it travels over D-Bus (a{sv}): "fans" as aa{sv} with
 // "index", "currentRPM", "minRPM", "maxRPM", "targetRPM", "mode" (int32);
 // "floorPercent", "effectivePercent" (double); "isBoosted",
-// "thermalOverride", "lidStayAwake" (bool); "tempSensorCount" (int32); and
+// "thermalOverride", "lidStayAwake" (bool); "tempSensorCount" (int32);
+// "fanControlUnavailable" (string, "" when the fans can be controlled); and
 // "cpuTemp", "cpuTempMax", "gpuTemp" (double) only when there is a reading.
 class StatusPayload {
 public:

@@ -1,7 +1,7 @@
 #include "TempKeyDiscovery.h"
 
-#include "core/ThermalCurve.h"
-#include "smc/FourCC.h"
+#include "SensorKeyRule.h"
+
 #include "smc/SmcCodes.h"
 
 #include <string_view>
@@ -13,11 +13,11 @@ namespace {
 constexpr double kPlausibleLowC = 5.0;
 constexpr double kPlausibleHighC = 120.0;
 
-bool matches(TempKeyDiscovery::Rule rule, std::string_view key)
+bool matches(TempKeyDiscovery::Rule rule, smc::SmcGeneration generation, std::string_view key)
 {
     if (rule == TempKeyDiscovery::Rule::safety)
-        return core::ThermalCurve::isSafetyTempKey(key);
-    return key.starts_with("Tp") || key.starts_with("Tc");
+        return SensorKeyRule::isSafetyKey(generation, key);
+    return SensorKeyRule::isCpuKey(generation, key);
 }
 
 } // namespace
@@ -25,20 +25,20 @@ bool matches(TempKeyDiscovery::Rule rule, std::string_view key)
 std::vector<TempKeyDiscovery::Reading> TempKeyDiscovery::discover(smc::SmcConnection& smc, Rule rule)
 {
     std::vector<Reading> found;
+    const smc::SmcGeneration generation = smc.generation();
     const std::uint32_t count = smc.keyCount();
     for (std::uint32_t i = 0; i < count; ++i) {
         char name[5];
-        if (smc.keyAtIndex(i, name) != smc::SmcStatus::kSuccess || !matches(rule, name))
+        if (smc.keyAtIndex(i, name) != smc::SmcStatus::kSuccess || !matches(rule, generation, name))
             continue;
         std::uint32_t size = 0;
         std::uint32_t type = 0;
-        if (smc.keyInfo(name, &size, &type, nullptr) != smc::SmcStatus::kSuccess || type != smc::SmcType::flt
-            || size != 4)
+        if (smc.keyInfo(name, &size, &type, nullptr) != smc::SmcStatus::kSuccess
+            || !SensorKeyRule::acceptsType(generation, type, size))
             continue;
-        bool ok = false;
-        const double value = smc.readFlt(name, &ok);
-        if (ok && value > kPlausibleLowC && value < kPlausibleHighC)
-            found.push_back({name, value});
+        const std::optional<double> value = smc.readNumber(name);
+        if (value && *value > kPlausibleLowC && *value < kPlausibleHighC)
+            found.push_back({name, *value});
     }
     return found;
 }

@@ -16,6 +16,14 @@ public:
     std::uint32_t open() override;
     // IOConnectCallStructMethod with selector 2 and 80-byte records.
     std::uint32_t call(const SmcParamRecord& in, SmcParamRecord& out) override;
+    SmcGeneration generation() const override
+    {
+#if defined(__x86_64__)
+        return SmcGeneration::intel;
+#else
+        return SmcGeneration::appleSilicon;
+#endif
+    }
 
 private:
     unsigned int m_connection = 0; // io_connect_t

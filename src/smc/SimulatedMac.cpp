@@ -99,6 +99,7 @@ SimulatedMac::SimulatedMac(Config config, Clock clock)
     : m_clock(std::move(clock))
     , m_lastSeconds(m_clock())
     , m_model(modelFans(config.fans), config.loadPercent)
+    , m_generation(config.generation)
 {
     const std::uint8_t rw = kReadable | kWritable;
     addKey("#KEY", SmcType::ui32, 4, kReadable, Role::keyCount);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "SimThermalModel.h"
+#include "SmcGeneration.h"
 #include "SmcParamRecord.h"
 
 #include <cstdint>
@@ -57,6 +58,8 @@ public:
         bool lowercaseModeKeys = false;
         // Whether the "Ftst" key exists (the newest machines have none).
         bool hasForceTestKey = true;
+        // The SMC family it stands for; only its transport reports it.
+        SmcGeneration generation = SmcGeneration::appleSilicon;
 
         // The default machine described above.
         static Config appleSiliconLaptop();
@@ -75,6 +78,8 @@ public:
     void handle(const SmcParamRecord& in, SmcParamRecord& out);
 
     static double steadySeconds();
+
+    SmcGeneration generation() const { return m_generation; }
 
 private:
     enum class Role {
@@ -122,6 +127,7 @@ private:
     std::uint8_t m_forceTest = 0;
     std::uint8_t m_faults = 0;
     std::vector<std::uint8_t> m_modeBytes;
+    SmcGeneration m_generation;
 };
 
 } // namespace quillon::smc

@@ -15,6 +15,7 @@ public:
 
     std::uint32_t open() override;
     std::uint32_t call(const SmcParamRecord& in, SmcParamRecord& out) override;
+    SmcGeneration generation() const override { return m_mac->generation(); }
 
 private:
     std::shared_ptr<SimulatedMac> m_mac;

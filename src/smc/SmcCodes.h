@@ -19,7 +19,9 @@ constexpr std::uint32_t kSuccess = 0;
 // No AppleSMC service (or, here, no SMC transport configured or reachable).
 constexpr std::uint32_t kServiceMissing = 0xFFFFFFFFu;
 // IOKit codes the transports report for transport-level failures.
+constexpr std::uint32_t kIOReturnNotPrivileged = 0xE00002C1u;
 constexpr std::uint32_t kIOReturnBadArgument = 0xE00002C2u;
+constexpr std::uint32_t kIOReturnUnsupported = 0xE00002C7u;
 constexpr std::uint32_t kIOReturnNotResponding = 0xE00002EDu;
 } // namespace SmcStatus
 

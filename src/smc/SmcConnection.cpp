@@ -2,6 +2,7 @@
 
 #include "FourCC.h"
 #include "SmcCodes.h"
+#include "SmcNumber.h"
 #include "SmcTransportFactory.h"
 
 #include <algorithm>
@@ -52,37 +53,84 @@ std::uint32_t SmcConnection::call(std::uint32_t key, std::uint8_t command, const
     const bool isRead = command == static_cast<std::uint8_t>(SmcCommand::readKey);
     if (!isRead && (inputLength > kMaxValueBytes || (inputLength > 0 && !input)))
         return SmcStatus::kIOReturnBadArgument;
+    SmcParamRecord::KeyInfo info{};
+    if (const std::uint32_t rc = lookUp(key, info); rc != SmcStatus::kSuccess)
+        return rc;
+    return transfer(key, command, info, input, inputLength, output, ioLength);
+}
 
+std::uint32_t SmcConnection::lookUp(std::uint32_t key, SmcParamRecord::KeyInfo& info)
+{
     SmcParamRecord in{};
     SmcParamRecord out{};
     in.key = key;
     in.data8 = static_cast<std::uint8_t>(SmcCommand::keyInfo);
-    if (const std::uint32_t rc = roundTrip(in, out); rc != SmcStatus::kSuccess)
-        return rc;
-    const std::uint32_t dataSize = out.keyInfo.dataSize;
-    const std::uint32_t dataType = out.keyInfo.dataType;
+    const std::uint32_t rc = roundTrip(in, out);
+    if (rc == SmcStatus::kSuccess)
+        info = out.keyInfo;
+    return rc;
+}
 
-    in = SmcParamRecord{};
+std::uint32_t SmcConnection::transfer(std::uint32_t key, std::uint8_t command, const SmcParamRecord::KeyInfo& info,
+    const std::uint8_t* input, std::uint32_t inputLength, std::uint8_t* output, std::uint32_t* ioLength)
+{
+    const bool isRead = command == static_cast<std::uint8_t>(SmcCommand::readKey);
+    SmcParamRecord in{};
+    SmcParamRecord out{};
     in.key = key;
     // The SMC's own size goes out on writes too, never the caller's length.
-    in.keyInfo.dataSize = dataSize;
-    if (isRead) {
-        in.keyInfo.dataType = dataType;
-        in.data8 = command;
-    } else {
-        in.data8 = command;
-        if (inputLength > 0)
-            std::memcpy(in.bytes, input, inputLength);
-    }
+    in.keyInfo.dataSize = info.dataSize;
+    in.data8 = command;
+    if (isRead)
+        in.keyInfo.dataType = info.dataType;
+    else if (inputLength > 0)
+        std::memcpy(in.bytes, input, inputLength);
     const std::uint32_t rc = roundTrip(in, out);
     if (rc == SmcStatus::kSuccess && isRead && output) {
         const std::uint32_t capacity = ioLength ? *ioLength : 0;
-        const std::uint32_t n = std::min({capacity, dataSize, kMaxValueBytes});
+        const std::uint32_t n = std::min({capacity, info.dataSize, kMaxValueBytes});
         std::memcpy(output, out.bytes, n);
         if (ioLength)
             *ioLength = n;
     }
     return rc;
+}
+
+std::optional<double> SmcConnection::readNumber(std::string_view key)
+{
+    const std::uint32_t packed = FourCC::pack(key);
+    SmcParamRecord::KeyInfo info{};
+    if (lookUp(packed, info) != SmcStatus::kSuccess || info.dataSize > kMaxValueBytes)
+        return std::nullopt;
+    std::uint8_t bytes[kMaxValueBytes] = {};
+    std::uint32_t length = sizeof bytes;
+    if (transfer(packed, static_cast<std::uint8_t>(SmcCommand::readKey), info, nullptr, 0, bytes, &length)
+        != SmcStatus::kSuccess)
+        return std::nullopt;
+    return SmcNumber::decode(info.dataType, bytes, length == info.dataSize ? length : 0);
+}
+
+std::uint32_t SmcConnection::writeNumber(std::string_view key, double value)
+{
+    const std::uint32_t packed = FourCC::pack(key);
+    SmcParamRecord::KeyInfo info{};
+    if (const std::uint32_t rc = lookUp(packed, info); rc != SmcStatus::kSuccess)
+        return rc;
+    std::uint8_t bytes[4];
+    const std::uint32_t length = SmcNumber::encode(info.dataType, value, bytes);
+    if (length == 0 || length != info.dataSize)
+        return SmcStatus::kIOReturnBadArgument;
+    return transfer(packed, static_cast<std::uint8_t>(SmcCommand::writeKey), info, bytes, length, nullptr, nullptr);
+}
+
+SmcGeneration SmcConnection::generation() const
+{
+    return m_transport ? m_transport->generation() : SmcGeneration::appleSilicon;
+}
+
+std::string SmcConnection::fanControlUnavailable() const
+{
+    return m_transport ? m_transport->fanControlUnavailable() : std::string();
 }
 
 std::uint32_t SmcConnection::readRaw(
@@ -150,18 +198,15 @@ std::uint32_t SmcConnection::writeFpe2(std::string_view key, int rpm)
 std::uint32_t SmcConnection::keyInfo(
     std::string_view key, std::uint32_t* dataSize, std::uint32_t* dataType, std::uint8_t* attributes)
 {
-    SmcParamRecord in{};
-    SmcParamRecord out{};
-    in.key = FourCC::pack(key);
-    in.data8 = static_cast<std::uint8_t>(SmcCommand::keyInfo);
-    const std::uint32_t rc = roundTrip(in, out);
+    SmcParamRecord::KeyInfo info{};
+    const std::uint32_t rc = lookUp(FourCC::pack(key), info);
     if (rc == SmcStatus::kSuccess) {
         if (dataSize)
-            *dataSize = out.keyInfo.dataSize;
+            *dataSize = info.dataSize;
         if (dataType)
-            *dataType = out.keyInfo.dataType;
+            *dataType = info.dataType;
         if (attributes)
-            *attributes = out.keyInfo.dataAttributes;
+            *attributes = info.dataAttributes;
     }
     return rc;
 }

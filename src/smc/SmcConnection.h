@@ -4,6 +4,8 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
+#include <string>
 #include <string_view>
 
 namespace quillon::smc {
@@ -34,6 +36,18 @@ public:
     std::uint32_t call(std::uint32_t key, std::uint8_t command, const std::uint8_t* input, std::uint32_t inputLength,
         std::uint8_t* output, std::uint32_t* ioLength);
 
+    // The key's value decoded in its own type (SmcNumber: flt, fpe2, sp78,
+    // unsigned integers); nullopt when the read fails or the type is none of
+    // these. The same two round trips as readFlt.
+    std::optional<double> readNumber(std::string_view key);
+    // value encoded in the key's own type; kIOReturnBadArgument when the
+    // type holds no number or the value is not finite.
+    std::uint32_t writeNumber(std::string_view key, double value);
+
+    // What the transport says of the machine; Apple silicon and "" without one.
+    SmcGeneration generation() const;
+    std::string fanControlUnavailable() const;
+
     // 0.0 with ok = false unless the read succeeded with at least 4 bytes.
     float readFlt(std::string_view key, bool* ok = nullptr);
     std::uint32_t writeFlt(std::string_view key, float value);
@@ -54,6 +68,10 @@ public:
     static void encodeFpe2(int rpm, std::uint8_t out[2]);
 
 private:
+    // The two phases of call(): key info, then the value with that info.
+    std::uint32_t lookUp(std::uint32_t key, SmcParamRecord::KeyInfo& info);
+    std::uint32_t transfer(std::uint32_t key, std::uint8_t command, const SmcParamRecord::KeyInfo& info,
+        const std::uint8_t* input, std::uint32_t inputLength, std::uint8_t* output, std::uint32_t* ioLength);
     // One record round trip after a lazy open; returns the transport's error
     // code, else the SMC's result byte.
     std::uint32_t roundTrip(const SmcParamRecord& in, SmcParamRecord& out);

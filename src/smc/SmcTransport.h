@@ -1,8 +1,10 @@
 #pragma once
 
+#include "SmcGeneration.h"
 #include "SmcParamRecord.h"
 
 #include <cstdint>
+#include <string>
 
 namespace quillon::smc {
 
@@ -22,6 +24,15 @@ public:
     // when the record went through (the SMC's own verdict is out.result) or an
     // IOKit-style error code when it did not.
     virtual std::uint32_t call(const SmcParamRecord& in, SmcParamRecord& out) = 0;
+
+    // The SMC family behind the records; it decides which temperature keys
+    // are safety sensors.
+    virtual SmcGeneration generation() const { return SmcGeneration::appleSilicon; }
+
+    // Why the fans cannot be driven through this transport, in words for a
+    // person ("" when they can). Also set after a failed open() whose cause
+    // a status code cannot say.
+    virtual std::string fanControlUnavailable() const { return {}; }
 };
 
 } // namespace quillon::smc

@@ -1,7 +1,10 @@
 #include "SmcTransportFactory.h"
 
+#include "AppleSmcTransport.h"
+#include "MacSmcHwmonTransport.h"
 #include "SharedSimClient.h"
 #include "SimulatedMacTransport.h"
+#include "SysfsFile.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -23,7 +26,7 @@ SmcTransportFactory::Choice SmcTransportFactory::fromSetting(std::string_view se
 #ifdef __APPLE__
         return {std::make_unique<IOKitSmcTransport>(), {}};
 #else
-        return {nullptr, {}};
+        return {probe(SysfsFile::root()), {}};
 #endif
     }
     if (setting == kSim)
@@ -33,6 +36,15 @@ SmcTransportFactory::Choice SmcTransportFactory::fromSetting(std::string_view se
     return {nullptr,
         "QUILLON_SMC=" + std::string(setting)
             + " is not understood; use \"sim\" or \"sim:/path/to.sock\" (no SMC until then)"};
+}
+
+std::unique_ptr<SmcTransport> SmcTransportFactory::probe(const std::string& sysfsRoot)
+{
+    if (std::optional<std::string> applesmc = AppleSmcTransport::find(sysfsRoot))
+        return std::make_unique<AppleSmcTransport>(std::move(*applesmc));
+    if (std::optional<MacSmcHwmonTransport> macsmc = MacSmcHwmonTransport::find(sysfsRoot))
+        return std::make_unique<MacSmcHwmonTransport>(std::move(*macsmc));
+    return nullptr;
 }
 
 std::unique_ptr<SmcTransport> SmcTransportFactory::fromEnvironment()

@@ -19,9 +19,14 @@ public:
     };
 
     // "sim": a private simulated Mac; "sim:/path.sock": the shared simulator
-    // at that path; empty: the machine's own SMC (none on Linux). Anything
-    // else is an error and means no SMC.
+    // at that path; empty: the machine's own SMC (on Linux, probe() under
+    // SysfsFile::root()). Anything else is an error and means no SMC.
     static Choice fromSetting(std::string_view setting);
+
+    // The kernel driver of a Mac running Linux, tried in this order: applesmc
+    // (Intel and T2 Macs), then macsmc_hwmon (Apple silicon); null when
+    // sysfsRoot shows neither.
+    static std::unique_ptr<SmcTransport> probe(const std::string& sysfsRoot);
 
     // fromSetting(QUILLON_SMC); an error is printed once to standard error.
     static std::unique_ptr<SmcTransport> fromEnvironment();

@@ -220,9 +220,13 @@ void FanController::applyStatus(const QVariantMap& status)
 
     const bool override = boolOrFalse(status.value("thermalOverride"));
     const double effective = finiteNumber(status.value("effectivePercent")).value_or(0.0);
-    if (override != m_thermalOverride || effective != m_effectivePercent) {
+    const QVariant unavailableValue = status.value("fanControlUnavailable");
+    const QString unavailable
+        = unavailableValue.typeId() == QMetaType::QString ? unavailableValue.toString() : QString();
+    if (override != m_thermalOverride || effective != m_effectivePercent || unavailable != m_fanControlUnavailable) {
         m_thermalOverride = override;
         m_effectivePercent = effective;
+        m_fanControlUnavailable = unavailable;
         emit helperStateChanged();
     }
 

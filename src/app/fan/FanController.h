@@ -63,6 +63,7 @@ class FanController : public QObject {
     Q_PROPERTY(QString statusMessage READ statusMessage NOTIFY helperStateChanged)
     Q_PROPERTY(bool releasePending READ releasePending NOTIFY helperStateChanged)
     Q_PROPERTY(QString safetyHold READ safetyHold NOTIFY helperStateChanged)
+    Q_PROPERTY(QString fanControlUnavailable READ fanControlUnavailable NOTIFY helperStateChanged)
     Q_PROPERTY(QString coolingMode READ coolingModeRaw WRITE setCoolingModeRaw NOTIFY coolingChanged)
     Q_PROPERTY(QString coolingProfile READ coolingProfileRaw WRITE setCoolingProfileRaw NOTIFY coolingChanged)
     Q_PROPERTY(bool fansEnabled READ fansEnabled WRITE setFansEnabled NOTIFY coolingChanged)
@@ -183,6 +184,10 @@ public:
     // Why the app holds back its floor after a safety release
     // ("critical-heat", "no-readings", "no-sensors"); empty when it does not.
     QString safetyHold() const { return m_safetyHold; }
+    // The helper's reason why no fan can be controlled on this computer (no
+    // SMC, no fans, a kernel driver that does not allow fan writes); empty
+    // when they can, or before the helper said.
+    QString fanControlUnavailable() const { return m_fanControlUnavailable; }
     CoolingMode coolingMode() const { return m_coolingMode; }
     Kind coolingProfile() const { return m_coolingProfile; }
     bool fansEnabled() const { return m_fansEnabled; }
@@ -288,6 +293,7 @@ private:
     int m_reconcileMismatchTicks = 0;
     bool m_releasePending = false;
     QString m_safetyHold;
+    QString m_fanControlUnavailable;
     int m_userActionDepth = 0;
     // The command the running user action will send: a floor, or a stop (nullopt inside).
     std::optional<std::optional<double>> m_pendingCommand;

@@ -67,6 +67,9 @@ QString PanelTexts::customEnd(const QDateTime& end, const QDateTime& now, bool g
 
 QString PanelTexts::fanStatus(const app::FanController& fan)
 {
+    // A machine whose fans cannot be driven has nothing else to say.
+    if (!fan.fanControlUnavailable().isEmpty())
+        return tr("Fan control unavailable on this computer: %1").arg(fan.fanControlUnavailable());
     // Safety first: these two outrank whatever the user chose.
     if (fan.releasePending())
         return tr("Not handed back yet — fans held at full speed, retrying");

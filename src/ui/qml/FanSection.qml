@@ -14,6 +14,9 @@ ExpandableSection {
     required property QtObject panel
 
     readonly property bool manual: fan.coolingMode === "manual"
+    // The helper found no fan it can drive: the summary says why, and no
+    // control pretends otherwise.
+    readonly property bool controllable: fan.helperInstalled && fan.fanControlUnavailable === ""
 
     objectName: "fans"
     title: qsTr("Fans")
@@ -23,7 +26,8 @@ ExpandableSection {
 
     extras: Switch {
         objectName: "fansSwitch"
-        enabled: section.fan.helperInstalled
+        visible: section.fan.fanControlUnavailable === ""
+        enabled: section.controllable
         checked: section.fan.fansEnabled
         onToggled: section.fan.setFansEnabled(checked)
     }
@@ -39,7 +43,7 @@ ExpandableSection {
     }
     ChoiceRow {
         objectName: "coolingMode"
-        enabled: section.fan.helperInstalled
+        enabled: section.controllable
         choices: [{label: qsTr("Automatic"), value: "auto"}, {label: qsTr("Manual"), value: "manual"}]
         current: section.fan.coolingMode
         onChosen: mode => section.fan.coolingMode = mode
@@ -55,7 +59,7 @@ ExpandableSection {
     ChoiceRow {
         objectName: "profiles"
         visible: !section.manual
-        enabled: section.fan.helperInstalled
+        enabled: section.controllable
         choices: section.fanView.profiles
         valueRole: "kind"
         current: section.fan.coolingProfile
@@ -84,7 +88,7 @@ ExpandableSection {
             from: 0
             to: 100
             stepSize: 5
-            enabled: section.fan.helperInstalled && section.fan.fansEnabled
+            enabled: section.controllable && section.fan.fansEnabled
             value: section.fanView.manualSlider
             Layout.fillWidth: true
             onMoved: section.fanView.manualSlider = value

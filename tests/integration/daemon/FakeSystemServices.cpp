@@ -7,6 +7,9 @@
 //   inhibit <what> <mode>
 //   released <what>
 //   check <subject kind> <subject name> <action> <flags> yes|no
+//   prepare-for-sleep true|false
+// SIGUSR1 and SIGUSR2 make logind announce a suspend and the resume after it
+// (PrepareForSleep true and false).
 //
 // Usage: quillon_fake_system_services BUS_ADDRESS [--grant ACTION]...
 
@@ -18,8 +21,10 @@
 #include <QDBusVirtualObject>
 #include <QSocketNotifier>
 #include <QStringList>
+#include <csignal>
 #include <cstdio>
 #include <fcntl.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 namespace {
@@ -116,6 +121,35 @@ private:
     QStringList m_granted;
 };
 
+int g_sleepSignals[2] = {-1, -1};
+
+void forwardSleepSignal(int signalNumber)
+{
+    const char byte = signalNumber == SIGUSR1 ? '1' : '0';
+    [[maybe_unused]] const auto n = ::write(g_sleepSignals[1], &byte, 1);
+}
+
+// Sends PrepareForSleep from logind's name on the signals above.
+void announceSleepOnSignals(QDBusConnection bus, QObject* parent)
+{
+    if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, g_sleepSignals) != 0)
+        return;
+    auto* notifier = new QSocketNotifier(g_sleepSignals[0], QSocketNotifier::Read, parent);
+    QObject::connect(notifier, &QSocketNotifier::activated, parent, [bus] {
+        char byte;
+        if (::read(g_sleepSignals[0], &byte, 1) != 1)
+            return;
+        const bool goingToSleep = byte == '1';
+        QDBusMessage signal = QDBusMessage::createSignal(
+            "/org/freedesktop/login1", "org.freedesktop.login1.Manager", "PrepareForSleep");
+        signal << goingToSleep;
+        bus.send(signal);
+        say(QStringLiteral("prepare-for-sleep ") + (goingToSleep ? "true" : "false"));
+    });
+    std::signal(SIGUSR1, forwardSleepSignal);
+    std::signal(SIGUSR2, forwardSleepSignal);
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -142,6 +176,7 @@ int main(int argc, char** argv)
     bus.registerService("org.freedesktop.login1");
     bus.registerVirtualObject("/org/freedesktop/PolicyKit1/Authority", &polkit);
     bus.registerService("org.freedesktop.PolicyKit1");
+    announceSleepOnSignals(bus, &app);
     say("ready");
     return app.exec();
 }

@@ -97,10 +97,11 @@ struct ServiceRig {
     {
     }
 
-    daemon::FanHelperService& start()
+    // smc: another SMC than the simulated Mac's (which then only keeps time).
+    daemon::FanHelperService& start(smc::SmcConnection* smc = nullptr)
     {
         service = std::make_unique<daemon::FanHelperService>(
-            daemon::FanHelperService::Environment{sim.smc, lid, loopTimer, watchdogTimer, clock, log});
+            daemon::FanHelperService::Environment{smc ? *smc : sim.smc, lid, loopTimer, watchdogTimer, clock, log});
         return *service;
     }
 

@@ -36,9 +36,9 @@ TEST(Status, TemperatureKeysAppearOnlyWithAReading)
         ServiceRig rig(c.config);
         rig.start();
         rig.setFaults(c.faults);
-        QStringList expected
-            = QStringList{"effectivePercent", "fans", "floorPercent", "isBoosted", "lidStayAwake", "releasePending",
-                  "safetyClearSeconds", "safetyRelease", "tempSensorCount", "thermalOverride"}
+        QStringList expected = QStringList{"effectivePercent", "fanControlUnavailable", "fans", "floorPercent",
+                                   "isBoosted", "lidStayAwake", "releasePending", "safetyClearSeconds", "safetyRelease",
+                                   "tempSensorCount", "thermalOverride"}
             + c.temperatures;
         expected.sort();
         const QVariantMap payload = StatusPayload::toVariantMap(rig.service->status());

@@ -4,6 +4,8 @@
 
 #include "support/QStringPrinter.h"
 
+#include <QSignalSpy>
+
 using namespace quillon::test;
 using quillon::app::CoolingMode;
 using quillon::app::FanController;
@@ -117,6 +119,24 @@ TEST_F(FanSafety, AnUnverifiedHandBackIsShownAndNotifiedOncePerEpisode)
     EXPECT_FALSE(fc->releasePending());
     poll(pending);
     EXPECT_EQ(center.titles().size(), 2);
+}
+
+} // namespace
+
+namespace {
+
+TEST_F(FanSafety, AComputerWithoutControllableFansSaysWhyInsteadOfOfferingThem)
+{
+    QVariantMap s = status(50);
+    s.insert("fanControlUnavailable", "the macsmc_hwmon driver runs with fan_control off");
+    QSignalSpy changed(fc.get(), &FanController::helperStateChanged);
+    poll(s);
+    EXPECT_EQ(fc->fanControlUnavailable(), "the macsmc_hwmon driver runs with fan_control off");
+    EXPECT_EQ(changed.count(), 1);
+
+    s.insert("fanControlUnavailable", "");
+    poll(s);
+    EXPECT_EQ(fc->fanControlUnavailable(), "") << "the helper can drive them again";
 }
 
 } // namespace
