@@ -68,7 +68,10 @@ SleepManager::SleepManager(Services services, QObject* parent)
     for (auto changed : {&FanController::boostChanged, &FanController::coolingChanged})
         connect(m_fan.get(), changed, this, &SleepManager::anythingActiveChanged);
     connect(m_lid.get(), &LidManager::enabledChanged, this, &SleepManager::anythingActiveChanged);
-    connect(&m_assertions, &SleepAssertions::stateChanged, this, &SleepManager::sessionChanged);
+    connect(&m_assertions, &SleepAssertions::stateChanged, this, [this] {
+        emit sessionChanged();
+        emit anythingActiveChanged();
+    });
 }
 
 bool SleepManager::holdsAnything() const
@@ -274,7 +277,9 @@ void SleepManager::resetAll()
 
 bool SleepManager::anythingActive() const
 {
-    return !m_activeKinds.isEmpty() || m_fan->isBoosted() || m_fan->fansEnabled() || m_lid->enabled();
+    // Keep-awake counts only while something holds it: a refused session does
+    // not light the icon.
+    return holdsAnything() || m_fan->isBoosted() || m_fan->fansEnabled() || m_lid->enabled();
 }
 
 void SleepManager::notify(const QString& title, const QString& body)

@@ -246,6 +246,12 @@ TEST_F(PanelComponentTest, FanStatusFollowsTheFanController)
 
     helperReports({{"thermalOverride", true}, {"effectivePercent", 80.0}});
     both("Mac takes over — fans at 80% due to heat", "Mac übernimmt — Lüfter wegen Hitze auf 80 %");
+
+    // A helper that can drive no fan: the reason, and no switch that cannot work.
+    helperReports({{"fanControlUnavailable", "fan_control is off"}});
+    EXPECT_EQ(text("fansSummary"), "Fan control unavailable on this computer: fan_control is off");
+    EXPECT_FALSE(shown("fansSwitch"));
+    EXPECT_FALSE(item("coolingMode")->isEnabled());
 }
 
 TEST_F(PanelComponentTest, ProfilesAndTheirBlurbs)
