@@ -1,5 +1,6 @@
 #include "LogindLidLock.h"
 
+#include <QDBusError>
 #include <QDBusMessage>
 #include <QDBusUnixFileDescriptor>
 #include <fcntl.h>
@@ -27,7 +28,10 @@ bool LogindLidLock::hold(std::string& error)
          << QStringLiteral("Keeping the machine awake with the lid closed") << QStringLiteral("block");
     const QDBusMessage reply = m_bus.call(call, QDBus::Block, kCallTimeoutMs);
     if (reply.type() != QDBusMessage::ReplyMessage) {
-        error = (reply.errorName() + ": " + reply.errorMessage()).toStdString();
+        const bool noBus = reply.errorName() == QDBusError::errorString(QDBusError::Disconnected)
+            || reply.errorName() == QDBusError::errorString(QDBusError::NoServer);
+        error = noBus ? "logind cannot be reached: there is no system bus"
+                      : (reply.errorName() + ": " + reply.errorMessage()).toStdString();
         return false;
     }
     const auto descriptor = reply.arguments().value(0).value<QDBusUnixFileDescriptor>();

@@ -150,10 +150,13 @@ void LidManager::lockLid()
         m_fan->setLidStayAwake(true, [self, through](bool ok, const QString& text) {
             if (!self || !self->m_enabled)
                 return;
-            if (ok)
+            if (ok) {
                 self->setHold(Phase::inForce, through);
-            else
-                self->refuse(tr("The fan helper could not take the lid lock: %1").arg(text));
+                return;
+            }
+            // The helper answers "lid-stay-awake refused: <why>"; the why is what the user needs.
+            const QString why = text.section(QStringLiteral("refused: "), 1);
+            self->refuse(tr("The fan helper could not take the lid lock: %1").arg(why.isEmpty() ? text : why));
         });
         return;
     }

@@ -13,6 +13,9 @@ QString Inhibitor::callProblem(const QDBusMessage& reply)
         || name == QDBusError::errorString(QDBusError::UnknownInterface)
         || name == QDBusError::errorString(QDBusError::UnknownMethod))
         return {};
+    if (name == QDBusError::errorString(QDBusError::Disconnected)
+        || name == QDBusError::errorString(QDBusError::NoServer))
+        return QStringLiteral("its D-Bus is not running");
     return reply.errorMessage().isEmpty() ? name : reply.errorMessage();
 }
 

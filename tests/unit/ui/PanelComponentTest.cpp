@@ -181,7 +181,7 @@ TEST_F(PanelComponentTest, ClosedLidRefusedByTheHelperIsShownOffWithTheReason)
     EXPECT_EQ(item("lidSwitch")->property("checked"), false);
     EXPECT_EQ(text("lidSummary"), "Off");
     EXPECT_EQ(
-        text("lidNote"), "Not in force: The fan helper could not take the lid lock: lid-stay-awake refused: no logind");
+        text("lidNote"), "Not in force: The fan helper could not take the lid lock: no logind");
 }
 
 // The custom end starts 12 hours ahead; a picked end starts a session until then.
