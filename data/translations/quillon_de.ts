@@ -487,6 +487,41 @@
     </message>
 </context>
 <context>
+    <name>quillon::app::RenderModeManager</name>
+    <message>
+        <source>never</source>
+        <translation>nie</translation>
+    </message>
+    <message>
+        <source>🎬 Render Mode ended</source>
+        <translation>🎬 Render Mode beendet</translation>
+    </message>
+    <message>
+        <source>Ran %1 · peak CPU %2° / GPU %3° · fans max %4 rpm · throttling %5</source>
+        <translation>Lief %1 · Spitzen CPU %2° / GPU %3° · Lüfter max %4 rpm · Throttling %5</translation>
+    </message>
+    <message>
+        <source>🎬 Render finished</source>
+        <translation>🎬 Render fertig</translation>
+    </message>
+    <message>
+        <source>Your DaVinci render is done. Render Mode stays on until you exit it.</source>
+        <translation>Dein DaVinci-Render ist durch. Render Mode läuft weiter, bis du ihn beendest.</translation>
+    </message>
+    <message>
+        <source>Your Mac stayed cool</source>
+        <translation>Der Mac blieb kühl</translation>
+    </message>
+    <message>
+        <source>Your Mac ran warm</source>
+        <translation>Der Mac wurde warm</translation>
+    </message>
+    <message>
+        <source>%1 · peak CPU %2° / GPU %3°</source>
+        <translation>%1 · Peak CPU %2° / GPU %3°</translation>
+    </message>
+</context>
+<context>
     <name>quillon::app::SleepAssertions</name>
     <message>
         <source>Keep system awake</source>

@@ -6,6 +6,7 @@
 #include "platform/LidSensor.h"
 #include "platform/LidSwitchOwner.h"
 #include "platform/NotificationCenter.h"
+#include "platform/SoundPlayer.h"
 #include "platform/ThermalPressure.h"
 #include "platform/linux/LinuxPlatform.h"
 
@@ -42,6 +43,7 @@ AppServices::AppServices(const QString& settingsFile)
     , m_thermal(LinuxPlatform::thermalPressure())
     , m_lid(LinuxPlatform::lidSensor())
     , m_lidOwner(LinuxPlatform::lidSwitchOwner())
+    , m_sounds(LinuxPlatform::sounds(QStringLiteral(":/sounds/render-finished.wav")))
     , m_helperLink(std::make_unique<app::DBusHelperLink>(helperBus()))
 {
 }
@@ -59,6 +61,7 @@ app::SleepManager::Services AppServices::services()
     services.lidSensor = m_lid.get();
     services.lidOwner = m_lidOwner.get();
     services.thermal = m_thermal.get();
+    services.sound = m_sounds.get();
     services.notifier = m_notifier.get();
     services.settings = m_settings.get();
     services.clock = &m_clock;

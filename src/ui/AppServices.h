@@ -15,6 +15,7 @@ class Settings;
 namespace quillon::platform {
 class LidSensor;
 class LidSwitchOwner;
+class SoundPlayer;
 class NotificationCenter;
 class ThermalPressure;
 } // namespace quillon::platform
@@ -47,6 +48,7 @@ private:
     std::unique_ptr<platform::ThermalPressure> m_thermal;
     std::unique_ptr<platform::LidSensor> m_lid;
     std::unique_ptr<platform::LidSwitchOwner> m_lidOwner;
+    std::unique_ptr<platform::SoundPlayer> m_sounds;
     std::unique_ptr<app::HelperLink> m_helperLink;
 };
 

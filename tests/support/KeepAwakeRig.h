@@ -6,6 +6,7 @@
 #include "platform/LidSensor.h"
 #include "platform/LidSwitchOwner.h"
 #include "platform/PowerSupply.h"
+#include "platform/SoundPlayer.h"
 
 #include "support/FakeAppServices.h"
 #include "support/FakeDrives.h"
@@ -52,6 +53,13 @@ public:
     void restore() override { ++restores; }
 };
 
+// Counts the finish sounds played.
+class FakeSoundPlayer : public platform::SoundPlayer {
+public:
+    int played = 0;
+    void playFinished() override { ++played; }
+};
+
 // The keep-awake models over fakes of every platform service, with timers
 // off: tests call the handlers and move the clock.
 class KeepAwakeRig : public ::testing::Test, protected FakeAppServices {
@@ -77,6 +85,7 @@ protected:
         services.lidSensor = &lidSensor;
         services.lidOwner = &lidOwner;
         services.thermal = &thermal;
+        services.sound = &sound;
         services.notifier = &notifier;
         services.settings = &settings;
         services.clock = &clock;
@@ -89,6 +98,7 @@ protected:
 
     FakeLidSensor lidSensor;
     FakeLidSwitchOwner lidOwner;
+    FakeSoundPlayer sound;
     std::shared_ptr<FakePowerAssertionBackend> backend = std::make_shared<FakePowerAssertionBackend>();
     std::shared_ptr<FakePowerSupply> supply = std::make_shared<FakePowerSupply>();
     std::shared_ptr<FakeVolumeSource> volumes = std::make_shared<FakeVolumeSource>();

@@ -6,6 +6,7 @@
 #include "app/Lang.h"
 #include "app/Notifier.h"
 #include "app/Settings.h"
+#include "app/automation/RenderModeManager.h"
 #include "platform/Clock.h"
 
 #include <QLocale>
@@ -51,8 +52,18 @@ SleepManager::SleepManager(Services services, QObject* parent)
     m_drives = std::make_unique<DriveManager>(
         DriveManager::Parts{m_services.settings, m_services.clock, m_services.volumes, m_services.driveToucher});
 
+    RenderModeManager::Parts renderParts;
+    renderParts.assertions = m_services.assertions;
+    renderParts.power = m_power.get();
+    renderParts.notifier = m_services.notifier;
+    renderParts.sound = m_services.sound;
+    renderParts.clock = m_services.clock;
+    renderParts.startTimers = m_services.startTimers;
+    m_renderMode = std::make_unique<RenderModeManager>(std::move(renderParts));
+
     m_now = m_services.clock->now();
     m_lid->setFanController(m_fan.get());
+    m_renderMode->setLinks(m_fan.get(), m_lid.get(), m_drives.get());
 
     // A fresh start never inherits a boost or a lid lock from an earlier run.
     m_fan->reconcileToOffOnLaunch();
@@ -68,6 +79,7 @@ SleepManager::SleepManager(Services services, QObject* parent)
     for (auto changed : {&FanController::boostChanged, &FanController::coolingChanged})
         connect(m_fan.get(), changed, this, &SleepManager::anythingActiveChanged);
     connect(m_lid.get(), &LidManager::enabledChanged, this, &SleepManager::anythingActiveChanged);
+    connect(m_renderMode.get(), &RenderModeManager::enabledChanged, this, &SleepManager::anythingActiveChanged);
     connect(&m_assertions, &SleepAssertions::stateChanged, this, [this] {
         emit sessionChanged();
         emit anythingActiveChanged();
@@ -269,6 +281,7 @@ void SleepManager::batterySafetyCheck()
 
 void SleepManager::resetAll()
 {
+    m_renderMode->setEnabled(false);
     endSession();
     if (m_lid->enabled())
         m_lid->setEnabled(false);
@@ -279,7 +292,7 @@ bool SleepManager::anythingActive() const
 {
     // Keep-awake counts only while something holds it: a refused session does
     // not light the icon.
-    return holdsAnything() || m_fan->isBoosted() || m_fan->fansEnabled() || m_lid->enabled();
+    return holdsAnything() || m_fan->isBoosted() || m_fan->fansEnabled() || m_lid->enabled() || m_renderMode->enabled();
 }
 
 void SleepManager::notify(const QString& title, const QString& body)

@@ -16,6 +16,7 @@ namespace quillon::platform {
 class DriveToucher;
 class LidSensor;
 class LidSwitchOwner;
+class SoundPlayer;
 class PowerSupply;
 class VolumeSource;
 } // namespace quillon::platform
@@ -25,6 +26,7 @@ namespace quillon::app {
 class DriveManager;
 class LidManager;
 class PowerSource;
+class RenderModeManager;
 
 // The app's central model: the menu's keep-awake session (which kinds of
 // sleep are held off, and until when), its countdown and end, the battery
@@ -44,6 +46,7 @@ class SleepManager : public QObject {
     Q_PROPERTY(quillon::app::FanController* fan READ fan CONSTANT)
     Q_PROPERTY(quillon::app::LidManager* lid READ lid CONSTANT)
     Q_PROPERTY(quillon::app::DriveManager* drives READ drives CONSTANT)
+    Q_PROPERTY(quillon::app::RenderModeManager* renderMode READ renderMode CONSTANT)
 
 public:
     using Kind = SleepAssertions::Kind;
@@ -63,6 +66,7 @@ public:
         platform::LidSensor* lidSensor = nullptr;
         platform::LidSwitchOwner* lidOwner = nullptr; // null: the login manager acts on the lid
         platform::ThermalPressure* thermal = nullptr;
+        platform::SoundPlayer* sound = nullptr; // may be null: Render Mode finishes silently
         Notifier* notifier = nullptr;
         Settings* settings = nullptr;
         const platform::Clock* clock = nullptr;
@@ -107,6 +111,7 @@ public:
     FanController* fan() const { return m_fan.get(); }
     LidManager* lid() const { return m_lid.get(); }
     DriveManager* drives() const { return m_drives.get(); }
+    RenderModeManager* renderMode() const { return m_renderMode.get(); }
     const PowerSource& power() const { return *m_power; }
 
     // Q_INVOKABLE forms for the panel and the scripting interface.
@@ -139,6 +144,7 @@ private:
     std::unique_ptr<FanController> m_fan;
     std::unique_ptr<LidManager> m_lid;
     std::unique_ptr<DriveManager> m_drives;
+    std::unique_ptr<RenderModeManager> m_renderMode;
     QSet<Kind> m_activeKinds;
     QDateTime m_expiresAt;
     QDateTime m_now;

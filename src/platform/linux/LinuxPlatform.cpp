@@ -1,5 +1,6 @@
 #include "LinuxPlatform.h"
 
+#include "CanberraSoundPlayer.h"
 #include "FreedesktopNotifications.h"
 #include "LinuxDriveToucher.h"
 #include "LinuxLidSensor.h"
@@ -30,6 +31,11 @@ std::shared_ptr<VolumeSource> LinuxPlatform::volumes()
 std::shared_ptr<DriveToucher> LinuxPlatform::driveToucher()
 {
     return std::make_shared<LinuxDriveToucher>();
+}
+
+std::unique_ptr<SoundPlayer> LinuxPlatform::sounds(const QString& fallback)
+{
+    return std::make_unique<CanberraSoundPlayer>(fallback);
 }
 
 std::unique_ptr<LidSwitchOwner> LinuxPlatform::lidSwitchOwner()

@@ -7,6 +7,7 @@ namespace quillon::platform {
 class DriveToucher;
 class LidSensor;
 class LidSwitchOwner;
+class SoundPlayer;
 class NotificationCenter;
 class PowerAssertionBackend;
 class PowerSupply;
@@ -39,6 +40,8 @@ public:
     static std::unique_ptr<ThermalPressure> thermalPressure();
     // The desktop's notification service on the session bus.
     static std::unique_ptr<NotificationCenter> notifications();
+    // libcanberra's event sounds; fallback is played where the theme has none.
+    static std::unique_ptr<SoundPlayer> sounds(const QString& fallback);
 };
 
 } // namespace quillon::platform::linux_

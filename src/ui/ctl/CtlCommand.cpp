@@ -91,7 +91,9 @@ int CtlCommand::run(int argc, char** argv, const QStringList& args)
     case Verb::fansManual:
         return report(app.FansManual(request.percent, request.boostSeconds));
     case Verb::lid:
-        return report(app.SetLid(request.lidOn));
+        return report(app.SetLid(request.on));
+    case Verb::render:
+        return report(app.SetRenderMode(request.on));
     case Verb::reset:
         return report(app.Reset());
     case Verb::help:

@@ -177,13 +177,14 @@ std::variant<CtlRequest, CtlRequest::Error> CtlRequest::parse(const QStringList&
         return parseAwake(rest, now);
     } else if (verb == QLatin1String("fans")) {
         return parseFans(rest);
-    } else if (verb == QLatin1String("lid") && rest.size() == 1
+    } else if ((verb == QLatin1String("lid") || verb == QLatin1String("render")) && rest.size() == 1
         && (rest[0] == QLatin1String("on") || rest[0] == QLatin1String("off"))) {
-        request.verb = Verb::lid;
-        request.lidOn = rest[0] == QLatin1String("on");
+        request.verb = verb == QLatin1String("lid") ? Verb::lid : Verb::render;
+        request.on = rest[0] == QLatin1String("on");
     } else if (verb.isEmpty()) {
         return error(QStringLiteral("which command?"));
-    } else if (verb == QLatin1String("status") || verb == QLatin1String("reset") || verb == QLatin1String("lid")) {
+    } else if (verb == QLatin1String("status") || verb == QLatin1String("reset") || verb == QLatin1String("lid")
+        || verb == QLatin1String("render")) {
         return error(QStringLiteral("wrong arguments for %1").arg(verb));
     } else {
         return error(QStringLiteral("unknown command: %1").arg(verb));
@@ -201,7 +202,8 @@ QString CtlRequest::usage()
         "  fans off | auto [silent|balanced|max] | manual PERCENT [--for DURATION]\n"
         "                                           fan control (a manual floor runs as a boost of at most 1 h)\n"
         "  lid on|off                               closed-lid keep-awake\n"
-        "  reset                                    keep-awake, closed lid and fan control off\n"
+        "  render on|off                            Render Mode: awake, drives, closed lid, cooling, DaVinci's queue\n"
+        "  reset                                    Render Mode, keep-awake, closed lid and fan control off\n"
         "DURATION: 90s, 45m, 1h30m, 2d. TIME: HH:MM (next such time) or YYYY-MM-DDTHH:MM, local time.\n"
         "Exit status: 0 done, 1 refused or the app is not running, 2 usage error.\n");
 }

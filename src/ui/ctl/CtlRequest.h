@@ -21,6 +21,7 @@ struct CtlRequest {
         fansAuto,
         fansManual,
         lid,
+        render,
         reset
     };
 
@@ -30,7 +31,7 @@ struct CtlRequest {
     QString profile;         // fansAuto: empty = keep the chosen one
     double percent = 0;      // fansManual: 0..100
     double boostSeconds = 0; // fansManual: 0 = the last boost length
-    bool lidOn = false;      // lid
+    bool on = false;         // lid, render
 
     // A usage error: what was wrong.
     struct Error {

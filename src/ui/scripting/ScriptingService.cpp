@@ -1,6 +1,7 @@
 #include "ScriptingService.h"
 
 #include "StatusReport.h"
+#include "app/automation/RenderModeManager.h"
 #include "app/fan/FanController.h"
 #include "app/fan/HelperLink.h"
 #include "app/power/LidManager.h"
@@ -173,6 +174,13 @@ bool ScriptingService::SetLid(bool on, QString& text)
     text = held.phase == Phase::inForce
         ? QStringLiteral("closed-lid keep-awake on, through %1").arg(held.through)
         : QStringLiteral("closed-lid keep-awake on, being confirmed through %1").arg(held.through);
+    return true;
+}
+
+bool ScriptingService::SetRenderMode(bool on, QString& text)
+{
+    m_manager.renderMode()->setEnabled(on);
+    text = on ? QStringLiteral("Render Mode on") : QStringLiteral("Render Mode off");
     return true;
 }
 

@@ -46,6 +46,7 @@ public:
     bool FansAuto(const QString& profile, QString& text);
     bool FansManual(double percent, double seconds, QString& text);
     bool SetLid(bool on, QString& text);
+    bool SetRenderMode(bool on, QString& text);
     bool Reset(QString& text);
     void ShowPanel();
     void Quit();

@@ -1,5 +1,6 @@
 #include "StatusReport.h"
 
+#include "app/automation/RenderModeManager.h"
 #include "app/fan/FanController.h"
 #include "app/power/LidManager.h"
 #include "app/power/SleepManager.h"
@@ -53,6 +54,18 @@ QJsonObject awake(const app::SleepManager& manager)
         {"otherInhibitors", QJsonArray::fromStringList(manager.otherInhibitors())}};
 }
 
+QJsonObject render(const app::RenderModeManager& render)
+{
+    const app::DaVinciMonitor& davinci = render.davinci();
+    return {{"enabled", render.enabled()}, {"startedAt", time(render.startedAt())},
+        {"elapsed", text(render.elapsedText())}, {"peakCPU", render.peakCPU()}, {"peakGPU", render.peakGPU()},
+        {"peakRPM", render.peakRPM()}, {"throttleCount", render.throttleCount()},
+        {"davinci",
+            QJsonObject{{"available", davinci.available()}, {"rendering", davinci.rendering()},
+                {"percent", davinci.percent()}, {"job", davinci.jobIndex()}, {"jobs", davinci.jobTotal()},
+                {"project", text(davinci.project())}, {"justFinished", davinci.justFinished()}}}};
+}
+
 QJsonObject fans(const app::FanController& fan)
 {
     QJsonArray list;
@@ -89,7 +102,7 @@ QJsonObject StatusReport::build(const app::SleepManager& manager, bool helperCon
         {"lid",
             QJsonObject{{"enabled", lid.enabled()}, {"held", holdState(lid.holdState())},
                 {"lastAutoOff", text(lid.lastAutoOff())}}},
-        {"fans", fans(fan)}, {"temperatures", temperatures(fan)},
+        {"render", render(*manager.renderMode())}, {"fans", fans(fan)}, {"temperatures", temperatures(fan)},
         {"helper",
             QJsonObject{{"installed", fan.helperInstalled()}, {"connected", helperConnected},
                 {"message", text(fan.statusMessage())}}},

@@ -78,7 +78,9 @@ TEST(CtlRequest, FansTakeOffAutoOrAManualFloor)
     EXPECT_EQ(manual.percent, 60);
     EXPECT_EQ(manual.boostSeconds, 600);
     EXPECT_EQ(parsed({"fans", "manual", "0"}).boostSeconds, 0);
-    EXPECT_TRUE(parsed({"lid", "on"}).lidOn);
+    EXPECT_TRUE(parsed({"lid", "on"}).on);
+    EXPECT_EQ(parsed({"render", "off"}).verb, Verb::render);
+    EXPECT_FALSE(parsed({"render", "off"}).on);
     EXPECT_EQ(parsed({"reset"}).verb, Verb::reset);
     EXPECT_EQ(parsed({"status"}).verb, Verb::status);
 }

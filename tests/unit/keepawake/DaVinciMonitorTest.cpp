@@ -1,0 +1,102 @@
+// The render-queue follower's rules for one poll's result: what counts as
+// reachable, and a finish seen exactly once per running-to-stopped change,
+// even across failed polls, and never after a stop.
+#include "app/automation/DaVinciMonitor.h"
+
+#include "support/QStringPrinter.h"
+
+#include <QJsonObject>
+#include <gtest/gtest.h>
+
+using quillon::app::DaVinciMonitor;
+
+namespace {
+
+QJsonObject rendering(bool on, int percent = 0)
+{
+    return {{"ok", true}, {"rendering", on}, {"percent", percent}, {"index", on ? 1 : 0}, {"total", 2},
+        {"project", "Trailer"}};
+}
+
+class DaVinciMonitorTest : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        monitor.onRenderFinished = [this] {
+            ++finishes;
+        };
+    }
+    DaVinciMonitor monitor{"/nonexistent/python3"};
+    int finishes = 0;
+};
+
+TEST_F(DaVinciMonitorTest, AFinishIsReportedOncePerRenderThatStops)
+{
+    monitor.apply(rendering(true, 40));
+    EXPECT_TRUE(monitor.available());
+    EXPECT_EQ(monitor.percent(), 40);
+    EXPECT_EQ(monitor.jobIndex(), 1);
+    EXPECT_EQ(monitor.jobTotal(), 2);
+    EXPECT_EQ(monitor.project(), "Trailer");
+
+    monitor.apply(rendering(false));
+    EXPECT_TRUE(monitor.justFinished());
+    monitor.apply(rendering(false));
+    monitor.apply(rendering(false));
+    EXPECT_EQ(finishes, 1);
+    EXPECT_TRUE(monitor.justFinished()) << "stays up until the next render starts";
+
+    monitor.apply(rendering(true));
+    EXPECT_FALSE(monitor.justFinished());
+    monitor.apply(rendering(false));
+    EXPECT_EQ(finishes, 2);
+}
+
+TEST_F(DaVinciMonitorTest, AFailedPollIsNotAFinishAndDoesNotHideOne)
+{
+    monitor.apply(rendering(true, 70));
+    for (const auto& failure : {std::optional<QJsonObject>{}, std::optional(QJsonObject{{"ok", false}}),
+             std::optional(QJsonObject{{"ok", "true"}}), std::optional(QJsonObject{})}) {
+        monitor.apply(failure);
+        EXPECT_FALSE(monitor.available());
+        EXPECT_FALSE(monitor.rendering());
+        EXPECT_EQ(monitor.percent(), 0);
+    }
+    EXPECT_EQ(finishes, 0);
+    EXPECT_EQ(monitor.jobTotal(), 2) << "kept through failures";
+    monitor.apply(rendering(false));
+    EXPECT_EQ(finishes, 1);
+}
+
+TEST_F(DaVinciMonitorTest, StoppingDuringARenderForgetsIt)
+{
+    monitor.apply(rendering(true));
+    monitor.stop();
+    EXPECT_FALSE(monitor.available());
+    EXPECT_EQ(monitor.jobTotal(), 0);
+    EXPECT_EQ(monitor.project(), "Trailer") << "the last project outlives a stop";
+    monitor.apply(rendering(false));
+    EXPECT_EQ(finishes, 0);
+    EXPECT_FALSE(monitor.justFinished());
+}
+
+TEST_F(DaVinciMonitorTest, ValuesOfTheWrongTypeReadAsTheirDefaults)
+{
+    monitor.apply(QJsonObject{{"ok", true}, {"rendering", "yes"}, {"percent", "50"}, {"index", QJsonValue()},
+        {"total", 3.7}, {"project", 12}});
+    EXPECT_TRUE(monitor.available());
+    EXPECT_FALSE(monitor.rendering());
+    EXPECT_EQ(monitor.percent(), 0);
+    EXPECT_EQ(monitor.jobIndex(), 0);
+    EXPECT_EQ(monitor.project(), "");
+}
+
+TEST_F(DaVinciMonitorTest, WithoutAnInterpreterAPollIsAFailedPoll)
+{
+    monitor.apply(rendering(true));
+    monitor.poll();
+    EXPECT_FALSE(monitor.available());
+    EXPECT_EQ(finishes, 0);
+}
+
+} // namespace

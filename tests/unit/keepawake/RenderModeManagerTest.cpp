@@ -1,0 +1,128 @@
+// Render Mode: what it switches on and puts back, the peaks and throttling
+// episodes it samples, its closing report and its finish.
+#include "app/automation/RenderModeManager.h"
+
+#include "support/KeepAwakeRig.h"
+
+#include <QJsonObject>
+#include <cmath>
+#include <limits>
+
+using namespace quillon::test;
+using quillon::app::RenderModeManager;
+using Level = quillon::platform::ThermalPressure::Level;
+
+namespace {
+
+class RenderModeManagerTest : public KeepAwakeRig {
+protected:
+    RenderModeManager& render() { return *manager->renderMode(); }
+    // The helper reports these readings; one poll fetches them.
+    void helperReports(const QVariantMap& status)
+    {
+        link.status = status;
+        manager->fan()->refresh();
+        link.deliver();
+    }
+    QString lastBody() const { return center.shown.isEmpty() ? QString() : center.shown.last().body; }
+};
+
+TEST_F(RenderModeManagerTest, OnHoldsItsPartsAndOffPutsBackWhatItFound)
+{
+    manager->drives()->setEnabled(false);
+    render().setEnabled(true);
+    link.deliver();
+    EXPECT_TRUE(render().assertions().isHeld(Kind::system));
+    EXPECT_TRUE(render().assertions().isHeld(Kind::network));
+    EXPECT_FALSE(render().assertions().isHeld(Kind::display)) << "the screen may sleep under the overlay";
+    EXPECT_TRUE(manager->drives()->enabled());
+    EXPECT_TRUE(manager->lid()->enabled());
+    EXPECT_EQ(manager->fan()->triggerProfile(), quillon::core::CoolingProfile::Kind::balanced);
+    EXPECT_TRUE(manager->anythingActive());
+
+    render().setEnabled(false);
+    EXPECT_FALSE(manager->lid()->enabled());
+    EXPECT_FALSE(manager->drives()->enabled());
+    EXPECT_FALSE(manager->fan()->triggerProfile().has_value());
+    EXPECT_EQ(liveAssertions(), 0);
+}
+
+TEST_F(RenderModeManagerTest, ALidAndDrivesAlreadyOnStayOn)
+{
+    manager->drives()->setEnabled(true);
+    manager->lid()->setEnabled(true);
+    render().setEnabled(true);
+    render().setEnabled(false);
+    EXPECT_TRUE(manager->lid()->enabled());
+    EXPECT_TRUE(manager->drives()->enabled());
+}
+
+TEST_F(RenderModeManagerTest, WithoutTheHelperTheLidAndCoolingAreLeftAlone)
+{
+    link.available = false;
+    SetUp();
+    render().setEnabled(true);
+    EXPECT_FALSE(manager->lid()->enabled());
+    EXPECT_FALSE(manager->fan()->triggerProfile().has_value());
+    manager->lid()->setEnabled(true); // the user's own choice meanwhile
+    render().setEnabled(false);
+    EXPECT_TRUE(manager->lid()->enabled());
+}
+
+TEST_F(RenderModeManagerTest, PeaksAndThrottlingEpisodesMakeTheReport)
+{
+    render().setEnabled(true);
+    helperReports({{"cpuTemp", 71.4}, {"gpuTemp", 60.0},
+        {"fans",
+            QVariantList{QVariantMap{{"index", 0}, {"currentRPM", 3400}, {"minRPM", 1200}, {"maxRPM", 5700}},
+                QVariantMap{{"index", 1}, {"currentRPM", 3900}, {"minRPM", 1200}, {"maxRPM", 6200}}}}});
+    render().sample();
+    thermal.set(Level::serious);
+    for (int i = 0; i < 30; ++i)
+        render().sample();
+    EXPECT_EQ(render().throttleCount(), 1) << "one long episode";
+    thermal.set(Level::fair);
+    render().sample();
+    thermal.set(Level::critical);
+    render().sample();
+    EXPECT_EQ(render().throttleCount(), 2);
+    EXPECT_EQ(render().peakRPM(), 3900);
+    EXPECT_GT(render().peakCPU(), 70.0);
+
+    clock.advance(3599);
+    render().setEnabled(false);
+    EXPECT_EQ(center.titles().last(), "🎬 Render Mode ended");
+    EXPECT_TRUE(lastBody().startsWith("Ran 59m 59s · peak CPU ")) << lastBody().toStdString();
+    EXPECT_TRUE(lastBody().endsWith("fans max 3900 rpm · throttling 2×")) << lastBody().toStdString();
+    EXPECT_EQ(render().throttleCount(), 2) << "the session's figures outlive it";
+}
+
+TEST_F(RenderModeManagerTest, AFinishedRenderChimesAndNotifiesButStaysOn)
+{
+    render().setEnabled(true);
+    render().davinci()->apply(QJsonObject{{"ok", true}, {"rendering", true}});
+    render().davinci()->apply(QJsonObject{{"ok", true}, {"rendering", false}});
+    EXPECT_EQ(sound.played, 1);
+    EXPECT_EQ(center.titles().last(), "🎬 Render finished");
+    EXPECT_TRUE(render().enabled());
+
+    // Reset-all switches it off with the rest.
+    manager->resetAll();
+    EXPECT_FALSE(render().enabled());
+    EXPECT_EQ(center.titles().last(), "🎬 Render Mode ended");
+    EXPECT_TRUE(lastBody().endsWith("throttling never")) << lastBody().toStdString();
+}
+
+TEST(RenderModeTexts, ElapsedTimesAndTheDoneSummary)
+{
+    const std::pair<double, const char*> rows[] = {{0, "0m 00s"}, {65.9, "1m 05s"}, {3599, "59m 59s"}, {3600, "1h 00m"},
+        {7380, "2h 03m"}, {-5, "0m 00s"}, {std::numeric_limits<double>::quiet_NaN(), "0m 00s"}};
+    for (const auto& [seconds, text] : rows)
+        EXPECT_EQ(RenderModeManager::durationString(seconds), text) << seconds;
+
+    EXPECT_EQ(RenderModeManager::summaryOf(89.9, 64.2, 0), "Your Mac stayed cool · peak CPU 90° / GPU 64°");
+    EXPECT_EQ(RenderModeManager::summaryOf(90.0, 64.2, 0), "Your Mac ran warm · peak CPU 90° / GPU 64°");
+    EXPECT_EQ(RenderModeManager::summaryOf(50.0, 40.0, 1), "Your Mac ran warm · peak CPU 50° / GPU 40°");
+}
+
+} // namespace
