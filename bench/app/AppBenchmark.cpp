@@ -8,7 +8,10 @@
 //      shown once) and of the helper;
 //   3. CPU time of the app and the helper over a minute idle, panel closed
 //      (never opened, and again after it was shown once), and the app's
-//      requests to the helper per second.
+//      requests to the helper per second;
+//   4. with Render Mode on (overlay up, DaVinci Resolve polled every 3 s, no
+//      Resolve installed): the app's CPU time, that of the Python runs it
+//      waits for, and the memory the overlay adds.
 //
 // Usage: quillon-bench-app [--quick]   (--quick: fewer launches, 15 s of idle)
 
@@ -122,6 +125,12 @@ public:
         return static_cast<double>(clock.nsecsElapsed()) / 1e6;
     }
 
+    // `quillon ctl args...` against this app; its exit status.
+    int ctl(const QStringList& args) const
+    {
+        return quillon::test::ChildProcess::run(QUILLON_APP_BIN, QStringList{"ctl"} + args, m_env).exitCode;
+    }
+
     LineProcess process;
 
 private:
@@ -227,5 +236,27 @@ int main(int argc, char** argv)
     std::printf("\nAfter the panel was shown once and closed again:\n");
     row("app resident memory", residentAfterPanel, "MiB");
     row("app CPU time per minute, panel closed", after.appCpu * 60.0 / after.seconds * 1000.0, "ms");
+
+    // Render Mode: the overlay on the screen, the queue polled every 3 s.
+    const auto childrenCpu = [&] {
+        const QStringList fields = quillon::test::processStat(appPid);
+        return fields.size() < 15 ? 0.0
+                                  : (fields[13].toDouble() + fields[14].toDouble())
+                / static_cast<double>(::sysconf(_SC_CLK_TCK));
+    };
+    if (app.ctl({"render", "on"}) != 0) {
+        std::fprintf(stderr, "ctl render on failed\n");
+        return 1;
+    }
+    QTest::qWait(3000);
+    const double residentWithOverlay = residentMiB(appPid);
+    const double pythonBefore = childrenCpu();
+    const Usage rendering = measure(appPid, helperPid, idle);
+    const double python = childrenCpu() - pythonBefore;
+    app.ctl({"render", "off"});
+    std::printf("\nRender Mode on (overlay up, DaVinci Resolve polled every 3 s), over %.0f s:\n", rendering.seconds);
+    row("app CPU time per minute", rendering.appCpu * 60.0 / rendering.seconds * 1000.0, "ms");
+    row("CPU time per minute of the Python runs it waits for", python * 60.0 / rendering.seconds * 1000.0, "ms");
+    row("resident memory the overlay adds", residentWithOverlay - residentAfterPanel, "MiB");
     return 0;
 }

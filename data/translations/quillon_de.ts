@@ -294,6 +294,17 @@
     </message>
 </context>
 <context>
+    <name>RenderOverlay</name>
+    <message>
+        <source>Render Mode</source>
+        <translation>Render Mode</translation>
+    </message>
+    <message>
+        <source>Exit Render Mode</source>
+        <translation>Render Mode beenden</translation>
+    </message>
+</context>
+<context>
     <name>RenderPowerStatus</name>
     <message>
         <source> · ~%d min left</source>
@@ -322,6 +333,17 @@
     <message>
         <source>On power · battery full</source>
         <translation>Am Netz · Akku voll</translation>
+    </message>
+</context>
+<context>
+    <name>RenderSection</name>
+    <message>
+        <source>Render Mode</source>
+        <translation>Render Mode</translation>
+    </message>
+    <message>
+        <source>For long renders: keeps the system and network awake, external drives spinning and, with the fan helper, the closed lid awake and the fans on balanced. Follows DaVinci Resolve&apos;s render queue and dims every screen with live figures.</source>
+        <translation>Für lange Renders: hält System und Netzwerk wach, externe Laufwerke in Bewegung und, mit dem Lüfter-Helper, den zugeklappten Rechner wach und die Lüfter auf Ausgewogen. Folgt der Render-Warteschlange von DaVinci Resolve und dunkelt jeden Bildschirm mit Live-Werten ab.</translation>
     </message>
 </context>
 <context>
@@ -577,6 +599,53 @@
     <message>
         <source>Below 15% on battery — keep-awake was stopped so your Mac can sleep.</source>
         <translation>Unter 15 % auf Akku — Wach bleiben wurde beendet, damit dein Mac schlafen kann.</translation>
+    </message>
+</context>
+<context>
+    <name>quillon::ui::RenderView</name>
+    <message>
+        <source>Off</source>
+        <translation>Aus</translation>
+    </message>
+    <message>
+        <source>On · %1 · %2</source>
+        <translation>An · %1 · %2</translation>
+    </message>
+    <message>
+        <source>Waiting for DaVinci Resolve</source>
+        <translation>Warte auf DaVinci Resolve</translation>
+    </message>
+    <message>
+        <source>Job %1 of %2 · %3 %</source>
+        <translation>Auftrag %1 von %2 · %3 %</translation>
+    </message>
+    <message>
+        <source>Rendering</source>
+        <translation>Rendert</translation>
+    </message>
+    <message>
+        <source>No render running</source>
+        <translation>Kein Render läuft</translation>
+    </message>
+    <message>
+        <source>CPU %1</source>
+        <translation>CPU %1</translation>
+    </message>
+    <message>
+        <source>GPU %1</source>
+        <translation>GPU %1</translation>
+    </message>
+    <message>
+        <source>fans %1 rpm</source>
+        <translation>Lüfter %1 rpm</translation>
+    </message>
+    <message>
+        <source>Peaks: CPU %1 / GPU %2 · fans %3 rpm · throttling %4</source>
+        <translation>Spitzen: CPU %1 / GPU %2 · Lüfter %3 rpm · Throttling %4</translation>
+    </message>
+    <message>
+        <source>Render finished — %1</source>
+        <translation>Render fertig — %1</translation>
     </message>
 </context>
 <context>

@@ -6,6 +6,7 @@
 #include "app/Translations.h"
 #include "app/fan/FanController.h"
 #include "app/power/SleepManager.h"
+#include "ui/overlay/RenderOverlay.h"
 #include "ui/panel/PanelState.h"
 #include "ui/panel/PanelViews.h"
 #include "ui/panel/PanelWindow.h"
@@ -68,6 +69,7 @@ void AppDelegate::buildPanel()
     connect(m_panel.get(), &PanelWindow::shownChanged, &state, &PanelState::setShown);
     connect(&state, &PanelState::closeRequested, m_panel.get(), &PanelWindow::hide);
     connect(&state, &PanelState::quitRequested, this, &AppDelegate::quit);
+    m_overlay = std::make_unique<RenderOverlay>(m_views->render());
 }
 
 bool AppDelegate::startScripting(QString& error)
@@ -122,6 +124,7 @@ void AppDelegate::languageChanged()
 {
     app::Translations::apply(m_services->settings());
     m_panel->retranslate();
+    m_overlay->retranslate();
 }
 
 } // namespace quillon::ui

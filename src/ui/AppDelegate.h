@@ -17,6 +17,7 @@ namespace quillon::ui {
 class AppServices;
 class PanelViews;
 class PanelWindow;
+class RenderOverlay;
 class ScriptingService;
 class SimulatedLoad;
 class TrayIcon;
@@ -64,6 +65,7 @@ private:
     std::unique_ptr<TrayIcon> m_tray;
     std::unique_ptr<PanelViews> m_views;
     std::unique_ptr<PanelWindow> m_panel;
+    std::unique_ptr<RenderOverlay> m_overlay;
     std::unique_ptr<ScriptingService> m_scripting;
     QTimer m_iconUpdate;
 };

@@ -6,8 +6,15 @@
 #include "DemoAppRig.h"
 #include "XDisplay.h"
 
+#include "support/BusService.h"
+
+#include <QDBusArgument>
+#include <QDBusMessage>
+#include <QDBusVariant>
 #include <QDir>
+#include <QFile>
 #include <QJsonArray>
+#include <QJsonDocument>
 #include <QJsonObject>
 #include <QTest>
 #include <csignal>
@@ -20,18 +27,49 @@ namespace {
 constexpr int kIconMaxSide = 64;
 constexpr int kPanelMinWidth = 300;
 
+// The summaries dbusmock's notification daemon on this bus was sent, in order.
+QStringList notificationTitles(PrivateBus& bus)
+{
+    const QDBusMessage reply
+        = bus.connection().call(QDBusMessage::createMethodCall("org.freedesktop.Notifications",
+                                    "/org/freedesktop/Notifications", "org.freedesktop.DBus.Mock", "GetMethodCalls")
+            << QString("Notify"));
+    QStringList titles;
+    const auto calls = reply.arguments().value(0).value<QDBusArgument>();
+    calls.beginArray();
+    while (!calls.atEnd()) {
+        quint64 when = 0;
+        QVariantList args;
+        calls.beginStructure();
+        calls >> when >> args;
+        calls.endStructure();
+        QVariant summary = args.value(3);
+        if (summary.canConvert<QDBusVariant>())
+            summary = summary.value<QDBusVariant>().variant();
+        titles << summary.toString();
+    }
+    calls.endArray();
+    return titles;
+}
+
 class TrayTourTest : public ::testing::Test {
 protected:
     void SetUp() override
     {
         ASSERT_TRUE(display.ready()) << "Xvfb or trayer did not start";
         QDir().mkpath(artifacts);
+    }
+    // Starts the app on the display, with env added to its environment.
+    ::testing::AssertionResult startApp(const QStringList& env = {})
+    {
         // In a sanitizer build the app's leak check needs whole stacks (the
         // slow unwinder) to tell Qt's image cache apart from leaks of ours.
         const QString sanitizer = qEnvironmentVariable("ASAN_OPTIONS") + ":fast_unwind_on_malloc=0";
-        ASSERT_TRUE(rig.start({"DISPLAY=" + display.name(), "QT_QPA_PLATFORM=xcb", "ASAN_OPTIONS=" + sanitizer,
-            "LSAN_OPTIONS=suppressions=" QUILLON_LEAK_SUPPRESSIONS}))
-            << rig.log();
+        if (rig.start(QStringList{"DISPLAY=" + display.name(), "QT_QPA_PLATFORM=xcb", "ASAN_OPTIONS=" + sanitizer,
+                          "LSAN_OPTIONS=suppressions=" QUILLON_LEAK_SUPPRESSIONS}
+                + env))
+            return ::testing::AssertionSuccess();
+        return ::testing::AssertionFailure() << rig.log();
     }
 
     std::optional<XDisplay::Window> window(bool icon) const
@@ -69,6 +107,7 @@ protected:
 
 TEST_F(TrayTourTest, IconPanelScriptingAndQuit)
 {
+    ASSERT_TRUE(startApp());
     // The icon appears in the tray; a new build opens its panel by itself once.
     ASSERT_TRUE(waitUntil([&] { return window(true).has_value(); }, 15s)) << "no tray icon";
     EXPECT_EQ(rig.status().value("icon").toString(), "idle");
@@ -118,6 +157,71 @@ TEST_F(TrayTourTest, IconPanelScriptingAndQuit)
     for (const qint64 pid : children)
         EXPECT_TRUE(waitUntil([&] { return !processAlive(pid); }, 5s)) << "process " << pid << " outlived the app";
     std::printf("Screenshots: %s\n", qPrintable(artifacts));
+}
+
+// Render Mode from a script, with DaVinci Resolve played by the stand-in
+// module: the overlay covers the screen, the render finishing is announced,
+// and switching off hides the overlay, reports, and puts the closed lid and
+// drive keep-alive back as they were.
+TEST_F(TrayTourTest, RenderModeOverlayFinishAndReport)
+{
+    const QString state = rig.home.filePath("resolve.json");
+    const auto resolveIs = [&](bool rendering, int percent) {
+        QFile file(state);
+        file.open(QIODevice::WriteOnly | QIODevice::Truncate);
+        file.write(QJsonDocument(
+            QJsonObject{{"running", true}, {"project", "Trailer"}, {"rendering", rendering},
+                {"jobs",
+                    QJsonArray{QJsonObject{{"JobId", "a"}, {"JobStatus", rendering ? "Rendering" : "Complete"},
+                        {"CompletionPercentage", percent}}}}})
+                       .toJson());
+    };
+    resolveIs(true, 42);
+    BusService notifications(QUILLON_PYTHON, {"-m", "dbusmock", "--template", "notification_daemon"}, rig.bus,
+        "org.freedesktop.Notifications");
+    ASSERT_TRUE(notifications.started());
+    ASSERT_TRUE(
+        startApp({"QUILLON_RESOLVE_SCRIPT_API=" QUILLON_RESOLVE_STANDIN, "QUILLON_TEST_RESOLVE_STATE=" + state}));
+    const auto render = [&] {
+        return rig.status().value("render").toObject();
+    };
+    const auto davinci = [&] {
+        return render().value("davinci").toObject();
+    };
+    const auto overlay = [&] {
+        const auto windows = display.visibleWindows("quillon");
+        return std::any_of(windows.begin(), windows.end(),
+            [](const XDisplay::Window& w) { return w.frame.width() >= 1280 && w.frame.height() >= 800; });
+    };
+    const auto notified = [&](const QString& title) {
+        return notificationTitles(rig.bus).contains(title);
+    };
+    const auto enabled = [&](const char* section) {
+        return rig.status().value(QLatin1String(section)).toObject().value("enabled").toBool();
+    };
+    const bool lidBefore = enabled("lid");
+    const bool drivesBefore = enabled("drives");
+
+    EXPECT_EQ(rig.ctl({"render", "on"}).exitCode, 0);
+    ASSERT_TRUE(waitUntil([&] { return davinci().value("percent").toInt() == 42; }, 10s))
+        << QJsonDocument(render()).toJson().toStdString();
+    EXPECT_EQ(davinci().value("project"), "Trailer");
+    ASSERT_TRUE(waitUntil(overlay, 5s)) << "no overlay";
+    letItDraw();
+    display.grab(artifact("6-render-overlay.png"));
+    EXPECT_TRUE(enabled("lid"));
+    EXPECT_TRUE(enabled("drives"));
+
+    resolveIs(false, 100);
+    EXPECT_TRUE(waitUntil([&] { return notified("🎬 Render finished"); }, 10s));
+    EXPECT_TRUE(render().value("enabled").toBool()) << "a finished render leaves Render Mode on";
+
+    EXPECT_EQ(rig.ctl({"render", "off"}).exitCode, 0);
+    EXPECT_TRUE(waitUntil([&] { return !overlay(); }, 5s)) << "the overlay stayed";
+    EXPECT_TRUE(waitUntil([&] { return notified("🎬 Render Mode ended"); }, 5s));
+    EXPECT_EQ(enabled("lid"), lidBefore);
+    EXPECT_EQ(enabled("drives"), drivesBefore);
+    display.grab(artifact("7-render-off.png"));
 }
 
 } // namespace

@@ -9,14 +9,14 @@ XDisplay::XDisplay()
     ensureCoreApplication();
     // -displayfd: Xvfb picks a free display and prints its number when ready.
     m_xvfb.start("Xvfb", {"-displayfd", "1", "-screen", "0", "1280x800x24", "-nolisten", "tcp"}, {});
-    if (!waitUntil([&] { return !m_xvfb.lines().isEmpty() || !m_xvfb.running(); }, 10s) || !m_xvfb.running())
+    if (!waitUntil([&] { return !m_xvfb.lines().isEmpty() || !m_xvfb.running(); }, 30s) || !m_xvfb.running())
         return;
     m_name = ":" + m_xvfb.lines().first().trimmed();
     m_tray.start("trayer",
         {"--edge", "top", "--align", "right", "--widthtype", "request", "--height", "24", "--SetDockType", "true",
             "--transparent", "false", "--expand", "true"},
         {"DISPLAY=" + m_name});
-    m_trayReady = waitUntil([&] { return !run("xdotool", {"search", "--class", "trayer"}).isEmpty(); }, 10s);
+    m_trayReady = waitUntil([&] { return !run("xdotool", {"search", "--class", "trayer"}).isEmpty(); }, 30s);
 }
 
 XDisplay::~XDisplay() = default;

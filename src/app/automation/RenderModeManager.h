@@ -85,7 +85,7 @@ public:
     const RenderPowerStatus& powerStatus() const { return m_powerStatus; }
     QString powerText() const;
     DaVinciMonitor* davinci() { return &m_davinci; }
-    const DaVinciMonitor& davinci() const { return m_davinci; }
+    const DaVinciMonitor& monitor() const { return m_davinci; }
     const SleepAssertions& assertions() const { return m_assertions; }
     // The session's running time so far ("" while off), as durationString writes it.
     QString elapsedText() const;

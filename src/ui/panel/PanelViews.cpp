@@ -4,6 +4,8 @@
 #include "DriveView.h"
 #include "FanView.h"
 #include "PanelState.h"
+#include "RenderView.h"
+#include "app/automation/RenderModeManager.h"
 #include "app/power/DriveManager.h"
 #include "app/power/LidManager.h"
 #include "app/power/SleepManager.h"
@@ -19,6 +21,7 @@ PanelViews::PanelViews(app::SleepManager& manager, app::Settings& settings, Logi
     , m_awake(std::make_unique<AwakeView>(manager, settings, clock))
     , m_fan(std::make_unique<FanView>(*manager.fan(), settings))
     , m_drives(std::make_unique<DriveView>(*manager.drives()))
+    , m_render(std::make_unique<RenderView>(*manager.renderMode(), *manager.fan(), settings))
 {
 }
 
@@ -38,6 +41,7 @@ QVariantMap PanelViews::rootProperties() const
         {"awake", object(m_awake.get())},
         {"fanView", object(m_fan.get())},
         {"driveView", object(m_drives.get())},
+        {"render", object(m_render.get())},
         {"load", object(m_load)},
     };
 }

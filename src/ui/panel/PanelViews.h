@@ -19,6 +19,7 @@ class DriveView;
 class FanView;
 class LoginItem;
 class PanelState;
+class RenderView;
 class SimulatedLoad;
 
 // The menu panel's views over the models, and the properties the panel's
@@ -34,6 +35,7 @@ public:
     AwakeView& awake() { return *m_awake; }
     FanView& fan() { return *m_fan; }
     DriveView& drives() { return *m_drives; }
+    RenderView& render() { return *m_render; }
 
     QVariantMap rootProperties() const;
 
@@ -44,6 +46,7 @@ private:
     std::unique_ptr<AwakeView> m_awake;
     std::unique_ptr<FanView> m_fan;
     std::unique_ptr<DriveView> m_drives;
+    std::unique_ptr<RenderView> m_render;
 };
 
 } // namespace quillon::ui

@@ -17,6 +17,7 @@ Rectangle {
     required property QtObject awake
     required property QtObject fanView
     required property QtObject driveView
+    required property QtObject render
     required property QtObject load // null outside demo mode
 
     readonly property int panelWidth: 360
@@ -61,6 +62,10 @@ Rectangle {
             DrivesSection {
                 drives: root.drives
                 driveView: root.driveView
+                panel: root.panel
+            }
+            RenderSection {
+                render: root.render
                 panel: root.panel
             }
             Rectangle {

@@ -2,6 +2,7 @@
 
 #include "app/automation/RenderModeManager.h"
 #include "app/fan/FanController.h"
+#include "app/power/DriveManager.h"
 #include "app/power/LidManager.h"
 #include "app/power/SleepManager.h"
 #include "ui/panel/PanelTexts.h"
@@ -56,7 +57,7 @@ QJsonObject awake(const app::SleepManager& manager)
 
 QJsonObject render(const app::RenderModeManager& render)
 {
-    const app::DaVinciMonitor& davinci = render.davinci();
+    const app::DaVinciMonitor& davinci = render.monitor();
     return {{"enabled", render.enabled()}, {"startedAt", time(render.startedAt())},
         {"elapsed", text(render.elapsedText())}, {"peakCPU", render.peakCPU()}, {"peakGPU", render.peakGPU()},
         {"peakRPM", render.peakRPM()}, {"throttleCount", render.throttleCount()},
@@ -102,6 +103,7 @@ QJsonObject StatusReport::build(const app::SleepManager& manager, bool helperCon
         {"lid",
             QJsonObject{{"enabled", lid.enabled()}, {"held", holdState(lid.holdState())},
                 {"lastAutoOff", text(lid.lastAutoOff())}}},
+        {"drives", QJsonObject{{"enabled", manager.drives()->enabled()}}},
         {"render", render(*manager.renderMode())}, {"fans", fans(fan)}, {"temperatures", temperatures(fan)},
         {"helper",
             QJsonObject{{"installed", fan.helperInstalled()}, {"connected", helperConnected},

@@ -2,6 +2,7 @@
 // and a fake clock: what the panel says in each state, in English and German.
 #include "app/Translations.h"
 #include "ui/LoginItem.h"
+#include "app/automation/RenderModeManager.h"
 #include "ui/panel/AwakeView.h"
 #include "ui/panel/FanView.h"
 #include "ui/panel/PanelState.h"
@@ -11,6 +12,7 @@
 #include "support/QStringPrinter.h"
 
 #include <QColor>
+#include <QJsonObject>
 #include <QQmlEngine>
 #include <QQuickItem>
 #include <QQuickView>
@@ -107,7 +109,7 @@ protected:
 
 TEST_F(PanelComponentTest, EveryExpandableSectionStartsCollapsed)
 {
-    for (const char* section : {"awake", "lid", "drives", "fans"}) {
+    for (const char* section : {"awake", "lid", "drives", "render", "fans"}) {
         EXPECT_TRUE(shown(QString::fromLatin1(section) + "Title")) << section;
         EXPECT_FALSE(item(QString::fromLatin1(section) + "Body")->property("visible").toBool()) << section;
     }
@@ -169,6 +171,31 @@ TEST_F(PanelComponentTest, KeepAwakeShowsWhatHoldsEachKindAndWhyNot)
     speak("de");
     EXPECT_EQ(text("kindNote_network"), "Aktiv über fake");
     EXPECT_EQ(text("kindNote_system"), "Nicht aktiv: nothing here");
+}
+
+// Render Mode's section: the switch, DaVinci Resolve's progress or that it
+// is not reachable, and the last session's summary once off.
+TEST_F(PanelComponentTest, RenderModeShowsProgressAndTheLastSession)
+{
+    EXPECT_EQ(text("renderSummary"), "Off");
+    EXPECT_EQ(text("renderNote"), "");
+    flip("renderSwitch");
+    EXPECT_TRUE(manager->renderMode()->enabled());
+    EXPECT_EQ(text("renderSummary"), "On · 0m 00s · Waiting for DaVinci Resolve");
+    EXPECT_FALSE(shown("renderBar"));
+
+    manager->renderMode()->davinci()->apply(QJsonObject{
+        {"ok", true}, {"rendering", true}, {"percent", 42}, {"index", 2}, {"total", 3}, {"project", "Trailer"}});
+    clock.advance(65);
+    manager->renderMode()->sample();
+    EXPECT_EQ(text("renderSummary"), "On · 1m 05s · Job 2 of 3 · 42 %");
+    EXPECT_EQ(item("renderBar")->property("value").toDouble(), 42.0);
+    speak("de");
+    EXPECT_EQ(text("renderSummary"), "An · 1m 05s · Auftrag 2 von 3 · 42 %");
+
+    flip("renderSwitch");
+    EXPECT_EQ(text("renderSummary"), "Aus");
+    EXPECT_EQ(text("renderNote"), "Der Mac blieb kühl · Peak CPU 0° / GPU 0°");
 }
 
 // A lid lock the helper cannot take leaves the switch off, with the reason.

@@ -1,0 +1,58 @@
+#include "RenderOverlay.h"
+
+#include "ui/panel/RenderView.h"
+
+#include <QGuiApplication>
+#include <QQmlEngine>
+#include <QScreen>
+
+namespace quillon::ui {
+
+RenderOverlay::RenderOverlay(RenderView& view, QObject* parent)
+    : QObject(parent)
+    , m_view(view)
+{
+    connect(&m_view, &RenderView::changed, this, &RenderOverlay::sync);
+    if (auto* app = qobject_cast<QGuiApplication*>(QCoreApplication::instance())) {
+        connect(app, &QGuiApplication::screenAdded, this, [this] {
+            m_windows.clear();
+            sync();
+        });
+        connect(app, &QGuiApplication::screenRemoved, this, [this] {
+            m_windows.clear();
+            sync();
+        });
+    }
+}
+
+RenderOverlay::~RenderOverlay() = default;
+
+void RenderOverlay::retranslate()
+{
+    for (const auto& window : m_windows)
+        window->engine()->retranslate();
+}
+
+void RenderOverlay::sync()
+{
+    if (!m_view.enabled()) {
+        m_windows.clear();
+        return;
+    }
+    if (!m_windows.empty())
+        return;
+    for (QScreen* screen : QGuiApplication::screens()) {
+        auto window = std::make_unique<QQuickView>();
+        window->setFlags(Qt::Window | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
+        window->setColor(Qt::transparent);
+        window->setResizeMode(QQuickView::SizeRootObjectToView);
+        window->setInitialProperties({{QStringLiteral("render"), QVariant::fromValue(static_cast<QObject*>(&m_view))}});
+        window->setSource(QUrl(QStringLiteral("qrc:/qml/RenderOverlay.qml")));
+        window->setScreen(screen);
+        window->setGeometry(screen->geometry());
+        window->showFullScreen();
+        m_windows.push_back(std::move(window));
+    }
+}
+
+} // namespace quillon::ui
