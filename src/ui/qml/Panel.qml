@@ -49,6 +49,7 @@ Rectangle {
                 manager: root.manager
                 panel: root.panel
                 fanView: root.fanView
+                fan: root.fan
             }
             KeepAwakeSection {
                 awake: root.awake
