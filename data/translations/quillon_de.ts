@@ -602,6 +602,10 @@
         <source>Cancel</source>
         <translation>Abbrechen</translation>
     </message>
+    <message>
+        <source>Quillon will remove its background helper and itself completely.</source>
+        <translation>Quillon entfernt sein Hintergrund-Hilfswerkzeug und sich selbst vollständig.</translation>
+    </message>
 </context>
 <context>
     <name>quillon::ui::SimulatedLoad</name>

@@ -30,6 +30,9 @@ QString UninstallFlow::text() const
         return tr("Thanks for trying it! The app will now quit.");
     case State::failed:
         return m_failure;
+    case State::working:
+        // What the password is for, while polkit's dialog asks for it in its own words.
+        return tr("Quillon will remove its background helper and itself completely.");
     default:
         break;
     }

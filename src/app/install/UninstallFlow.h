@@ -8,7 +8,7 @@
 namespace quillon::app {
 
 // The uninstall dialogs as a model the settings window shows: a question,
-// then, after the root part, either "removed" (the user's traces are gone
+// what the password is for while the root part runs, then either "removed" (the user's traces are gone
 // too; its button quits the app) or "failed" with the reason. A dismissed
 // authentication simply closes the flow. Texts follow the app's language.
 class UninstallFlow : public QObject {

@@ -17,6 +17,13 @@ using State = UninstallFlow::State;
 
 namespace {
 
+// Root rights still being asked for: the script ends when the test says.
+class HeldRunner : public quillon::platform::PrivilegedRunner {
+public:
+    void run(const QString&, Done finished) override { done = std::move(finished); }
+    Done done;
+};
+
 class Uninstall : public ::testing::Test {
 protected:
     void SetUp() override
@@ -56,6 +63,25 @@ TEST_F(Uninstall, RemovedThenTheUsersTracesGoAndTheAppQuits)
     EXPECT_EQ(quit.count(), 0);
     flow.accept();
     EXPECT_EQ(quit.count(), 1);
+}
+
+// While the password is asked for, the dialog says what it is for.
+TEST_F(Uninstall, SaysWhatThePasswordIsFor)
+{
+    HeldRunner held;
+    Uninstaller waiting(held, AppOrigin{}, HelperLayout(dir.path()));
+    UninstallFlow asking(waiting, traces);
+    asking.accept();
+    EXPECT_EQ(asking.state(), State::working);
+    EXPECT_EQ(asking.text(), "Quillon will remove its background helper and itself completely.");
+    Translations::apply(true);
+    EXPECT_EQ(asking.text(),
+        QString::fromUtf8("Quillon entfernt sein Hintergrund-Hilfswerkzeug und sich selbst vollständig."));
+    Translations::apply(false);
+    asking.accept();
+    EXPECT_EQ(asking.state(), State::working) << "one removal at a time";
+    held.done({Run::success, {}});
+    EXPECT_EQ(asking.state(), State::removed);
 }
 
 TEST_F(Uninstall, CancelledOrFailedKeepsEverything)
