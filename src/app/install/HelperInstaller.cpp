@@ -50,24 +50,28 @@ QString installScript(const QList<Placement>& files, const HelperLayout& layout)
     for (const Placement& file : files)
         lines << placementLines(file);
     // Renames replace a running helper's executable, which a copy over it
-    // cannot ("Text file busy"), and they put all files in place at once.
+    // cannot ("Text file busy"), and they start only once every copy worked.
     for (const Placement& file : files) {
         lines << QStringLiteral("mv -f ") + RootScript::quote(file.destination + QStringLiteral(".new"))
                 + QLatin1Char(' ') + RootScript::quote(file.destination);
     }
     lines << QStringLiteral("trap - EXIT");
     lines << RootScript::reload(layout);
-    lines << RootScript::quote(layout.systemctl()) + QStringLiteral(" enable ") + HelperLayout::unitName()
-            + QStringLiteral(" 2>/dev/null || true");
+    lines << RootScript::unitCommand(layout, QStringLiteral("enable"));
     lines << RootScript::stopHelper(layout);
     // The Ping starts the new helper by bus activation.
     const QString ping
         = QStringLiteral("dbus-send --system --print-reply --reply-timeout=10000 --dest=%1 %2 %1.Ping >/dev/null")
               .arg(kName, QString::fromLatin1(daemon::HelperNames::kObjectPath));
-    lines << QStringLiteral("if ! ") + ping + QStringLiteral(" 2>/dev/null; then") << QStringLiteral("    sleep 1")
-          << QStringLiteral("    if ! ") + ping + QStringLiteral("; then")
-          << QStringLiteral("        echo 'The helper was installed but does not answer on the system bus.' >&2")
-          << QStringLiteral("        exit 1") << QStringLiteral("    fi") << QStringLiteral("fi");
+    lines << QStringList{
+        QStringLiteral("if ! ") + ping + QStringLiteral(" 2>/dev/null; then"),
+        QStringLiteral("    sleep 1"),
+        QStringLiteral("    if ! ") + ping + QStringLiteral("; then"),
+        QStringLiteral("        echo 'The helper was installed but does not answer on the system bus.' >&2"),
+        QStringLiteral("        exit 1"),
+        QStringLiteral("    fi"),
+        QStringLiteral("fi"),
+    };
     return RootScript::join(lines);
 }
 

@@ -29,6 +29,12 @@ QString RootScript::busCall(const QString& method, const QString& argument)
     return call;
 }
 
+QString RootScript::unitCommand(const HelperLayout& layout, const QString& verb)
+{
+    return quote(layout.systemctl()) + QLatin1Char(' ') + verb + QLatin1Char(' ') + HelperLayout::unitName()
+        + QStringLiteral(" 2>/dev/null || true");
+}
+
 QStringList RootScript::reload(const HelperLayout& layout)
 {
     const QString systemctl = quote(layout.systemctl());
@@ -42,8 +48,7 @@ QStringList RootScript::stopHelper(const HelperLayout& layout)
 {
     const QString name = QString::fromLatin1(daemon::HelperNames::kService);
     return {
-        quote(layout.systemctl()) + QStringLiteral(" stop ") + HelperLayout::unitName()
-            + QStringLiteral(" 2>/dev/null || true"),
+        unitCommand(layout, QStringLiteral("stop")),
         QStringLiteral("pid=$(")
             + busCall(QStringLiteral("GetConnectionUnixProcessID"), QStringLiteral("string:") + name)
             + QStringLiteral(" 2>/dev/null | awk '{print $2}') || true"),

@@ -19,6 +19,9 @@ public:
     // Lines joined by line feeds, no line feed after the last.
     static QString join(const QStringList& lines);
 
+    // One service-manager command for the helper's unit ("enable", "stop"...),
+    // whose failure never stops the script.
+    static QString unitCommand(const HelperLayout& layout, const QString& verb);
     // The service manager re-reads its units and the bus its policies and
     // activation files; neither failing stops the script.
     static QStringList reload(const HelperLayout& layout);

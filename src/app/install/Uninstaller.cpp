@@ -41,8 +41,7 @@ QStringList appRemoval(const AppOrigin& origin)
 
 QString removalScript(const AppOrigin& origin, const HelperLayout& layout)
 {
-    QStringList lines{RootScript::quote(layout.systemctl()) + QStringLiteral(" disable ") + HelperLayout::unitName()
-        + QStringLiteral(" 2>/dev/null || true")};
+    QStringList lines{RootScript::unitCommand(layout, QStringLiteral("disable"))};
     lines << RootScript::stopHelper(layout);
     for (const QString& file : layout.files())
         lines << QStringLiteral("rm -f ") + RootScript::quote(file);
