@@ -292,6 +292,22 @@
         <source>Not in force</source>
         <translation>Nicht aktiv</translation>
     </message>
+    <message>
+        <source>Quillon is installing a small helper for fan control. After this, everything runs without further password prompts.</source>
+        <translation>Quillon installiert ein Hilfswerkzeug zur Lüftersteuerung. Danach läuft alles ohne weitere Passwort-Abfragen.</translation>
+    </message>
+    <message>
+        <source>This version of Quillon comes with a newer fan helper.</source>
+        <translation>Diese Version von Quillon bringt ein neueres Lüfter-Hilfswerkzeug mit.</translation>
+    </message>
+    <message>
+        <source>Install</source>
+        <translation>Installieren</translation>
+    </message>
+    <message>
+        <source>Update</source>
+        <translation>Aktualisieren</translation>
+    </message>
 </context>
 <context>
     <name>RenderOverlay</name>
@@ -599,6 +615,53 @@
     <message>
         <source>Below 15% on battery — keep-awake was stopped so your Mac can sleep.</source>
         <translation>Unter 15 % auf Akku — Wach bleiben wurde beendet, damit dein Mac schlafen kann.</translation>
+    </message>
+</context>
+<context>
+    <name>quillon::app::UninstallFlow</name>
+    <message>
+        <source>Quillon has been removed</source>
+        <translation>Quillon wurde entfernt</translation>
+    </message>
+    <message>
+        <source>Uninstall failed</source>
+        <translation>Entfernen fehlgeschlagen</translation>
+    </message>
+    <message>
+        <source>Really uninstall Quillon?</source>
+        <translation>Quillon wirklich entfernen?</translation>
+    </message>
+    <message>
+        <source>Thanks for trying it! The app will now quit.</source>
+        <translation>Danke, dass du es ausprobiert hast! Die App wird jetzt beendet.</translation>
+    </message>
+    <message>
+        <source>This removes: the fan background helper, the app itself and all settings. Fan control immediately returns to macOS. You&apos;ll be asked for your password once.</source>
+        <translation>Entfernt wird: der Lüfter-Hintergrunddienst, die App selbst und alle Einstellungen. Die Lüftersteuerung geht sofort wieder an macOS zurück. Du wirst einmal nach deinem Passwort gefragt.</translation>
+    </message>
+    <message>
+        <source>Quillon runs from the folder it was built in; that folder stays as it is.</source>
+        <translation>Quillon läuft aus dem Ordner, in dem es gebaut wurde; dieser Ordner bleibt, wie er ist.</translation>
+    </message>
+    <message>
+        <source>Quit</source>
+        <translation>Beenden</translation>
+    </message>
+    <message>
+        <source>OK</source>
+        <translation>OK</translation>
+    </message>
+    <message>
+        <source>Uninstall</source>
+        <translation>Entfernen</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>Abbrechen</translation>
+    </message>
+    <message>
+        <source>Quillon will remove its background helper and itself completely.</source>
+        <translation>Quillon entfernt sein Hintergrund-Hilfswerkzeug und sich selbst vollständig.</translation>
     </message>
 </context>
 <context>

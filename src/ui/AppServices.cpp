@@ -3,16 +3,22 @@
 #include "app/Notifier.h"
 #include "app/Settings.h"
 #include "app/fan/DBusHelperLink.h"
+#include "app/install/HelperInstaller.h"
+#include "app/install/UninstallFlow.h"
 #include "platform/LidSensor.h"
 #include "platform/LidSwitchOwner.h"
 #include "platform/NotificationCenter.h"
 #include "platform/SoundPlayer.h"
 #include "platform/ThermalPressure.h"
+#include "platform/linux/AppIdentity.h"
 #include "platform/linux/LinuxPlatform.h"
+#include "platform/linux/PkexecRunner.h"
 
 #include "daemon/HelperBus.h"
 
+#include <QCoreApplication>
 #include <QDebug>
+#include <QStandardPaths>
 
 namespace quillon::ui {
 
@@ -45,6 +51,9 @@ AppServices::AppServices(const QString& settingsFile)
     , m_lidOwner(LinuxPlatform::lidSwitchOwner())
     , m_sounds(LinuxPlatform::sounds(QStringLiteral(":/sounds/render-finished.wav")))
     , m_helperLink(std::make_unique<app::DBusHelperLink>(helperBus()))
+    , m_runner(std::make_unique<platform::linux_::PkexecRunner>())
+    , m_installer(std::make_unique<app::HelperInstaller>(
+          *m_runner, app::HelperInstaller::bundledHelperFor(QCoreApplication::applicationDirPath())))
 {
 }
 
@@ -65,7 +74,29 @@ app::SleepManager::Services AppServices::services()
     services.notifier = m_notifier.get();
     services.settings = m_settings.get();
     services.clock = &m_clock;
+    services.installer = [installer = m_installer.get()](auto done) {
+        installer->install(std::move(done));
+    };
+    services.bundledHelperPath = m_installer->bundledHelper();
+    // Only a local install is updated from here; a packaged helper comes with its package.
+    if (m_installer->isInstalled())
+        services.installedHelperPath = m_installer->layout().helperPath();
     return services;
+}
+
+std::unique_ptr<app::UninstallFlow> AppServices::makeUninstallFlow()
+{
+    if (!m_uninstaller) {
+        m_uninstaller = std::make_unique<app::Uninstaller>(
+            *m_runner, app::AppOrigin::detect(QCoreApplication::applicationFilePath(), app::AppOrigin::dpkgOwner));
+    }
+    const QString config = QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation);
+    const QString cache = QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation);
+    return std::make_unique<app::UninstallFlow>(*m_uninstaller,
+        app::Uninstaller::UserTraces{m_settings->fileName(),
+            config + QStringLiteral("/autostart/") + platform::linux_::AppIdentity::appId()
+                + QStringLiteral(".desktop"),
+            cache + QStringLiteral("/quillon")});
 }
 
 } // namespace quillon::ui

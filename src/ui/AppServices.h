@@ -7,7 +7,10 @@
 #include <memory>
 
 namespace quillon::app {
+class HelperInstaller;
 class HelperLink;
+class Uninstaller;
+class UninstallFlow;
 class Notifier;
 class Settings;
 } // namespace quillon::app
@@ -17,6 +20,7 @@ class LidSensor;
 class LidSwitchOwner;
 class SoundPlayer;
 class NotificationCenter;
+class PrivilegedRunner;
 class ThermalPressure;
 } // namespace quillon::platform
 
@@ -24,7 +28,8 @@ namespace quillon::ui {
 
 // Everything the models run on in the tray app, made once at launch: the
 // settings, the clock, the Linux backends from LinuxPlatform, the notifier,
-// and the link to the fan helper on the bus QUILLON_HELPER_BUS names.
+// the link to the fan helper on the bus QUILLON_HELPER_BUS names, and the
+// installer of the helper that ships beside the app.
 class AppServices {
 public:
     // settingsFile: empty for the user's own settings.
@@ -39,6 +44,10 @@ public:
     app::Settings& settings() { return *m_settings; }
     const platform::Clock& clock() const { return m_clock; }
     app::HelperLink& helperLink() { return *m_helperLink; }
+    platform::PrivilegedRunner& privilegedRunner() { return *m_runner; }
+    // The uninstall dialogs' model, for the settings window; asks dpkg, at
+    // its first call, how the app was installed.
+    std::unique_ptr<app::UninstallFlow> makeUninstallFlow();
 
 private:
     std::unique_ptr<app::Settings> m_settings;
@@ -50,6 +59,9 @@ private:
     std::unique_ptr<platform::LidSwitchOwner> m_lidOwner;
     std::unique_ptr<platform::SoundPlayer> m_sounds;
     std::unique_ptr<app::HelperLink> m_helperLink;
+    std::unique_ptr<platform::PrivilegedRunner> m_runner;
+    std::unique_ptr<app::HelperInstaller> m_installer;
+    std::unique_ptr<app::Uninstaller> m_uninstaller;
 };
 
 } // namespace quillon::ui

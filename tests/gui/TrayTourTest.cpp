@@ -203,22 +203,22 @@ TEST_F(TrayTourTest, RenderModeOverlayFinishAndReport)
     const bool drivesBefore = enabled("drives");
 
     EXPECT_EQ(rig.ctl({"render", "on"}).exitCode, 0);
-    ASSERT_TRUE(waitUntil([&] { return davinci().value("percent").toInt() == 42; }, 10s))
+    ASSERT_TRUE(waitUntil([&] { return davinci().value("percent").toInt() == 42; }, 30s))
         << QJsonDocument(render()).toJson().toStdString();
     EXPECT_EQ(davinci().value("project"), "Trailer");
-    ASSERT_TRUE(waitUntil(overlay, 5s)) << "no overlay";
+    ASSERT_TRUE(waitUntil(overlay, 15s)) << "no overlay";
     letItDraw();
     display.grab(artifact("6-render-overlay.png"));
     EXPECT_TRUE(enabled("lid"));
     EXPECT_TRUE(enabled("drives"));
 
     resolveIs(false, 100);
-    EXPECT_TRUE(waitUntil([&] { return notified("🎬 Render finished"); }, 10s));
+    EXPECT_TRUE(waitUntil([&] { return notified("🎬 Render finished"); }, 30s));
     EXPECT_TRUE(render().value("enabled").toBool()) << "a finished render leaves Render Mode on";
 
     EXPECT_EQ(rig.ctl({"render", "off"}).exitCode, 0);
-    EXPECT_TRUE(waitUntil([&] { return !overlay(); }, 5s)) << "the overlay stayed";
-    EXPECT_TRUE(waitUntil([&] { return notified("🎬 Render Mode ended"); }, 5s));
+    EXPECT_TRUE(waitUntil([&] { return !overlay(); }, 15s)) << "the overlay stayed";
+    EXPECT_TRUE(waitUntil([&] { return notified("🎬 Render Mode ended"); }, 15s));
     EXPECT_EQ(enabled("lid"), lidBefore);
     EXPECT_EQ(enabled("drives"), drivesBefore);
     display.grab(artifact("7-render-off.png"));

@@ -89,6 +89,9 @@ protected:
         services.notifier = &notifier;
         services.settings = &settings;
         services.clock = &clock;
+        services.installer = installer;
+        services.bundledHelperPath = bundledHelper;
+        services.installedHelperPath = installedHelper;
         services.startTimers = false;
         return services;
     }
@@ -103,6 +106,10 @@ protected:
     std::shared_ptr<FakePowerSupply> supply = std::make_shared<FakePowerSupply>();
     std::shared_ptr<FakeVolumeSource> volumes = std::make_shared<FakeVolumeSource>();
     std::shared_ptr<FakeDriveToucher> toucher = std::make_shared<FakeDriveToucher>();
+    // The helper installer and the two helper copies the update check compares (none by default).
+    app::FanController::Installer installer;
+    QString bundledHelper;
+    QString installedHelper;
     std::unique_ptr<app::SleepManager> manager;
 };
 

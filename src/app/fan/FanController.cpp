@@ -369,10 +369,16 @@ void FanController::installHelper()
         setStatusMessage(QStringLiteral("Fehler: ") + tr("this build has no helper installer"));
         return;
     }
+    if (m_helperInstalling)
+        return;
+    m_helperInstalling = true;
+    emit helperStateChanged();
     QPointer<FanController> self(this);
     m_parts.installer([self](const InstallResult& result) {
         if (!self)
             return;
+        self->m_helperInstalling = false;
+        emit self->helperStateChanged();
         switch (result.kind) {
         case InstallResult::Kind::success:
             self->m_helperInstalled = true;

@@ -61,6 +61,7 @@ class FanController : public QObject {
     Q_PROPERTY(bool helperInstalled READ helperInstalled NOTIFY helperStateChanged)
     Q_PROPERTY(bool helperNeedsUpdate READ helperNeedsUpdate NOTIFY helperStateChanged)
     Q_PROPERTY(QString statusMessage READ statusMessage NOTIFY helperStateChanged)
+    Q_PROPERTY(bool helperInstalling READ helperInstalling NOTIFY helperStateChanged)
     Q_PROPERTY(bool releasePending READ releasePending NOTIFY helperStateChanged)
     Q_PROPERTY(QString safetyHold READ safetyHold NOTIFY helperStateChanged)
     Q_PROPERTY(QString fanControlUnavailable READ fanControlUnavailable NOTIFY helperStateChanged)
@@ -129,7 +130,8 @@ public:
     void connectIfNeeded();
     // Asks the helper for its status once and applies it.
     void refresh();
-    void installHelper();
+    // Runs the installer unless it is already running; reconnects after success.
+    Q_INVOKABLE void installHelper();
     // Used by the lid manager: holds (on) or releases the helper's lid lock.
     // done, when given, hears the helper's answer (false with its reason, or
     // when the helper cannot be reached).
@@ -178,6 +180,8 @@ public:
     double effectivePercent() const { return m_effectivePercent; }
     bool helperInstalled() const { return m_helperInstalled; }
     bool helperNeedsUpdate() const { return m_helperNeedsUpdate; }
+    // The installer is running (waiting for the password, or at work).
+    bool helperInstalling() const { return m_helperInstalling; }
     QString statusMessage() const { return m_statusMessage; }
     // The helper could not verify handing the fans back and keeps trying.
     bool releasePending() const { return m_releasePending; }
@@ -281,6 +285,7 @@ private:
     bool m_overheatNotified = false;
     bool m_helperInstalled = false;
     bool m_helperNeedsUpdate = false;
+    bool m_helperInstalling = false;
     QString m_statusMessage;
     double m_boostDuration = 600;
     QDateTime m_boostExpiresAt;

@@ -79,6 +79,11 @@ QString FanView::helperLine() const
     return PanelTexts::helperLine(m_fan);
 }
 
+QString FanView::helperAction() const
+{
+    return PanelTexts::helperAction(m_fan);
+}
+
 QVariantList FanView::profiles() const
 {
     QVariantList list;

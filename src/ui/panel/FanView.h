@@ -27,6 +27,7 @@ class FanView : public QObject {
     Q_PROPERTY(QString boostCountdown READ boostCountdown NOTIFY changed)
     Q_PROPERTY(QString triggerNote READ triggerNote NOTIFY changed)
     Q_PROPERTY(QString helperLine READ helperLine NOTIFY changed)
+    Q_PROPERTY(QString helperAction READ helperAction NOTIFY changed)
     Q_PROPERTY(QVariantList profiles READ profiles NOTIFY languageChanged)
     Q_PROPERTY(QString blurb READ blurb NOTIFY changed)
     Q_PROPERTY(QVariantList curvePoints READ curvePoints NOTIFY curveChanged)
@@ -52,6 +53,7 @@ public:
     QString boostCountdown() const;
     QString triggerNote() const;
     QString helperLine() const;
+    QString helperAction() const;
     // {kind, label, blurb} for silent, balanced, max.
     QVariantList profiles() const;
     // The blurb of the profile chosen.

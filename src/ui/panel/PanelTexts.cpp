@@ -41,9 +41,28 @@ QStringList PanelTexts::statusLines(const app::SleepManager& manager)
 
 QString PanelTexts::helperLine(const app::FanController& fan)
 {
+    // pkexec shows polkit's own words, so the panel says what the password is for.
+    if (fan.helperInstalling()) {
+        return tr("Quillon is installing a small helper for fan control. After this, everything runs without further "
+                  "password prompts.");
+    }
+    QStringList lines;
     if (!fan.helperInstalled())
-        return tr("The fan helper is not installed, so fan control is off.");
-    return fan.statusMessage();
+        lines << tr("The fan helper is not installed, so fan control is off.");
+    else if (fan.helperNeedsUpdate())
+        lines << tr("This version of Quillon comes with a newer fan helper.");
+    if (!fan.statusMessage().isEmpty())
+        lines << fan.statusMessage();
+    return lines.join(QLatin1Char('\n'));
+}
+
+QString PanelTexts::helperAction(const app::FanController& fan)
+{
+    if (fan.helperInstalling())
+        return {};
+    if (!fan.helperInstalled())
+        return tr("Install");
+    return fan.helperNeedsUpdate() ? tr("Update") : QString();
 }
 
 QString PanelTexts::awakeSummary(const app::SleepManager& manager)

@@ -1,6 +1,5 @@
 #pragma once
 
-
 #include "core/CoolingProfile.h"
 
 #include <QCoreApplication>
@@ -27,8 +26,11 @@ public:
     // --- the status section ---
     // One line per feature that is on, or one saying that none is.
     static QStringList statusLines(const app::SleepManager& manager);
-    // Why fan control is unavailable or what the helper last said; empty when all is well.
+    // The helper banner: that the helper is missing or outdated, what it
+    // last said, or, while the installer runs, what it is doing; empty when all is well.
     static QString helperLine(const app::FanController& fan);
+    // The banner's button: "Install", "Update", or empty for none.
+    static QString helperAction(const app::FanController& fan);
 
     // --- keep-awake ---
     // The section's summary: off, the countdown and end, or open-ended.

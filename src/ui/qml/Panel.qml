@@ -50,6 +50,7 @@ Rectangle {
                 manager: root.manager
                 panel: root.panel
                 fanView: root.fanView
+                fan: root.fan
             }
             KeepAwakeSection {
                 awake: root.awake

@@ -10,6 +10,7 @@ ColumnLayout {
     required property QtObject manager
     required property QtObject panel
     required property QtObject fanView
+    required property QtObject fan
 
     spacing: 4
     Layout.fillWidth: true
@@ -46,13 +47,26 @@ ColumnLayout {
             Layout.fillWidth: true
         }
     }
-    Label {
-        objectName: "helperLine"
-        text: status.fanView.helperLine
-        visible: text !== ""
-        wrapMode: Text.WordWrap
-        font.pixelSize: 12
-        color: "#c0392b"
+    // The helper banner: what is wrong with the helper, and the button that
+    // installs or updates it.
+    RowLayout {
+        visible: helperLine.text !== ""
         Layout.fillWidth: true
+        spacing: 8
+        Label {
+            id: helperLine
+            objectName: "helperLine"
+            text: status.fanView.helperLine
+            wrapMode: Text.WordWrap
+            font.pixelSize: 12
+            color: "#c0392b"
+            Layout.fillWidth: true
+        }
+        Button {
+            objectName: "helperAction"
+            text: status.fanView.helperAction
+            visible: text !== ""
+            onClicked: status.fan.installHelper()
+        }
     }
 }

@@ -8,6 +8,7 @@
 #include "ui/panel/PanelState.h"
 #include "ui/panel/PanelViews.h"
 
+#include "support/Files.h"
 #include "support/KeepAwakeRig.h"
 #include "support/QStringPrinter.h"
 
@@ -16,6 +17,7 @@
 #include <QQmlEngine>
 #include <QQuickItem>
 #include <QQuickView>
+#include <QTemporaryDir>
 
 namespace quillon::test {
 namespace {
@@ -279,6 +281,78 @@ TEST_F(PanelComponentTest, FanStatusFollowsTheFanController)
     EXPECT_EQ(text("fansSummary"), "Fan control unavailable on this computer: fan_control is off");
     EXPECT_FALSE(shown("fansSwitch"));
     EXPECT_FALSE(item("coolingMode")->isEnabled());
+}
+
+// The helper banner before the helper is there: its button runs the
+// installer once at a time, the panel says what the password is for, and a
+// successful install takes the banner away.
+class PanelHelperBanner : public PanelComponentTest {
+protected:
+    void SetUp() override
+    {
+        link.available = false;
+        installer = [this](auto done) {
+            ++installs;
+            pending = std::move(done);
+        };
+        PanelComponentTest::SetUp();
+    }
+    void finish(const app::InstallResult& result) { std::exchange(pending, {})(result); }
+
+    int installs = 0;
+    std::function<void(app::InstallResult)> pending;
+};
+
+TEST_F(PanelHelperBanner, InstallsOnceAtATimeAndGoesAfterSuccess)
+{
+    const QString missing = "The fan helper is not installed, so fan control is off.";
+    EXPECT_EQ(text("helperLine"), missing);
+    EXPECT_EQ(text("helperAction"), "Install");
+    click("helperAction");
+    EXPECT_EQ(text("helperLine"),
+        "Quillon is installing a small helper for fan control. After this, everything runs without further password "
+        "prompts.");
+    speak("de");
+    EXPECT_EQ(text("helperLine"),
+        QString::fromUtf8("Quillon installiert ein Hilfswerkzeug zur Lüftersteuerung. Danach läuft alles ohne weitere "
+                          "Passwort-Abfragen."));
+    speak("en");
+    EXPECT_FALSE(shown("helperAction"));
+    fan().installHelper();
+    EXPECT_EQ(installs, 1);
+
+    finish(app::InstallResult::cancelled());
+    EXPECT_EQ(text("helperLine"), missing + "\nInstallation abgebrochen");
+    EXPECT_EQ(text("helperAction"), "Install");
+
+    click("helperAction");
+    link.available = true;
+    finish(app::InstallResult::success());
+    EXPECT_EQ(installs, 2);
+    EXPECT_TRUE(link.isOpen()) << "the app reconnects";
+    EXPECT_EQ(text("helperLine"), "Helper installiert");
+    EXPECT_FALSE(shown("helperAction"));
+}
+
+class PanelUpdateBanner : public PanelComponentTest {
+protected:
+    void SetUp() override
+    {
+        bundledHelper = dir.path() + "/bundled";
+        installedHelper = dir.path() + "/installed";
+        ASSERT_TRUE(writeFile(bundledHelper, "helper 2"));
+        ASSERT_TRUE(writeFile(installedHelper, "helper 1"));
+        PanelComponentTest::SetUp();
+    }
+    QTemporaryDir dir;
+};
+
+TEST_F(PanelUpdateBanner, AStaleHelperIsOfferedAnUpdate)
+{
+    EXPECT_EQ(text("helperLine"), "This version of Quillon comes with a newer fan helper.");
+    EXPECT_EQ(text("helperAction"), "Update");
+    speak("de");
+    EXPECT_EQ(text("helperAction"), "Aktualisieren");
 }
 
 TEST_F(PanelComponentTest, ProfilesAndTheirBlurbs)

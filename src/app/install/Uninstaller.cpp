@@ -1,0 +1,104 @@
+#include "Uninstaller.h"
+
+#include "RootScript.h"
+#include "StagingDir.h"
+#include "platform/PrivilegedRunner.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <memory>
+
+namespace quillon::app {
+
+namespace {
+
+QStringList appRemoval(const AppOrigin& origin)
+{
+    switch (origin.kind) {
+    case AppOrigin::Kind::package:
+        return {QStringLiteral("DEBIAN_FRONTEND=noninteractive dpkg --purge ") + RootScript::quote(origin.package)
+            + QStringLiteral(" || true")};
+    case AppOrigin::Kind::localInstall: {
+        QStringList lines;
+        QStringList dirs;
+        for (const QString& file : origin.files) {
+            lines << QStringLiteral("rm -f ") + RootScript::quote(file);
+            const QString dir = QFileInfo(file).path();
+            if (!dirs.contains(dir))
+                dirs << dir;
+        }
+        // Folders the install made and left empty now; shared ones stay.
+        for (const QString& dir : dirs)
+            lines << QStringLiteral("rmdir ") + RootScript::quote(dir) + QStringLiteral(" 2>/dev/null || true");
+        return lines;
+    }
+    case AppOrigin::Kind::buildTree:
+        break;
+    }
+    return {};
+}
+
+QString removalScript(const AppOrigin& origin, const HelperLayout& layout)
+{
+    QStringList lines{RootScript::unitCommand(layout, QStringLiteral("disable"))};
+    lines << RootScript::stopHelper(layout);
+    for (const QString& file : layout.files())
+        lines << QStringLiteral("rm -f ") + RootScript::quote(file);
+    lines << QStringLiteral("rmdir ") + RootScript::quote(layout.helperDir()) + QStringLiteral(" 2>/dev/null || true");
+    lines << RootScript::reload(layout);
+    lines << appRemoval(origin);
+    lines << QStringLiteral("exit 0");
+    return RootScript::join(lines);
+}
+
+void removeTree(const QString& path)
+{
+    if (path.isEmpty())
+        return;
+    if (QFileInfo(path).isDir())
+        QDir(path).removeRecursively();
+    else
+        QFile::remove(path);
+}
+
+} // namespace
+
+Uninstaller::Uninstaller(platform::PrivilegedRunner& runner, AppOrigin origin, HelperLayout layout)
+    : m_runner(runner)
+    , m_origin(std::move(origin))
+    , m_layout(std::move(layout))
+{
+}
+
+void Uninstaller::performPrivilegedRemoval(Done done)
+{
+    auto staging = std::make_shared<StagingDir>();
+    QString error;
+    const QString script
+        = staging->write(QStringLiteral("uninstall.sh"), removalScript(m_origin, m_layout).toUtf8(), error);
+    if (script.isEmpty()) {
+        done(InstallResult::failed(QStringLiteral("Skript konnte nicht erstellt werden: ") + error));
+        return;
+    }
+    m_runner.run(script, [staging, done](const platform::PrivilegedRunner::Result& result) {
+        InstallResult outcome = InstallResult::from(result);
+        if (outcome.kind == InstallResult::Kind::failed && outcome.message.isEmpty())
+            outcome.message = QStringLiteral("unbekannter Fehler");
+        done(outcome);
+    });
+}
+
+void Uninstaller::clearUserTraces(const UserTraces& traces)
+{
+    if (!traces.settingsFile.isEmpty()) {
+        // With the copies the settings check set aside (SettingsFileCheck).
+        for (const char* suffix : {"", ".unreadable", ".corrupt"})
+            removeTree(traces.settingsFile + QLatin1String(suffix));
+        QDir().rmdir(QFileInfo(traces.settingsFile).path());
+    }
+    removeTree(traces.autostartEntry);
+    removeTree(traces.cacheDir);
+}
+
+} // namespace quillon::app

@@ -1,0 +1,49 @@
+#pragma once
+
+#include "AppOrigin.h"
+#include "HelperLayout.h"
+#include "InstallResult.h"
+
+#include <QString>
+#include <functional>
+
+namespace quillon::platform {
+class PrivilegedRunner;
+}
+
+namespace quillon::app {
+
+// Removes what Quillon put on the computer. The root part is one script run
+// with one authentication: it stops and disables the helper (which hands the
+// fans back to the firmware), removes every file the helper installer put
+// down, and removes the app the way it came (see AppOrigin; a build tree is
+// left alone). Every step tolerates what is already gone and the script
+// always ends well, so a half-installed system is cleaned up too. The
+// user's part, clearUserTraces, follows a successful removal.
+class Uninstaller {
+public:
+    using Done = std::function<void(const InstallResult&)>;
+
+    // The user's files the app writes.
+    struct UserTraces {
+        QString settingsFile;
+        QString autostartEntry;
+        QString cacheDir;
+    };
+
+    Uninstaller(platform::PrivilegedRunner& runner, AppOrigin origin, HelperLayout layout = HelperLayout());
+
+    const AppOrigin& origin() const { return m_origin; }
+    // done hears `cancelled` for a dismissed authentication, else `failed`
+    // only when the script could not run at all (German text).
+    void performPrivilegedRemoval(Done done);
+    // Each missing item or failure is ignored.
+    static void clearUserTraces(const UserTraces& traces);
+
+private:
+    platform::PrivilegedRunner& m_runner;
+    AppOrigin m_origin;
+    HelperLayout m_layout;
+};
+
+} // namespace quillon::app

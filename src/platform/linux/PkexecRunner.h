@@ -1,0 +1,26 @@
+#pragma once
+
+#include "platform/PrivilegedRunner.h"
+
+#include <QObject>
+
+namespace quillon::platform::linux_ {
+
+// Root rights through polkit's pkexec. pkexec answers 126 when the user
+// dismisses the dialog and 127 when it refuses or finds no authentication
+// agent, but it passes the script's own exit code through as well; so the
+// script is started behind a marker line, and only a run that never printed
+// the marker is pkexec's own answer.
+class PkexecRunner : public QObject, public PrivilegedRunner {
+    Q_OBJECT
+public:
+    // program: "pkexec" from PATH, or a stand-in of the same contract.
+    explicit PkexecRunner(QString program = QStringLiteral("pkexec"), QObject* parent = nullptr);
+
+    void run(const QString& scriptPath, Done done) override;
+
+private:
+    QString m_program;
+};
+
+} // namespace quillon::platform::linux_

@@ -1,0 +1,128 @@
+#include "app/install/HelperInstaller.h"
+
+#include "FakeRunner.h"
+#include "app/install/RootScript.h"
+
+#include "support/ChildProcess.h"
+#include "support/Files.h"
+#include "support/QStringPrinter.h"
+
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+
+using namespace quillon::app;
+using namespace quillon::test;
+using Run = quillon::platform::PrivilegedRunner::Result::Kind;
+
+namespace {
+
+class Installer : public ::testing::Test {
+protected:
+    void SetUp() override { ASSERT_TRUE(writeFile(bundled, "helper bytes")); }
+
+    InstallResult install(HelperInstaller& installer)
+    {
+        InstallResult outcome = InstallResult::failed("never answered");
+        int answers = 0;
+        installer.install([&](const InstallResult& result) {
+            outcome = result;
+            ++answers;
+        });
+        EXPECT_EQ(answers, 1);
+        return outcome;
+    }
+
+    QTemporaryDir dir;
+    QString bundled = dir.path() + "/app/quillon-helper";
+    HelperLayout layout{dir.path() + "/root"};
+    FakeRunner runner;
+};
+
+TEST_F(Installer, OutcomesOfTheRootScript)
+{
+    HelperInstaller installer(runner, bundled, layout);
+    EXPECT_EQ(install(installer).kind, InstallResult::Kind::success);
+
+    runner.next = {Run::dismissed, {}};
+    EXPECT_EQ(install(installer).kind, InstallResult::Kind::cancelled);
+
+    runner.next = {Run::failed, "cp: cannot create regular file 'x': Read-only file system"};
+    const InstallResult failed = install(installer);
+    EXPECT_EQ(failed.kind, InstallResult::Kind::failed);
+    EXPECT_EQ(failed.message, "cp: cannot create regular file 'x': Read-only file system");
+    EXPECT_EQ(runner.runs, 3);
+}
+
+TEST_F(Installer, NothingRunsWithoutTheHelperOrAPlaceToStageFiles)
+{
+    HelperInstaller missing(runner, dir.path() + "/elsewhere/quillon-helper", layout);
+    InstallResult result = install(missing);
+    EXPECT_EQ(result.kind, InstallResult::Kind::failed);
+    EXPECT_TRUE(result.message.contains("helper binary not found")) << result.message.toStdString();
+    EXPECT_TRUE(result.message.contains(dir.path() + "/elsewhere/quillon-helper")) << result.message.toStdString();
+
+    // A destination the unit file could not carry is refused before anything runs.
+    HelperInstaller spaced(runner, bundled, HelperLayout(dir.path() + "/with space"));
+    EXPECT_EQ(install(spaced).kind, InstallResult::Kind::failed);
+
+    const QByteArray tmp = qgetenv("TMPDIR");
+    for (const QString& unusable : {dir.path() + "/no/such/dir", bundled}) {
+        qputenv("TMPDIR", unusable.toUtf8());
+        HelperInstaller installer(runner, bundled, layout);
+        result = install(installer);
+        EXPECT_EQ(result.kind, InstallResult::Kind::failed);
+        EXPECT_TRUE(result.message.contains("temporary folder")) << result.message.toStdString();
+    }
+    qputenv("TMPDIR", tmp);
+    EXPECT_EQ(runner.runs, 0);
+}
+
+TEST_F(Installer, InstalledMeansHelperAndUnitBoth)
+{
+    HelperInstaller installer(runner, bundled, layout);
+    EXPECT_FALSE(installer.isInstalled());
+    ASSERT_TRUE(writeFile(layout.helperPath(), "x"));
+    EXPECT_FALSE(installer.isInstalled());
+    ASSERT_TRUE(QFile::remove(layout.helperPath()));
+    ASSERT_TRUE(writeFile(layout.unitPath(), "x"));
+    EXPECT_FALSE(installer.isInstalled());
+    ASSERT_TRUE(writeFile(layout.helperPath(), "x"));
+    EXPECT_TRUE(installer.isInstalled());
+}
+
+// The helper that ships with the app: beside it in a build tree, in
+// libexec/quillon when installed under a prefix.
+TEST_F(Installer, FindsTheHelperThatShipsWithTheApp)
+{
+    EXPECT_EQ(HelperInstaller::bundledHelperFor(dir.path() + "/app"), bundled);
+    ASSERT_TRUE(writeFile(dir.path() + "/usr/libexec/quillon/quillon-helper", "x"));
+    ASSERT_TRUE(QDir().mkpath(dir.path() + "/usr/bin"));
+    EXPECT_EQ(
+        HelperInstaller::bundledHelperFor(dir.path() + "/usr/bin"), dir.path() + "/usr/libexec/quillon/quillon-helper");
+}
+
+// Whatever a path holds reaches the command as one unchanged argument.
+TEST(RootScriptQuoting, EveryPathSurvivesTheShell)
+{
+    for (const QString path : {"/plain/path", "/Users/it's mine/Quillon", "/a 'b' \"c\" \\d $HOME `id` *",
+             "/line\nfeed", "'", "''", "/trailing\\"}) {
+        const auto out = ChildProcess::run("/bin/sh", {"-c", "printf '%s|' " + RootScript::quote(path)});
+        EXPECT_EQ(QString::fromStdString(out.out), path + "|") << path.toStdString();
+    }
+}
+
+// The staged files and the script go once the outcome is known.
+TEST_F(Installer, LeavesNothingInTheTemporaryFolder)
+{
+    QTemporaryDir tmp;
+    const QByteArray saved = qgetenv("TMPDIR");
+    qputenv("TMPDIR", tmp.path().toUtf8());
+    HelperInstaller installer(runner, bundled, layout);
+    const InstallResult result = install(installer);
+    qputenv("TMPDIR", saved);
+    ASSERT_EQ(result.kind, InstallResult::Kind::success);
+    EXPECT_TRUE(runner.script.contains(tmp.path()));
+    EXPECT_TRUE(QDir(tmp.path()).isEmpty());
+}
+
+} // namespace

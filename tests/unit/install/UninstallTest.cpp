@@ -1,0 +1,170 @@
+#include "FakeRunner.h"
+#include "app/Translations.h"
+#include "app/install/UninstallFlow.h"
+#include "app/install/Uninstaller.h"
+
+#include "support/Files.h"
+#include "support/QStringPrinter.h"
+
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+
+using namespace quillon::app;
+using namespace quillon::test;
+using Run = quillon::platform::PrivilegedRunner::Result::Kind;
+using State = UninstallFlow::State;
+
+namespace {
+
+// Root rights still being asked for: the script ends when the test says.
+class HeldRunner : public quillon::platform::PrivilegedRunner {
+public:
+    void run(const QString&, Done finished) override { done = std::move(finished); }
+    Done done;
+};
+
+class Uninstall : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        for (const QString& path : {traces.settingsFile, traces.settingsFile + ".corrupt", traces.autostartEntry,
+                 traces.cacheDir + "/icons/x.png"})
+            ASSERT_TRUE(writeFile(path, "x"));
+    }
+    bool anyTraceLeft() const
+    {
+        return QFileInfo::exists(traces.settingsFile) || QFileInfo::exists(traces.settingsFile + ".corrupt")
+            || QFileInfo::exists(traces.autostartEntry) || QFileInfo::exists(traces.cacheDir);
+    }
+
+    QTemporaryDir dir;
+    Uninstaller::UserTraces traces{dir.path() + "/config/quillon/Quillon.ini",
+        dir.path() + "/config/autostart/org.quillon.Quillon.desktop", dir.path() + "/cache/quillon"};
+    FakeRunner runner;
+    Uninstaller uninstaller{runner, AppOrigin{}, HelperLayout(dir.path() + "/root")};
+    UninstallFlow flow{uninstaller, traces};
+};
+
+TEST_F(Uninstall, RemovedThenTheUsersTracesGoAndTheAppQuits)
+{
+    QSignalSpy quit(&flow, &UninstallFlow::quitRequested);
+    EXPECT_EQ(flow.title(), "Really uninstall Quillon?");
+    EXPECT_EQ(flow.acceptLabel(), "Uninstall");
+    EXPECT_EQ(flow.cancelLabel(), "Cancel");
+    flow.accept();
+    EXPECT_EQ(runner.runs, 1);
+    EXPECT_EQ(flow.state(), State::removed);
+    EXPECT_EQ(flow.title(), "Quillon has been removed");
+    EXPECT_EQ(flow.acceptLabel(), "Quit");
+    EXPECT_TRUE(flow.cancelLabel().isEmpty());
+    EXPECT_FALSE(anyTraceLeft());
+    EXPECT_TRUE(QFileInfo::exists(dir.path() + "/config/autostart")) << "only our entry goes";
+    EXPECT_EQ(quit.count(), 0);
+    flow.accept();
+    EXPECT_EQ(quit.count(), 1);
+}
+
+// While the password is asked for, the dialog says what it is for.
+TEST_F(Uninstall, SaysWhatThePasswordIsFor)
+{
+    HeldRunner held;
+    Uninstaller waiting(held, AppOrigin{}, HelperLayout(dir.path()));
+    UninstallFlow asking(waiting, traces);
+    asking.accept();
+    EXPECT_EQ(asking.state(), State::working);
+    EXPECT_EQ(asking.text(), "Quillon will remove its background helper and itself completely.");
+    Translations::apply(true);
+    EXPECT_EQ(asking.text(),
+        QString::fromUtf8("Quillon entfernt sein Hintergrund-Hilfswerkzeug und sich selbst vollständig."));
+    Translations::apply(false);
+    asking.accept();
+    EXPECT_EQ(asking.state(), State::working) << "one removal at a time";
+    held.done({Run::success, {}});
+    EXPECT_EQ(asking.state(), State::removed);
+}
+
+TEST_F(Uninstall, CancelledOrFailedKeepsEverything)
+{
+    runner.next = {Run::dismissed, {}};
+    flow.accept();
+    EXPECT_EQ(flow.state(), State::closed);
+
+    UninstallFlow failing(uninstaller, traces);
+    runner.next = {Run::failed, {}};
+    failing.accept();
+    EXPECT_EQ(failing.state(), State::failed);
+    EXPECT_EQ(failing.title(), "Uninstall failed");
+    EXPECT_EQ(failing.text(), "unbekannter Fehler");
+
+    UninstallFlow refused(uninstaller, traces);
+    runner.next = {Run::failed, "Error executing command as another user: Not authorized"};
+    refused.accept();
+    EXPECT_EQ(refused.text(), "Error executing command as another user: Not authorized");
+    EXPECT_TRUE(QFileInfo::exists(traces.settingsFile));
+    EXPECT_TRUE(QFileInfo::exists(traces.autostartEntry));
+    EXPECT_TRUE(QFileInfo::exists(traces.cacheDir));
+
+    UninstallFlow declined(uninstaller, traces);
+    declined.cancel();
+    EXPECT_EQ(declined.state(), State::closed);
+    EXPECT_EQ(runner.runs, 3);
+}
+
+// How the app came decides how it goes.
+TEST_F(Uninstall, OriginOfTheApp)
+{
+    const QString prefix = dir.path() + "/prefix";
+    const QString app = prefix + "/bin/quillon";
+    ASSERT_TRUE(writeFile(app, "app"));
+    const auto noPackage = [](const QString&) {
+        return QString();
+    };
+
+    EXPECT_EQ(AppOrigin::detect(app, noPackage).kind, AppOrigin::Kind::buildTree);
+    const AppOrigin packaged = AppOrigin::detect(
+        app, [&](const QString& path) { return path == app ? QStringLiteral("quillon") : QString(); });
+    EXPECT_EQ(packaged.kind, AppOrigin::Kind::package);
+    EXPECT_EQ(packaged.package, "quillon");
+
+    const QString manifest = prefix + "/share/quillon/install_manifest.txt";
+    ASSERT_TRUE(writeFile(manifest, (prefix + "/share/doc/other\n").toUtf8()));
+    EXPECT_EQ(AppOrigin::detect(app, noPackage).kind, AppOrigin::Kind::buildTree) << "a manifest not naming the app";
+    ASSERT_TRUE(
+        writeFile(manifest, (app + "\n" + prefix + "/share/applications/org.quillon.Quillon.desktop\n").toUtf8()));
+    const AppOrigin local = AppOrigin::detect(app, noPackage);
+    EXPECT_EQ(local.kind, AppOrigin::Kind::localInstall);
+    EXPECT_EQ(local.files,
+        QStringList({app, prefix + "/share/applications/org.quillon.Quillon.desktop",
+            QFileInfo(manifest).canonicalFilePath()}));
+}
+
+TEST_F(Uninstall, BuildTreeIsNamedInTheQuestion)
+{
+    EXPECT_TRUE(flow.text().contains("folder it was built in")) << flow.text().toStdString();
+    Uninstaller packaged(runner, AppOrigin{AppOrigin::Kind::package, "quillon", {}}, HelperLayout(dir.path()));
+    UninstallFlow question(packaged, traces);
+    EXPECT_FALSE(question.text().contains("folder it was built in")) << question.text().toStdString();
+    EXPECT_TRUE(question.text().startsWith("This removes: the fan background helper")) << question.text().toStdString();
+}
+
+TEST_F(Uninstall, TheDialogsInGerman)
+{
+    Translations::apply(true);
+    Uninstaller packaged(runner, AppOrigin{AppOrigin::Kind::package, "quillon", {}}, HelperLayout(dir.path()));
+    UninstallFlow german(packaged, traces);
+    EXPECT_EQ(german.title(), "Quillon wirklich entfernen?");
+    EXPECT_EQ(german.text(),
+        QString::fromUtf8("Entfernt wird: der Lüfter-Hintergrunddienst, die App selbst und alle Einstellungen. Die "
+                          "Lüftersteuerung geht sofort wieder an macOS zurück. Du wirst einmal nach deinem Passwort "
+                          "gefragt."));
+    EXPECT_EQ(german.acceptLabel(), "Entfernen");
+    EXPECT_EQ(german.cancelLabel(), "Abbrechen");
+    german.accept();
+    EXPECT_EQ(german.title(), "Quillon wurde entfernt");
+    EXPECT_EQ(german.text(), QString::fromUtf8("Danke, dass du es ausprobiert hast! Die App wird jetzt beendet."));
+    EXPECT_EQ(german.acceptLabel(), "Beenden");
+    Translations::apply(false);
+}
+
+} // namespace
