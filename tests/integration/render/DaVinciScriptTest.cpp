@@ -66,17 +66,21 @@ TEST_F(DaVinciScriptTest, FollowsAQueueThroughItsRenderToTheFinish)
         ++finishes;
     };
 
-    resolveIs({{"running", true}, {"project", "Trailer"}, {"rendering", true},
-        {"jobs",
-            QJsonArray{QJsonObject{{"JobId", "a"}, {"JobStatus", "Complete"}, {"CompletionPercentage", 100}},
-                QJsonObject{{"JobId", "b"}, {"JobStatus", "Rendering"}, {"CompletionPercentage", 42}}}}});
-    pollOnce(monitor);
-    EXPECT_TRUE(monitor.available());
-    EXPECT_TRUE(monitor.rendering());
-    EXPECT_EQ(monitor.percent(), 42);
-    EXPECT_EQ(monitor.jobIndex(), 2);
-    EXPECT_EQ(monitor.jobTotal(), 2);
-    EXPECT_EQ(monitor.project(), "Trailer");
+    // The second of two jobs renders from 0 to 100 %.
+    for (const int percent : {0, 42, 100}) {
+        resolveIs({{"running", true}, {"project", "Trailer"}, {"rendering", true},
+            {"jobs",
+                QJsonArray{QJsonObject{{"JobId", "a"}, {"JobStatus", "Complete"}, {"CompletionPercentage", 100}},
+                    QJsonObject{{"JobId", "b"}, {"JobStatus", "Rendering"}, {"CompletionPercentage", percent}}}}});
+        pollOnce(monitor);
+        EXPECT_TRUE(monitor.available());
+        EXPECT_TRUE(monitor.rendering());
+        EXPECT_EQ(monitor.percent(), percent);
+        EXPECT_EQ(monitor.jobIndex(), 2);
+        EXPECT_EQ(monitor.jobTotal(), 2);
+        EXPECT_EQ(monitor.project(), "Trailer");
+    }
+    EXPECT_EQ(finishes, 0);
 
     resolveIs({{"running", true}, {"project", "Trailer"}, {"rendering", false}, {"jobs", QJsonArray{}}});
     pollOnce(monitor);
