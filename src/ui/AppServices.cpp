@@ -3,9 +3,12 @@
 #include "app/Notifier.h"
 #include "app/Settings.h"
 #include "app/fan/DBusHelperLink.h"
+#include "platform/ExternalDisplays.h"
 #include "platform/LidSensor.h"
 #include "platform/LidSwitchOwner.h"
 #include "platform/NotificationCenter.h"
+#include "platform/ProcessWatcher.h"
+#include "platform/RunningApps.h"
 #include "platform/ThermalPressure.h"
 #include "platform/linux/LinuxPlatform.h"
 
@@ -43,6 +46,9 @@ AppServices::AppServices(const QString& settingsFile)
     , m_lid(LinuxPlatform::lidSensor())
     , m_lidOwner(LinuxPlatform::lidSwitchOwner())
     , m_helperLink(std::make_unique<app::DBusHelperLink>(helperBus()))
+    , m_runningApps(LinuxPlatform::runningApps())
+    , m_displays(LinuxPlatform::externalDisplays())
+    , m_processWatcher(LinuxPlatform::processWatcher())
 {
 }
 
@@ -59,6 +65,9 @@ app::SleepManager::Services AppServices::services()
     services.lidSensor = m_lid.get();
     services.lidOwner = m_lidOwner.get();
     services.thermal = m_thermal.get();
+    services.runningApps = m_runningApps.get();
+    services.displays = m_displays.get();
+    services.processWatcher = m_processWatcher.get();
     services.notifier = m_notifier.get();
     services.settings = m_settings.get();
     services.clock = &m_clock;

@@ -13,9 +13,12 @@ class Settings;
 } // namespace quillon::app
 
 namespace quillon::platform {
+class ExternalDisplays;
 class LidSensor;
 class LidSwitchOwner;
 class NotificationCenter;
+class ProcessWatcher;
+class RunningApps;
 class ThermalPressure;
 } // namespace quillon::platform
 
@@ -38,6 +41,8 @@ public:
     app::Settings& settings() { return *m_settings; }
     const platform::Clock& clock() const { return m_clock; }
     app::HelperLink& helperLink() { return *m_helperLink; }
+    // The display probe, for the display server's screen signals.
+    platform::ExternalDisplays& displays() { return *m_displays; }
 
 private:
     std::unique_ptr<app::Settings> m_settings;
@@ -48,6 +53,9 @@ private:
     std::unique_ptr<platform::LidSensor> m_lid;
     std::unique_ptr<platform::LidSwitchOwner> m_lidOwner;
     std::unique_ptr<app::HelperLink> m_helperLink;
+    std::unique_ptr<platform::RunningApps> m_runningApps;
+    std::unique_ptr<platform::ExternalDisplays> m_displays;
+    std::unique_ptr<platform::ProcessWatcher> m_processWatcher;
 };
 
 } // namespace quillon::ui

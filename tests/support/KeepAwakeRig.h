@@ -8,6 +8,7 @@
 #include "platform/PowerSupply.h"
 
 #include "support/FakeAppServices.h"
+#include "support/FakeAutomation.h"
 #include "support/FakeDrives.h"
 #include "support/FakePowerAssertionBackend.h"
 
@@ -77,6 +78,9 @@ protected:
         services.lidSensor = &lidSensor;
         services.lidOwner = &lidOwner;
         services.thermal = &thermal;
+        services.runningApps = &runningApps;
+        services.displays = &displays;
+        services.processWatcher = &processWatcher;
         services.notifier = &notifier;
         services.settings = &settings;
         services.clock = &clock;
@@ -89,6 +93,9 @@ protected:
 
     FakeLidSensor lidSensor;
     FakeLidSwitchOwner lidOwner;
+    FakeRunningApps runningApps;
+    FakeExternalDisplays displays;
+    FakeProcessWatcher processWatcher;
     std::shared_ptr<FakePowerAssertionBackend> backend = std::make_shared<FakePowerAssertionBackend>();
     std::shared_ptr<FakePowerSupply> supply = std::make_shared<FakePowerSupply>();
     std::shared_ptr<FakeVolumeSource> volumes = std::make_shared<FakeVolumeSource>();

@@ -3,9 +3,11 @@
 #include "DriveManager.h"
 #include "LidManager.h"
 #include "PowerSource.h"
+#include "ProcessKeepAwake.h"
 #include "app/Lang.h"
 #include "app/Notifier.h"
 #include "app/Settings.h"
+#include "app/automation/TriggerManager.h"
 #include "platform/Clock.h"
 
 #include <QLocale>
@@ -36,6 +38,15 @@ SleepManager::SleepManager(Services services, QObject* parent)
     fanParts.startTimers = m_services.startTimers;
     m_fan = std::make_unique<FanController>(std::move(fanParts));
 
+    TriggerManager::Parts triggerParts;
+    triggerParts.assertions = m_services.assertions;
+    triggerParts.power = m_power.get();
+    triggerParts.apps = m_services.runningApps;
+    triggerParts.displays = m_services.displays;
+    triggerParts.settings = m_services.settings;
+    triggerParts.startTimers = m_services.startTimers;
+    m_triggers = std::make_unique<TriggerManager>(std::move(triggerParts));
+
     LidManager::Parts lidParts;
     lidParts.assertions = m_services.assertions;
     lidParts.power = m_power.get();
@@ -50,12 +61,15 @@ SleepManager::SleepManager(Services services, QObject* parent)
 
     m_drives = std::make_unique<DriveManager>(
         DriveManager::Parts{m_services.settings, m_services.clock, m_services.volumes, m_services.driveToucher});
+    m_processes = std::make_unique<ProcessKeepAwake>(m_services.assertions, m_services.processWatcher);
 
     m_now = m_services.clock->now();
     m_lid->setFanController(m_fan.get());
+    m_triggers->setCoolingSink(m_fan.get());
 
     // A fresh start never inherits a boost or a lid lock from an earlier run.
     m_fan->reconcileToOffOnLaunch();
+    m_triggers->evaluate();
 
     connect(&m_expiryTimer, &LongTimer::fired, this, &SleepManager::sessionExpired);
     m_tickTimer.setInterval(kTickIntervalMs);
@@ -68,6 +82,8 @@ SleepManager::SleepManager(Services services, QObject* parent)
     for (auto changed : {&FanController::boostChanged, &FanController::coolingChanged})
         connect(m_fan.get(), changed, this, &SleepManager::anythingActiveChanged);
     connect(m_lid.get(), &LidManager::enabledChanged, this, &SleepManager::anythingActiveChanged);
+    connect(m_triggers.get(), &TriggerManager::activeChanged, this, &SleepManager::anythingActiveChanged);
+    connect(m_processes.get(), &ProcessKeepAwake::changed, this, &SleepManager::anythingActiveChanged);
     connect(&m_assertions, &SleepAssertions::stateChanged, this, &SleepManager::sessionChanged);
 }
 
@@ -270,11 +286,15 @@ void SleepManager::resetAll()
     if (m_lid->enabled())
         m_lid->setEnabled(false);
     m_fan->setFansEnabled(false);
+    m_triggers->setAutomationEnabled(false);
+    if (m_processes->active())
+        m_processes->stopAll();
 }
 
 bool SleepManager::anythingActive() const
 {
-    return !m_activeKinds.isEmpty() || m_fan->isBoosted() || m_fan->fansEnabled() || m_lid->enabled();
+    return !m_activeKinds.isEmpty() || m_fan->isBoosted() || m_fan->fansEnabled() || m_triggers->active()
+        || m_lid->enabled() || m_processes->active();
 }
 
 void SleepManager::notify(const QString& title, const QString& body)

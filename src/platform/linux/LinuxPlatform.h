@@ -5,11 +5,14 @@
 
 namespace quillon::platform {
 class DriveToucher;
+class ExternalDisplays;
 class LidSensor;
 class LidSwitchOwner;
 class NotificationCenter;
 class PowerAssertionBackend;
 class PowerSupply;
+class ProcessWatcher;
+class RunningApps;
 class ThermalPressure;
 class VolumeSource;
 } // namespace quillon::platform
@@ -39,6 +42,12 @@ public:
     static std::unique_ptr<ThermalPressure> thermalPressure();
     // The desktop's notification service on the session bus.
     static std::unique_ptr<NotificationCenter> notifications();
+    // Applications from the desktop entries of the XDG data directories,
+    // running ones from /proc, launches from the user's systemd manager.
+    static std::unique_ptr<RunningApps> runningApps();
+    // External displays from the DRM connectors.
+    static std::unique_ptr<ExternalDisplays> externalDisplays();
+    static std::unique_ptr<ProcessWatcher> processWatcher();
 };
 
 } // namespace quillon::platform::linux_
