@@ -47,6 +47,10 @@ public:
     bool FansManual(double percent, double seconds, QString& text);
     bool SetLid(bool on, QString& text);
     bool Reset(QString& text);
+    bool AwakeWhile(qint64 pid, QString& text);
+    bool SetAutomation(bool on, QString& text);
+    bool AddAutomationApp(const QString& id, const QString& cooling, QString& text);
+    bool RemoveAutomationApp(const QString& id, QString& text);
     void ShowPanel();
     void Quit();
 
