@@ -2,6 +2,45 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="de_DE" sourcelanguage="en">
 <context>
+    <name>AutomationSection</name>
+    <message>
+        <source>Automation</source>
+        <translation>Automatik</translation>
+    </message>
+    <message>
+        <source>Keeps the Mac awake by itself while a rule holds, and cools it as the running apps ask. Holds nothing on battery at 12 % or less.</source>
+        <translation>Hält den Mac von selbst wach, solange eine Regel zutrifft, und kühlt ihn so, wie es die laufenden Apps verlangen. Auf Akku bei 12 % oder weniger hält sie nichts.</translation>
+    </message>
+    <message>
+        <source>While on AC power</source>
+        <translation>Solange am Netzteil</translation>
+    </message>
+    <message>
+        <source>While an external display is connected</source>
+        <translation>Solange ein externer Bildschirm angeschlossen ist</translation>
+    </message>
+    <message>
+        <source>While these apps run</source>
+        <translation>Solange diese Apps laufen</translation>
+    </message>
+    <message>
+        <source>No app chosen yet.</source>
+        <translation>Noch keine App gewählt.</translation>
+    </message>
+    <message>
+        <source>Add an app…</source>
+        <translation>App hinzufügen…</translation>
+    </message>
+    <message>
+        <source>Search installed apps</source>
+        <translation>Installierte Apps suchen</translation>
+    </message>
+    <message>
+        <source>No installed app matches.</source>
+        <translation>Keine installierte App passt.</translation>
+    </message>
+</context>
+<context>
     <name>CustomEndPicker</name>
     <message>
         <source>Start</source>
@@ -292,6 +331,30 @@
         <source>Not in force</source>
         <translation>Nicht aktiv</translation>
     </message>
+    <message>
+        <source>🤖 Auto keep-awake (%1)</source>
+        <translation>🤖 Automatisch wach (%1)</translation>
+    </message>
+    <message>
+        <source>Auto keep-awake is not in force: %1</source>
+        <translation>Automatisch wach ist nicht aktiv: %1</translation>
+    </message>
+    <message>
+        <source>Awake while %1 runs</source>
+        <translation>Wach, solange %1 läuft</translation>
+    </message>
+    <message>
+        <source>On — %1</source>
+        <translation>An — %1</translation>
+    </message>
+    <message>
+        <source>On — waiting for a rule</source>
+        <translation>An — wartet auf eine Regel</translation>
+    </message>
+    <message>
+        <source>No cooling</source>
+        <translation>Keine Kühlung</translation>
+    </message>
 </context>
 <context>
     <name>RenderPowerStatus</name>
@@ -487,6 +550,13 @@
     </message>
 </context>
 <context>
+    <name>quillon::app::ProcessKeepAwake</name>
+    <message>
+        <source>processes cannot be watched here</source>
+        <translation>Prozesse können hier nicht beobachtet werden</translation>
+    </message>
+</context>
+<context>
     <name>quillon::app::SleepAssertions</name>
     <message>
         <source>Keep system awake</source>
@@ -542,6 +612,17 @@
     <message>
         <source>Below 15% on battery — keep-awake was stopped so your Mac can sleep.</source>
         <translation>Unter 15 % auf Akku — Wach bleiben wurde beendet, damit dein Mac schlafen kann.</translation>
+    </message>
+</context>
+<context>
+    <name>quillon::app::TriggerManager</name>
+    <message>
+        <source>on AC power</source>
+        <translation>am Netzteil</translation>
+    </message>
+    <message>
+        <source>external display</source>
+        <translation>externer Bildschirm</translation>
     </message>
 </context>
 <context>

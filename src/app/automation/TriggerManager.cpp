@@ -120,11 +120,9 @@ void TriggerManager::evaluate()
         inactive();
         return;
     }
-    QStringList reasons;
-    if (m_onAC && m_parts.power && m_parts.power->current().onAC)
-        reasons.append(tr("on AC power"));
-    if (m_extDisplay && m_parts.displays && m_parts.displays->connected())
-        reasons.append(tr("external display"));
+    Reasons reasons;
+    reasons.onAC = m_onAC && m_parts.power && m_parts.power->current().onAC;
+    reasons.extDisplay = m_extDisplay && m_parts.displays && m_parts.displays->connected();
 
     std::optional<Kind> cooling;
     if (!m_apps.isEmpty() && m_parts.apps) {
@@ -138,9 +136,9 @@ void TriggerManager::evaluate()
                 matched.append(&app);
         }
         if (!matched.isEmpty()) {
-            reasons.append(matched.size() == 1
-                    ? matched.first()->name
-                    : matched.first()->name + QStringLiteral(" +") + QString::number(matched.size() - 1));
+            reasons.apps = matched.size() == 1
+                ? matched.first()->name
+                : matched.first()->name + QStringLiteral(" +") + QString::number(matched.size() - 1);
         }
         // silent < balanced < max: the strongest asked for wins.
         for (const TriggerApp* app : std::as_const(matched)) {
@@ -149,21 +147,33 @@ void TriggerManager::evaluate()
         }
     }
 
-    if (reasons.isEmpty()) {
+    if (reasons == Reasons{}) {
         m_assertions.stopAll();
     } else {
         m_assertions.start(SleepAssertions::Kind::system);
         m_assertions.start(SleepAssertions::Kind::display);
     }
     requestCooling(cooling);
-    publish(reasons.join(QStringLiteral(", ")), cooling);
+    publish(reasons, cooling);
+}
+
+QString TriggerManager::activeReason() const
+{
+    QStringList reasons;
+    if (m_reasons.onAC)
+        reasons.append(tr("on AC power"));
+    if (m_reasons.extDisplay)
+        reasons.append(tr("external display"));
+    if (!m_reasons.apps.isEmpty())
+        reasons.append(m_reasons.apps);
+    return reasons.join(QStringLiteral(", "));
 }
 
 void TriggerManager::inactive()
 {
     m_assertions.stopAll();
     requestCooling(std::nullopt);
-    publish({}, std::nullopt);
+    publish(Reasons{}, std::nullopt);
 }
 
 void TriggerManager::requestCooling(std::optional<Kind> kind)
@@ -172,10 +182,10 @@ void TriggerManager::requestCooling(std::optional<Kind> kind)
         m_coolingSink->requestCooling(kind, QString::fromLatin1(coolingSource));
 }
 
-void TriggerManager::publish(const QString& reason, std::optional<Kind> cooling)
+void TriggerManager::publish(const Reasons& reasons, std::optional<Kind> cooling)
 {
-    const bool changed = reason != m_activeReason || cooling != m_cooling;
-    m_activeReason = reason;
+    const bool changed = reasons != m_reasons || cooling != m_cooling;
+    m_reasons = reasons;
     m_cooling = cooling;
     if (changed)
         emit activeChanged();

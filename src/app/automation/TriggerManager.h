@@ -1,6 +1,7 @@
 #pragma once
 
 #include "TriggerApp.h"
+#include "app/fan/FanController.h"
 #include "app/power/SleepAssertions.h"
 #include "platform/RunningApps.h"
 
@@ -15,7 +16,6 @@ class ExternalDisplays;
 
 namespace quillon::app {
 
-class FanController;
 class PowerSource;
 class Settings;
 
@@ -84,9 +84,10 @@ public:
     void evaluate();
 
     bool active() const { return m_active; }
-    bool ruleHolds() const { return !m_activeReason.isEmpty(); }
-    // The holding rules, joined by ", ": "on AC power, Kdenlive +1".
-    QString activeReason() const { return m_activeReason; }
+    bool ruleHolds() const { return m_reasons.onAC || m_reasons.extDisplay || !m_reasons.apps.isEmpty(); }
+    // The holding rules, joined by ", ": "on AC power, Kdenlive +1", in
+    // the language of the installed translator.
+    QString activeReason() const;
     std::optional<Kind> coolingProfileActive() const { return m_cooling; }
     const SleepAssertions& assertions() const { return m_assertions; }
 
@@ -96,10 +97,18 @@ signals:
     void activeChanged();
 
 private:
+    // The rules that hold: the two switches' and the matched apps' text.
+    struct Reasons {
+        bool onAC = false;
+        bool extDisplay = false;
+        QString apps;
+        bool operator==(const Reasons&) const = default;
+    };
+
     void storeApps();
     void inactive();
     void requestCooling(std::optional<Kind> kind);
-    void publish(const QString& reason, std::optional<Kind> cooling);
+    void publish(const Reasons& reasons, std::optional<Kind> cooling);
     void updateActive();
     bool batteryLow() const;
 
@@ -111,7 +120,7 @@ private:
     bool m_extDisplay = false;
     QList<TriggerApp> m_apps;
     bool m_active = false;
-    QString m_activeReason;
+    Reasons m_reasons;
     std::optional<Kind> m_cooling;
     QTimer m_pollTimer;
 };

@@ -1,9 +1,11 @@
 #include "PanelViews.h"
 
+#include "AutomationView.h"
 #include "AwakeView.h"
 #include "DriveView.h"
 #include "FanView.h"
 #include "PanelState.h"
+#include "app/automation/TriggerManager.h"
 #include "app/power/DriveManager.h"
 #include "app/power/LidManager.h"
 #include "app/power/SleepManager.h"
@@ -19,6 +21,7 @@ PanelViews::PanelViews(app::SleepManager& manager, app::Settings& settings, Logi
     , m_awake(std::make_unique<AwakeView>(manager, settings, clock))
     , m_fan(std::make_unique<FanView>(*manager.fan(), settings))
     , m_drives(std::make_unique<DriveView>(*manager.drives()))
+    , m_automation(std::make_unique<AutomationView>(*manager.triggers(), settings))
 {
 }
 
@@ -34,6 +37,8 @@ QVariantMap PanelViews::rootProperties() const
         {"fan", object(m_manager.fan())},
         {"lid", object(m_manager.lid())},
         {"drives", object(m_manager.drives())},
+        {"triggers", object(m_manager.triggers())},
+        {"automationView", object(m_automation.get())},
         {"panel", object(m_state.get())},
         {"awake", object(m_awake.get())},
         {"fanView", object(m_fan.get())},

@@ -14,6 +14,7 @@ class Clock;
 
 namespace quillon::ui {
 
+class AutomationView;
 class AwakeView;
 class DriveView;
 class FanView;
@@ -34,6 +35,7 @@ public:
     AwakeView& awake() { return *m_awake; }
     FanView& fan() { return *m_fan; }
     DriveView& drives() { return *m_drives; }
+    AutomationView& automation() { return *m_automation; }
 
     QVariantMap rootProperties() const;
 
@@ -44,6 +46,7 @@ private:
     std::unique_ptr<AwakeView> m_awake;
     std::unique_ptr<FanView> m_fan;
     std::unique_ptr<DriveView> m_drives;
+    std::unique_ptr<AutomationView> m_automation;
 };
 
 } // namespace quillon::ui

@@ -1,7 +1,10 @@
 // The menu panel's QML over the real models, with fake platform services
 // and a fake clock: what the panel says in each state, in English and German.
 #include "app/Translations.h"
+#include "app/automation/TriggerManager.h"
 #include "ui/LoginItem.h"
+#include "ui/panel/AppIconProvider.h"
+#include "ui/panel/AutomationView.h"
 #include "ui/panel/AwakeView.h"
 #include "ui/panel/FanView.h"
 #include "ui/panel/PanelState.h"
@@ -26,6 +29,7 @@ protected:
     {
         KeepAwakeRig::SetUp();
         views = std::make_unique<ui::PanelViews>(*manager, settings, loginItem, clock, nullptr);
+        view.engine()->addImageProvider("appicon", new ui::AppIconProvider);
         view.setInitialProperties(views->rootProperties());
         view.setSource(QUrl(QStringLiteral("qrc:/qml/Panel.qml")));
         QStringList errors;
@@ -107,7 +111,7 @@ protected:
 
 TEST_F(PanelComponentTest, EveryExpandableSectionStartsCollapsed)
 {
-    for (const char* section : {"awake", "lid", "drives", "fans"}) {
+    for (const char* section : {"awake", "lid", "automation", "drives", "fans"}) {
         EXPECT_TRUE(shown(QString::fromLatin1(section) + "Title")) << section;
         EXPECT_FALSE(item(QString::fromLatin1(section) + "Body")->property("visible").toBool()) << section;
     }
@@ -357,6 +361,70 @@ TEST_F(PanelComponentTest, ClosedLidShowsWhyItStopped)
     EXPECT_EQ(text("lidNote"), "Wird geprüft, ob logind (Lüfter-Helper) es hält …");
     EXPECT_EQ(text("lidSummary"), "An — bleibt zugeklappt wach");
     EXPECT_EQ(text("triggerNote"), "Aktiv: Ausgewogen, angefordert von Zugeklappt oder Automatik");
+}
+
+// The automation section: its switches, an app picked from the installed
+// ones and given a cooling, and what holds it, in both languages.
+TEST_F(PanelComponentTest, AutomationIsSwitchedOnAndGivenAnApp)
+{
+    runningApps.apps = {{"org.kde.kdenlive", "Kdenlive", "kdenlive"}, {"org.blender.Blender", "Blender", "/no.png"},
+        {"resolve", "DaVinci Resolve", ""}};
+    app::TriggerManager& triggers = *manager->triggers();
+    EXPECT_EQ(text("automationSummary"), "Off");
+    flip("automationSwitch");
+    EXPECT_TRUE(triggers.automationEnabled());
+    EXPECT_EQ(text("automationSummary"), "On — waiting for a rule");
+    views->state().setProperty("automationExpanded", true);
+    EXPECT_TRUE(shown("noApps"));
+
+    click("addApp");
+    EXPECT_TRUE(shown("appPicker"));
+    EXPECT_TRUE(shown("candidate_resolve"));
+    item("appSearch")->setProperty("text", "BLEND");
+    QMetaObject::invokeMethod(item("appSearch"), "textEdited");
+    EXPECT_TRUE(shown("candidate_org.blender.Blender"));
+    EXPECT_FALSE(item("candidate_resolve"));
+    click("candidate_org.blender.Blender");
+    EXPECT_FALSE(shown("appPicker")) << "the picker closes once an app is chosen";
+    EXPECT_EQ(texts("appName"), QStringList{"Blender"});
+    EXPECT_FALSE(shown("noApps"));
+
+    QQuickItem* cooling = item("appCooling_org.blender.Blender");
+    ASSERT_TRUE(cooling);
+    EXPECT_EQ(cooling->property("currentText"), "No cooling");
+    cooling->setProperty("currentIndex", 3);
+    QMetaObject::invokeMethod(cooling, "activated", Q_ARG(int, 3));
+    EXPECT_EQ(triggers.apps().first().cooling, core::CoolingProfile::Kind::max);
+
+    backend->confirmLater = true;
+    runningApps.set("org.blender.Blender", true);
+    // First what keeps it awake, then the fans that its cooling drives.
+    EXPECT_EQ(texts("statusLine").value(0), "🤖 Auto keep-awake (Blender)");
+    EXPECT_TRUE(texts("statusLine").value(1).startsWith("Fan control"));
+    EXPECT_EQ(text("automationSummary"), "On — Blender");
+    EXPECT_EQ(text("automationNote"), "Checking that fake holds it…");
+    EXPECT_EQ(text("triggerNote"), "In force: Max, asked for by closed lid or automation");
+
+    flip("onACSwitch"); // a desktop on mains
+    speak("de");
+    EXPECT_EQ(text("automationTitle"), "Automatik");
+    EXPECT_EQ(text("automationSummary"), "An — am Netzteil, Blender");
+    EXPECT_EQ(texts("statusLine").value(0), "🤖 Automatisch wach (am Netzteil, Blender)");
+    EXPECT_EQ(text("appsHeading"), "Solange diese Apps laufen");
+    EXPECT_EQ(item("extDisplaySwitch")->property("text"), "Solange ein externer Bildschirm angeschlossen ist");
+
+    // Refused by the system: not shown as keeping awake, with the reason.
+    backend->confirmLater = false;
+    const auto ids = triggers.assertions().ids();
+    for (const auto& [kind, id] : ids)
+        backend->settle(id, quillon::platform::PowerAssertionState::Phase::failed, "kein Dienst");
+    EXPECT_EQ(text("automationSummary"), "Nicht aktiv");
+    EXPECT_EQ(texts("statusLine").value(0), "Automatisch wach ist nicht aktiv: kein Dienst");
+    EXPECT_EQ(text("automationNote"), "Nicht aktiv: kein Dienst");
+
+    click("appRemove_org.blender.Blender");
+    EXPECT_TRUE(triggers.apps().isEmpty());
+    EXPECT_TRUE(shown("noApps"));
 }
 
 // Asked until answered; the answer switches the login item and is remembered.
