@@ -14,9 +14,11 @@
 #include "support/QStringPrinter.h"
 
 #include <QColor>
+#include <QDir>
 #include <QQmlEngine>
 #include <QQuickItem>
 #include <QQuickView>
+#include <QTest>
 
 namespace quillon::test {
 namespace {
@@ -425,6 +427,41 @@ TEST_F(PanelComponentTest, AutomationIsSwitchedOnAndGivenAnApp)
     click("appRemove_org.blender.Blender");
     EXPECT_TRUE(triggers.apps().isEmpty());
     EXPECT_TRUE(shown("noApps"));
+}
+
+// The automation section as it looks, open with an app and the picker, in
+// English and German: screenshots kept in QUILLON_ARTIFACT_DIR.
+TEST_F(PanelComponentTest, AutomationSectionScreenshots)
+{
+    runningApps.apps = {{"org.kde.kdenlive", "Kdenlive", "kdenlive"}, {"org.blender.Blender", "Blender", ""},
+        {"resolve", "DaVinci Resolve", ""}, {"org.gnome.Builder", "Builder", ""}};
+    app::TriggerManager& triggers = *manager->triggers();
+    triggers.setAutomationEnabled(true);
+    triggers.setKeepAwakeOnAC(true);
+    triggers.addApp({"org.blender.Blender", "Blender", core::CoolingProfile::Kind::max});
+    triggers.addApp({"org.kde.kdenlive", "Kdenlive", std::nullopt});
+    backend->confirmLater = true;
+    runningApps.set("org.blender.Blender", true);
+    for (const auto& [kind, id] : triggers.assertions().ids())
+        backend->settle(id, quillon::platform::PowerAssertionState::Phase::inForce);
+    views->state().setProperty("automationExpanded", true);
+    views->automation().setPickerShown(true);
+    views->automation().setQuery("b");
+    QDir().mkpath(QUILLON_ARTIFACT_DIR);
+    view.setResizeMode(QQuickView::SizeViewToRootObject);
+    view.show(); // on the offscreen platform: drawn at the panel's own height
+    const auto shot = [&](const char* name) {
+        QTest::qWait(400); // the switches' handles slide into place
+        const QImage image = view.grabWindow();
+        EXPECT_FALSE(image.isNull()) << name;
+        EXPECT_TRUE(image.save(QStringLiteral(QUILLON_ARTIFACT_DIR "/") + name)) << name;
+        return image;
+    };
+    const QImage english = shot("automation-en.png");
+    speak("de");
+    const QImage german = shot("automation-de.png");
+    EXPECT_NE(english, german);
+    EXPECT_GT(english.height(), 500) << "the section is open";
 }
 
 // Asked until answered; the answer switches the login item and is remembered.
