@@ -8,7 +8,9 @@
 //      shown once) and of the helper;
 //   3. CPU time of the app and the helper over a minute idle, panel closed
 //      (never opened, and again after it was shown once), and the app's
-//      requests to the helper per second.
+//      requests to the helper per second;
+//   4. the app's CPU time over a minute idle with automation on and one
+//      application listed (the rules are evaluated every 5 seconds).
 //
 // Usage: quillon-bench-app [--quick]   (--quick: fewer launches, 15 s of idle)
 
@@ -122,6 +124,12 @@ public:
         return static_cast<double>(clock.nsecsElapsed()) / 1e6;
     }
 
+    // `quillon ctl args...` against this app.
+    quillon::test::ChildProcess::Result ctl(const QStringList& args) const
+    {
+        return quillon::test::ChildProcess::run(QUILLON_APP_BIN, QStringList{"ctl"} + args, m_env);
+    }
+
     LineProcess process;
 
 private:
@@ -227,5 +235,22 @@ int main(int argc, char** argv)
     std::printf("\nAfter the panel was shown once and closed again:\n");
     row("app resident memory", residentAfterPanel, "MiB");
     row("app CPU time per minute, panel closed", after.appCpu * 60.0 / after.seconds * 1000.0, "ms");
+
+    // Automation on, with an installed application listed that does not run.
+    QDir().mkpath(home.path() + "/.local/share/applications");
+    QFile entry(home.path() + "/.local/share/applications/org.quillon.BenchEditor.desktop");
+    if (entry.open(QIODevice::WriteOnly))
+        entry.write("[Desktop Entry]\nType=Application\nName=Bench Editor\nExec=/opt/bench/editor %F\n");
+    entry.close();
+    if (app.ctl({"auto", "add", "org.quillon.BenchEditor", "--cooling", "max"}).exitCode != 0
+        || app.ctl({"auto", "on"}).exitCode != 0) {
+        std::fprintf(stderr, "automation could not be switched on\n");
+        return 1;
+    }
+    QTest::qWait(1000);
+    const Usage automation = measure(appPid, helperPid, idle);
+    std::printf("\nAutomation on, one listed application not running, panel closed:\n");
+    row("app CPU time per minute", automation.appCpu * 60.0 / automation.seconds * 1000.0, "ms");
+    row("app CPU load", automation.appCpu / automation.seconds * 100.0, "% of one core", 3);
     return 0;
 }

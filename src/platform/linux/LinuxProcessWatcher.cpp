@@ -56,14 +56,14 @@ QByteArray LinuxProcessWatcher::startTime(qint64 pid)
 
 QString LinuxProcessWatcher::watch(qint64 pid, QString& problem)
 {
+    if (m_watches.contains(pid))
+        return QString::fromUtf8(procFile(pid, "comm")).trimmed();
     const QByteArray started = pid > 0 ? startTime(pid) : QByteArray();
     if (started.isEmpty()) {
         problem = QStringLiteral("no process %1 is running").arg(pid);
         return {};
     }
     const QString command = QString::fromUtf8(procFile(pid, "comm")).trimmed();
-    if (m_watches.contains(pid))
-        return command;
     auto watch = std::make_shared<Watch>();
     watch->pidfd = openPidfd(pid);
     if (watch->pidfd >= 0) {

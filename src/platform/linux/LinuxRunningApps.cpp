@@ -27,9 +27,11 @@ LinuxRunningApps::LinuxRunningApps(
     QStringList dataDirs, QString procRoot, const QDBusConnection& sessionBus, QObject* parent)
     : RunningApps(parent)
     , m_index(std::move(dataDirs))
-    , m_processes(std::move(procRoot))
+    , m_processes(procRoot)
+    , m_liveProc(procRoot == QLatin1String("/proc"))
     , m_bus(sessionBus)
 {
+    connect(&m_ends, &LinuxProcessWatcher::exited, this, &RunningApps::changed);
     if (!m_bus.isConnected())
         return;
     for (const char* signal : {"UnitNew", "UnitRemoved"}) {
@@ -60,6 +62,9 @@ QSet<QString> LinuxRunningApps::running(const QStringList& ids)
         for (auto it = wanted.begin(); it != wanted.end();) {
             if (it->second.matches(process)) {
                 found.insert(it->first);
+                QString gone;
+                if (m_liveProc)
+                    m_ends.watch(process.pid, gone);
                 it = wanted.erase(it);
             } else {
                 ++it;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "DesktopEntryIndex.h"
+#include "LinuxProcessWatcher.h"
 #include "ProcessTable.h"
 #include "platform/RunningApps.h"
 
@@ -11,8 +12,9 @@ namespace quillon::platform::linux_ {
 // Installed applications from the desktop entries, running ones from the
 // user's processes in /proc (see AppProcessMatcher). Launches and exits
 // are announced at once where the user's systemd manager puts applications
-// into units of their own (it announces each app scope and service);
-// elsewhere callers find them at their next poll.
+// into units of their own (it announces each app scope and service); the
+// end of a process found running is announced at once everywhere (its
+// pidfd); other launches callers find at their next poll.
 class LinuxRunningApps : public RunningApps {
     Q_OBJECT
 public:
@@ -33,6 +35,8 @@ private slots:
 private:
     DesktopEntryIndex m_index;
     ProcessTable m_processes;
+    LinuxProcessWatcher m_ends; // one process of each application found running
+    bool m_liveProc;            // the system's own /proc, not a captured one
     QDBusConnection m_bus;
 };
 
