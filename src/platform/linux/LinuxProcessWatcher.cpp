@@ -67,8 +67,8 @@ QString LinuxProcessWatcher::watch(qint64 pid, QString& problem)
     auto watch = std::make_shared<Watch>();
     watch->pidfd = openPidfd(pid);
     if (watch->pidfd >= 0) {
-        watch->notifier = std::make_unique<QSocketNotifier>(watch->pidfd, QSocketNotifier::Read);
-        connect(watch->notifier.get(), &QSocketNotifier::activated, this, [this, pid] { ended(pid); });
+        watch->notifier = new QSocketNotifier(watch->pidfd, QSocketNotifier::Read, this);
+        connect(watch->notifier, &QSocketNotifier::activated, this, [this, pid] { ended(pid); });
     } else {
         watch->startTime = started;
         m_poll.start();
@@ -82,7 +82,11 @@ void LinuxProcessWatcher::unwatch(qint64 pid)
     const auto watch = m_watches.take(pid);
     if (!watch)
         return;
-    watch->notifier.reset();
+    if (watch->notifier) {
+        // Possibly from its own activated(): deleted once that has returned.
+        watch->notifier->setEnabled(false);
+        watch->notifier->deleteLater();
+    }
     if (watch->pidfd >= 0)
         ::close(watch->pidfd);
 }

@@ -31,8 +31,8 @@ public:
 private:
     struct Watch {
         int pidfd = -1;
-        std::unique_ptr<QSocketNotifier> notifier;
-        QByteArray startTime; // without a pidfd
+        QSocketNotifier* notifier = nullptr; // a child of the watcher
+        QByteArray startTime;                // without a pidfd
     };
 
     void ended(qint64 pid);
