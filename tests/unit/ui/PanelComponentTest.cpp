@@ -414,6 +414,9 @@ TEST_F(PanelComponentTest, AutomationIsSwitchedOnAndGivenAnApp)
     EXPECT_EQ(texts("statusLine").value(0), "🤖 Automatisch wach (am Netzteil, Blender)");
     EXPECT_EQ(text("appsHeading"), "Solange diese Apps laufen");
     EXPECT_EQ(item("extDisplaySwitch")->property("text"), "Solange ein externer Bildschirm angeschlossen ist");
+    displays.present = true;
+    flip("extDisplaySwitch");
+    EXPECT_EQ(text("automationSummary"), "An — am Netzteil, externer Bildschirm, Blender");
 
     // Refused by the system: not shown as keeping awake, with the reason.
     backend->confirmLater = false;
