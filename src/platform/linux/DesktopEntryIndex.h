@@ -13,14 +13,14 @@ namespace quillon::platform::linux_ {
 // directories, by id. Read on first use and again only after one of the
 // folders changed (an application was installed or removed), never on
 // every look-up. Where two folders hold the same id the earlier one wins,
-// as the specification says.
+// as the XDG base directory rules say.
 class DesktopEntryIndex : public QObject {
     Q_OBJECT
 public:
     // dataDirs: $XDG_DATA_HOME first, then $XDG_DATA_DIRS (see fromEnvironment).
     explicit DesktopEntryIndex(QStringList dataDirs, QObject* parent = nullptr);
 
-    // The data directories the environment names, with the specification's defaults.
+    // The data directories the environment names, with the XDG defaults.
     static QStringList fromEnvironment();
 
     const QHash<QString, DesktopEntry>& entries();
