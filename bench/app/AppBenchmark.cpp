@@ -11,7 +11,9 @@
 //      requests to the helper per second;
 //   4. with Render Mode on (overlay up, DaVinci Resolve polled every 3 s, no
 //      Resolve installed): the app's CPU time, that of the Python runs it
-//      waits for, and the memory the overlay adds.
+//      waits for, and the memory the overlay adds;
+//   5. the app's CPU time over a minute idle with automation on and one
+//      application listed (the rules are evaluated every 5 seconds).
 //
 // Usage: quillon-bench-app [--quick]   (--quick: fewer launches, 15 s of idle)
 
@@ -125,10 +127,10 @@ public:
         return static_cast<double>(clock.nsecsElapsed()) / 1e6;
     }
 
-    // `quillon ctl args...` against this app; its exit status.
-    int ctl(const QStringList& args) const
+    // `quillon ctl args...` against this app.
+    quillon::test::ChildProcess::Result ctl(const QStringList& args) const
     {
-        return quillon::test::ChildProcess::run(QUILLON_APP_BIN, QStringList{"ctl"} + args, m_env).exitCode;
+        return quillon::test::ChildProcess::run(QUILLON_APP_BIN, QStringList{"ctl"} + args, m_env);
     }
 
     LineProcess process;
@@ -244,7 +246,7 @@ int main(int argc, char** argv)
                                   : (fields[13].toDouble() + fields[14].toDouble())
                 / static_cast<double>(::sysconf(_SC_CLK_TCK));
     };
-    if (app.ctl({"render", "on"}) != 0) {
+    if (app.ctl({"render", "on"}).exitCode != 0) {
         std::fprintf(stderr, "ctl render on failed\n");
         return 1;
     }
@@ -258,5 +260,21 @@ int main(int argc, char** argv)
     row("app CPU time per minute", rendering.appCpu * 60.0 / rendering.seconds * 1000.0, "ms");
     row("CPU time per minute of the Python runs it waits for", python * 60.0 / rendering.seconds * 1000.0, "ms");
     row("resident memory the overlay adds", residentWithOverlay - residentAfterPanel, "MiB");
+    // Automation on, with an installed application listed that does not run.
+    QDir().mkpath(home.path() + "/.local/share/applications");
+    QFile entry(home.path() + "/.local/share/applications/org.quillon.BenchEditor.desktop");
+    if (entry.open(QIODevice::WriteOnly))
+        entry.write("[Desktop Entry]\nType=Application\nName=Bench Editor\nExec=/opt/bench/editor %F\n");
+    entry.close();
+    if (app.ctl({"auto", "add", "org.quillon.BenchEditor", "--cooling", "max"}).exitCode != 0
+        || app.ctl({"auto", "on"}).exitCode != 0) {
+        std::fprintf(stderr, "automation could not be switched on\n");
+        return 1;
+    }
+    QTest::qWait(1000);
+    const Usage automation = measure(appPid, helperPid, idle);
+    std::printf("\nAutomation on, one listed application not running, panel closed:\n");
+    row("app CPU time per minute", automation.appCpu * 60.0 / automation.seconds * 1000.0, "ms");
+    row("app CPU load", automation.appCpu / automation.seconds * 100.0, "% of one core", 3);
     return 0;
 }

@@ -2,6 +2,45 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="de_DE" sourcelanguage="en">
 <context>
+    <name>AutomationSection</name>
+    <message>
+        <source>Automation</source>
+        <translation>Automatik</translation>
+    </message>
+    <message>
+        <source>Keeps the Mac awake by itself while a rule holds, and cools it as the running apps ask. Holds nothing on battery at 12 % or less.</source>
+        <translation>Hält den Mac von selbst wach, solange eine Regel zutrifft, und kühlt ihn so, wie es die laufenden Apps verlangen. Auf Akku bei 12 % oder weniger hält sie nichts.</translation>
+    </message>
+    <message>
+        <source>While on AC power</source>
+        <translation>Solange am Netzteil</translation>
+    </message>
+    <message>
+        <source>While an external display is connected</source>
+        <translation>Solange ein externer Bildschirm angeschlossen ist</translation>
+    </message>
+    <message>
+        <source>While these apps run</source>
+        <translation>Solange diese Apps laufen</translation>
+    </message>
+    <message>
+        <source>No app chosen yet.</source>
+        <translation>Noch keine App gewählt.</translation>
+    </message>
+    <message>
+        <source>Add an app…</source>
+        <translation>App hinzufügen…</translation>
+    </message>
+    <message>
+        <source>Search installed apps</source>
+        <translation>Installierte Apps suchen</translation>
+    </message>
+    <message>
+        <source>No installed app matches.</source>
+        <translation>Keine installierte App passt.</translation>
+    </message>
+</context>
+<context>
     <name>CustomEndPicker</name>
     <message>
         <source>Start</source>
@@ -293,6 +332,30 @@
         <translation>Nicht aktiv</translation>
     </message>
     <message>
+        <source>🤖 Auto keep-awake (%1)</source>
+        <translation>🤖 Automatisch wach (%1)</translation>
+    </message>
+    <message>
+        <source>Auto keep-awake is not in force: %1</source>
+        <translation>Automatisch wach ist nicht aktiv: %1</translation>
+    </message>
+    <message>
+        <source>Awake while %1 runs</source>
+        <translation>Wach, solange %1 läuft</translation>
+    </message>
+    <message>
+        <source>On — %1</source>
+        <translation>An — %1</translation>
+    </message>
+    <message>
+        <source>On — waiting for a rule</source>
+        <translation>An — wartet auf eine Regel</translation>
+    </message>
+    <message>
+        <source>No cooling</source>
+        <translation>Keine Kühlung</translation>
+    </message>
+    <message>
         <source>Quillon is installing a small helper for fan control. After this, everything runs without further password prompts.</source>
         <translation>Quillon installiert ein Hilfswerkzeug zur Lüftersteuerung. Danach läuft alles ohne weitere Passwort-Abfragen.</translation>
     </message>
@@ -525,6 +588,13 @@
     </message>
 </context>
 <context>
+    <name>quillon::app::ProcessKeepAwake</name>
+    <message>
+        <source>processes cannot be watched here</source>
+        <translation>Prozesse können hier nicht beobachtet werden</translation>
+    </message>
+</context>
+<context>
     <name>quillon::app::RenderModeManager</name>
     <message>
         <source>never</source>
@@ -618,6 +688,17 @@
     </message>
 </context>
 <context>
+    <name>quillon::app::TriggerManager</name>
+    <message>
+        <source>on AC power</source>
+        <translation>am Netzteil</translation>
+    </message>
+    <message>
+        <source>external display</source>
+        <translation>externer Bildschirm</translation>
+    </message>
+</context>
+<context>
     <name>quillon::app::UninstallFlow</name>
     <message>
         <source>Quillon has been removed</source>
@@ -634,6 +715,10 @@
     <message>
         <source>Thanks for trying it! The app will now quit.</source>
         <translation>Danke, dass du es ausprobiert hast! Die App wird jetzt beendet.</translation>
+    </message>
+    <message>
+        <source>Quillon will remove its background helper and itself completely.</source>
+        <translation>Quillon entfernt sein Hintergrund-Hilfswerkzeug und sich selbst vollständig.</translation>
     </message>
     <message>
         <source>This removes: the fan background helper, the app itself and all settings. Fan control immediately returns to macOS. You&apos;ll be asked for your password once.</source>
@@ -658,10 +743,6 @@
     <message>
         <source>Cancel</source>
         <translation>Abbrechen</translation>
-    </message>
-    <message>
-        <source>Quillon will remove its background helper and itself completely.</source>
-        <translation>Quillon entfernt sein Hintergrund-Hilfswerkzeug und sich selbst vollständig.</translation>
     </message>
 </context>
 <context>

@@ -7,6 +7,7 @@
 #include "app/fan/FanController.h"
 #include "app/power/SleepManager.h"
 #include "ui/overlay/RenderOverlay.h"
+#include "platform/ExternalDisplays.h"
 #include "ui/panel/PanelState.h"
 #include "ui/panel/PanelViews.h"
 #include "ui/panel/PanelWindow.h"
@@ -15,6 +16,8 @@
 
 #include <QCoreApplication>
 #include <QDBusConnection>
+#include <QGuiApplication>
+#include <QScreen>
 
 namespace quillon::ui {
 
@@ -44,6 +47,10 @@ void AppDelegate::applicationDidFinishLaunching()
     });
 
     m_manager = std::make_unique<app::SleepManager>(m_services->services());
+    // A screen coming or going is when an external display may have been plugged in or out.
+    platform::ExternalDisplays* displays = &m_services->displays();
+    connect(qApp, &QGuiApplication::screenAdded, displays, &platform::ExternalDisplays::changed);
+    connect(qApp, &QGuiApplication::screenRemoved, displays, &platform::ExternalDisplays::changed);
 
     m_tray = std::make_unique<TrayIcon>();
     m_tray->show(IconState::of(false, false, std::nullopt, std::nullopt));

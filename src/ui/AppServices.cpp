@@ -9,6 +9,12 @@
 #include "platform/LidSwitchOwner.h"
 #include "platform/NotificationCenter.h"
 #include "platform/SoundPlayer.h"
+#include "platform/ExternalDisplays.h"
+#include "platform/LidSensor.h"
+#include "platform/LidSwitchOwner.h"
+#include "platform/NotificationCenter.h"
+#include "platform/ProcessWatcher.h"
+#include "platform/RunningApps.h"
 #include "platform/ThermalPressure.h"
 #include "platform/linux/AppIdentity.h"
 #include "platform/linux/LinuxPlatform.h"
@@ -54,6 +60,9 @@ AppServices::AppServices(const QString& settingsFile)
     , m_runner(std::make_unique<platform::linux_::PkexecRunner>())
     , m_installer(std::make_unique<app::HelperInstaller>(
           *m_runner, app::HelperInstaller::bundledHelperFor(QCoreApplication::applicationDirPath())))
+    , m_runningApps(LinuxPlatform::runningApps())
+    , m_displays(LinuxPlatform::externalDisplays())
+    , m_processWatcher(LinuxPlatform::processWatcher())
 {
 }
 
@@ -71,6 +80,9 @@ app::SleepManager::Services AppServices::services()
     services.lidOwner = m_lidOwner.get();
     services.thermal = m_thermal.get();
     services.sound = m_sounds.get();
+    services.runningApps = m_runningApps.get();
+    services.displays = m_displays.get();
+    services.processWatcher = m_processWatcher.get();
     services.notifier = m_notifier.get();
     services.settings = m_settings.get();
     services.clock = &m_clock;

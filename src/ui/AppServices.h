@@ -16,11 +16,14 @@ class Settings;
 } // namespace quillon::app
 
 namespace quillon::platform {
+class ExternalDisplays;
 class LidSensor;
 class LidSwitchOwner;
 class SoundPlayer;
 class NotificationCenter;
 class PrivilegedRunner;
+class ProcessWatcher;
+class RunningApps;
 class ThermalPressure;
 } // namespace quillon::platform
 
@@ -48,6 +51,8 @@ public:
     // The uninstall dialogs' model, for the settings window; asks dpkg, at
     // its first call, how the app was installed.
     std::unique_ptr<app::UninstallFlow> makeUninstallFlow();
+    // The display probe, for the display server's screen signals.
+    platform::ExternalDisplays& displays() { return *m_displays; }
 
 private:
     std::unique_ptr<app::Settings> m_settings;
@@ -62,6 +67,9 @@ private:
     std::unique_ptr<platform::PrivilegedRunner> m_runner;
     std::unique_ptr<app::HelperInstaller> m_installer;
     std::unique_ptr<app::Uninstaller> m_uninstaller;
+    std::unique_ptr<platform::RunningApps> m_runningApps;
+    std::unique_ptr<platform::ExternalDisplays> m_displays;
+    std::unique_ptr<platform::ProcessWatcher> m_processWatcher;
 };
 
 } // namespace quillon::ui

@@ -2,21 +2,38 @@
 
 #include "support/ChildProcess.h"
 
+#include <cstdio>
+
 namespace quillon::test {
 
 XDisplay::XDisplay()
 {
     ensureCoreApplication();
+    // Two tries: on a loaded machine a server started next to another one
+    // now and then gives up on its display.
+    for (int attempt = 0; attempt < 2 && !ready(); ++attempt)
+        start();
+}
+
+void XDisplay::start()
+{
+    m_tray.stop();
+    m_xvfb.stop();
+    m_name.clear();
     // -displayfd: Xvfb picks a free display and prints its number when ready.
     m_xvfb.start("Xvfb", {"-displayfd", "1", "-screen", "0", "1280x800x24", "-nolisten", "tcp"}, {});
-    if (!waitUntil([&] { return !m_xvfb.lines().isEmpty() || !m_xvfb.running(); }, 30s) || !m_xvfb.running())
+    if (!waitUntil([&] { return !m_xvfb.lines().isEmpty() || !m_xvfb.running(); }, 30s) || !m_xvfb.running()) {
+        std::fprintf(stderr, "Xvfb did not start\n");
         return;
+    }
     m_name = ":" + m_xvfb.lines().first().trimmed();
     m_tray.start("trayer",
         {"--edge", "top", "--align", "right", "--widthtype", "request", "--height", "24", "--SetDockType", "true",
             "--transparent", "false", "--expand", "true"},
         {"DISPLAY=" + m_name});
     m_trayReady = waitUntil([&] { return !run("xdotool", {"search", "--class", "trayer"}).isEmpty(); }, 30s);
+    if (!m_trayReady)
+        std::fprintf(stderr, "trayer did not show on %s\n", qPrintable(m_name));
 }
 
 XDisplay::~XDisplay() = default;

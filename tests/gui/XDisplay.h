@@ -32,6 +32,7 @@ public:
     QImage grab(const QString& path, qulonglong window = 0) const;
 
 private:
+    void start();
     QString run(const QString& program, const QStringList& args) const;
 
     LineProcess m_xvfb;

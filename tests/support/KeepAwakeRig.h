@@ -9,6 +9,7 @@
 #include "platform/SoundPlayer.h"
 
 #include "support/FakeAppServices.h"
+#include "support/FakeAutomation.h"
 #include "support/FakeDrives.h"
 #include "support/FakePowerAssertionBackend.h"
 
@@ -86,6 +87,9 @@ protected:
         services.lidOwner = &lidOwner;
         services.thermal = &thermal;
         services.sound = &sound;
+        services.runningApps = &runningApps;
+        services.displays = &displays;
+        services.processWatcher = &processWatcher;
         services.notifier = &notifier;
         services.settings = &settings;
         services.clock = &clock;
@@ -102,6 +106,9 @@ protected:
     FakeLidSensor lidSensor;
     FakeLidSwitchOwner lidOwner;
     FakeSoundPlayer sound;
+    FakeRunningApps runningApps;
+    FakeExternalDisplays displays;
+    FakeProcessWatcher processWatcher;
     std::shared_ptr<FakePowerAssertionBackend> backend = std::make_shared<FakePowerAssertionBackend>();
     std::shared_ptr<FakePowerSupply> supply = std::make_shared<FakePowerSupply>();
     std::shared_ptr<FakeVolumeSource> volumes = std::make_shared<FakeVolumeSource>();

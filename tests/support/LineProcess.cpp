@@ -9,11 +9,20 @@ namespace quillon::test {
 
 LineProcess::~LineProcess()
 {
-    signal(SIGTERM);
-    if (running() && !waitForExit(std::chrono::seconds(5))) {
-        m_process.kill();
-        m_process.waitForFinished(2000);
+    stop();
+}
+
+void LineProcess::stop()
+{
+    if (running()) {
+        signal(SIGTERM);
+        if (running() && !waitForExit(std::chrono::seconds(5))) {
+            m_process.kill();
+            m_process.waitForFinished(2000);
+        }
     }
+    m_lines.clear();
+    m_pending.clear();
 }
 
 void LineProcess::start(

@@ -20,6 +20,8 @@ public:
     qint64 pid() const { return m_process.processId(); }
     bool running() const { return m_process.state() != QProcess::NotRunning; }
     void signal(int signalNumber);
+    // SIGTERM, then SIGKILL after 5 s; forgets the lines read. Nothing when not running.
+    void stop();
     // The exit code, once it has exited normally within timeout.
     std::optional<int> waitForExit(std::chrono::milliseconds timeout);
 

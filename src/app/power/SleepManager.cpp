@@ -3,10 +3,12 @@
 #include "DriveManager.h"
 #include "LidManager.h"
 #include "PowerSource.h"
+#include "ProcessKeepAwake.h"
 #include "app/Lang.h"
 #include "app/Notifier.h"
 #include "app/Settings.h"
 #include "app/automation/RenderModeManager.h"
+#include "app/automation/TriggerManager.h"
 #include "platform/Clock.h"
 
 #include <QLocale>
@@ -37,6 +39,15 @@ SleepManager::SleepManager(Services services, QObject* parent)
     fanParts.startTimers = m_services.startTimers;
     m_fan = std::make_unique<FanController>(std::move(fanParts));
 
+    TriggerManager::Parts triggerParts;
+    triggerParts.assertions = m_services.assertions;
+    triggerParts.power = m_power.get();
+    triggerParts.apps = m_services.runningApps;
+    triggerParts.displays = m_services.displays;
+    triggerParts.settings = m_services.settings;
+    triggerParts.startTimers = m_services.startTimers;
+    m_triggers = std::make_unique<TriggerManager>(std::move(triggerParts));
+
     LidManager::Parts lidParts;
     lidParts.assertions = m_services.assertions;
     lidParts.power = m_power.get();
@@ -51,6 +62,7 @@ SleepManager::SleepManager(Services services, QObject* parent)
 
     m_drives = std::make_unique<DriveManager>(
         DriveManager::Parts{m_services.settings, m_services.clock, m_services.volumes, m_services.driveToucher});
+    m_processes = std::make_unique<ProcessKeepAwake>(m_services.assertions, m_services.processWatcher);
 
     RenderModeManager::Parts renderParts;
     renderParts.assertions = m_services.assertions;
@@ -64,9 +76,11 @@ SleepManager::SleepManager(Services services, QObject* parent)
     m_now = m_services.clock->now();
     m_lid->setFanController(m_fan.get());
     m_renderMode->setLinks(m_fan.get(), m_lid.get(), m_drives.get());
+    m_triggers->setCoolingSink(m_fan.get());
 
     // A fresh start never inherits a boost or a lid lock from an earlier run.
     m_fan->reconcileToOffOnLaunch();
+    m_triggers->evaluate();
 
     connect(&m_expiryTimer, &LongTimer::fired, this, &SleepManager::sessionExpired);
     m_tickTimer.setInterval(kTickIntervalMs);
@@ -84,6 +98,8 @@ SleepManager::SleepManager(Services services, QObject* parent)
         emit sessionChanged();
         emit anythingActiveChanged();
     });
+    connect(m_triggers.get(), &TriggerManager::activeChanged, this, &SleepManager::anythingActiveChanged);
+    connect(m_processes.get(), &ProcessKeepAwake::changed, this, &SleepManager::anythingActiveChanged);
 }
 
 bool SleepManager::holdsAnything() const
@@ -286,13 +302,17 @@ void SleepManager::resetAll()
     if (m_lid->enabled())
         m_lid->setEnabled(false);
     m_fan->setFansEnabled(false);
+    m_triggers->setAutomationEnabled(false);
+    if (m_processes->active())
+        m_processes->stopAll();
 }
 
 bool SleepManager::anythingActive() const
 {
     // Keep-awake counts only while something holds it: a refused session does
     // not light the icon.
-    return holdsAnything() || m_fan->isBoosted() || m_fan->fansEnabled() || m_lid->enabled() || m_renderMode->enabled();
+    return holdsAnything() || m_fan->isBoosted() || m_fan->fansEnabled() || m_triggers->active()
+        || m_lid->enabled() || m_renderMode->enabled() || m_processes->active();
 }
 
 void SleepManager::notify(const QString& title, const QString& body)

@@ -14,10 +14,13 @@
 
 namespace quillon::platform {
 class DriveToucher;
+class ExternalDisplays;
 class LidSensor;
 class LidSwitchOwner;
 class SoundPlayer;
 class PowerSupply;
+class ProcessWatcher;
+class RunningApps;
 class VolumeSource;
 } // namespace quillon::platform
 
@@ -27,6 +30,8 @@ class DriveManager;
 class LidManager;
 class PowerSource;
 class RenderModeManager;
+class ProcessKeepAwake;
+class TriggerManager;
 
 // The app's central model: the menu's keep-awake session (which kinds of
 // sleep are held off, and until when), its countdown and end, the battery
@@ -47,6 +52,7 @@ class SleepManager : public QObject {
     Q_PROPERTY(quillon::app::LidManager* lid READ lid CONSTANT)
     Q_PROPERTY(quillon::app::DriveManager* drives READ drives CONSTANT)
     Q_PROPERTY(quillon::app::RenderModeManager* renderMode READ renderMode CONSTANT)
+    Q_PROPERTY(quillon::app::TriggerManager* triggers READ triggers CONSTANT)
 
 public:
     using Kind = SleepAssertions::Kind;
@@ -67,6 +73,9 @@ public:
         platform::LidSwitchOwner* lidOwner = nullptr; // null: the login manager acts on the lid
         platform::ThermalPressure* thermal = nullptr;
         platform::SoundPlayer* sound = nullptr; // may be null: Render Mode finishes silently
+        platform::RunningApps* runningApps = nullptr;       // null: no application is seen running
+        platform::ExternalDisplays* displays = nullptr;     // null: no external display is seen
+        platform::ProcessWatcher* processWatcher = nullptr; // null: no process can be watched
         Notifier* notifier = nullptr;
         Settings* settings = nullptr;
         const platform::Clock* clock = nullptr;
@@ -86,7 +95,8 @@ public:
     void apply(const QSet<Kind>& kinds, std::optional<QDateTime> until);
     // Switches one kind; a session started this way ends after 24 hours.
     void toggle(Kind kind);
-    // The menu's everything-off: session, closed lid, fans. Drive keep-alive stays.
+    // The menu's everything-off: session, closed lid, fans, automation and
+    // the processes kept awake for. Drive keep-alive stays.
     Q_INVOKABLE void resetAll();
     bool anythingActive() const;
 
@@ -112,6 +122,8 @@ public:
     LidManager* lid() const { return m_lid.get(); }
     DriveManager* drives() const { return m_drives.get(); }
     RenderModeManager* renderMode() const { return m_renderMode.get(); }
+    TriggerManager* triggers() const { return m_triggers.get(); }
+    ProcessKeepAwake* processes() const { return m_processes.get(); }
     const PowerSource& power() const { return *m_power; }
 
     // Q_INVOKABLE forms for the panel and the scripting interface.
@@ -142,9 +154,11 @@ private:
     SleepAssertions m_assertions;
     std::unique_ptr<PowerSource> m_power;
     std::unique_ptr<FanController> m_fan;
+    std::unique_ptr<TriggerManager> m_triggers;
     std::unique_ptr<LidManager> m_lid;
     std::unique_ptr<DriveManager> m_drives;
     std::unique_ptr<RenderModeManager> m_renderMode;
+    std::unique_ptr<ProcessKeepAwake> m_processes;
     QSet<Kind> m_activeKinds;
     QDateTime m_expiresAt;
     QDateTime m_now;

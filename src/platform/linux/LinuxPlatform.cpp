@@ -1,11 +1,14 @@
 #include "LinuxPlatform.h"
 
 #include "CanberraSoundPlayer.h"
+#include "DrmDisplays.h"
 #include "FreedesktopNotifications.h"
 #include "LinuxDriveToucher.h"
 #include "LinuxLidSensor.h"
 #include "LinuxLidSwitchOwner.h"
 #include "LinuxPowerAssertions.h"
+#include "LinuxProcessWatcher.h"
+#include "LinuxRunningApps.h"
 #include "LinuxThermalPressure.h"
 #include "LinuxVolumeSource.h"
 #include "SysfsPowerSupply.h"
@@ -57,6 +60,22 @@ std::unique_ptr<ThermalPressure> LinuxPlatform::thermalPressure()
 std::unique_ptr<NotificationCenter> LinuxPlatform::notifications()
 {
     return std::make_unique<FreedesktopNotifications>();
+}
+
+std::unique_ptr<RunningApps> LinuxPlatform::runningApps()
+{
+    return std::make_unique<LinuxRunningApps>(
+        DesktopEntryIndex::fromEnvironment(), QStringLiteral("/proc"), QDBusConnection::sessionBus());
+}
+
+std::unique_ptr<ExternalDisplays> LinuxPlatform::externalDisplays()
+{
+    return std::make_unique<DrmDisplays>();
+}
+
+std::unique_ptr<ProcessWatcher> LinuxPlatform::processWatcher()
+{
+    return std::make_unique<LinuxProcessWatcher>();
 }
 
 } // namespace quillon::platform::linux_

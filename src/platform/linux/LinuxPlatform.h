@@ -5,12 +5,15 @@
 
 namespace quillon::platform {
 class DriveToucher;
+class ExternalDisplays;
 class LidSensor;
 class LidSwitchOwner;
 class SoundPlayer;
 class NotificationCenter;
 class PowerAssertionBackend;
 class PowerSupply;
+class ProcessWatcher;
+class RunningApps;
 class ThermalPressure;
 class VolumeSource;
 } // namespace quillon::platform
@@ -42,6 +45,12 @@ public:
     static std::unique_ptr<NotificationCenter> notifications();
     // libcanberra's event sounds; fallback is played where the theme has none.
     static std::unique_ptr<SoundPlayer> sounds(const QString& fallback);
+    // Applications from the desktop entries of the XDG data directories,
+    // running ones from /proc, launches from the user's systemd manager.
+    static std::unique_ptr<RunningApps> runningApps();
+    // External displays from the DRM connectors.
+    static std::unique_ptr<ExternalDisplays> externalDisplays();
+    static std::unique_ptr<ProcessWatcher> processWatcher();
 };
 
 } // namespace quillon::platform::linux_

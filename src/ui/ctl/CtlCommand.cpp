@@ -6,7 +6,13 @@
 #include <QCoreApplication>
 #include <QDBusConnection>
 #include <QJsonDocument>
+#include <cerrno>
+#include <csignal>
 #include <cstdio>
+#include <cstring>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <vector>
 
 namespace quillon::ui {
 
@@ -49,6 +55,42 @@ int status(QuillonProxy& app)
     return CtlCommand::ok;
 }
 
+// Runs the command, has the app keep awake while it runs, and passes on its
+// exit status (128 + the signal that ended it, as shells report it).
+int runAwake(QuillonProxy& app, const QStringList& command)
+{
+    std::vector<QByteArray> words;
+    for (const QString& word : command)
+        words.push_back(word.toLocal8Bit());
+    std::vector<char*> argv;
+    for (QByteArray& word : words)
+        argv.push_back(word.data());
+    argv.push_back(nullptr);
+    pid_t child = 0;
+    const int failed = ::posix_spawnp(&child, argv[0], nullptr, nullptr, argv.data(), environ);
+    if (failed != 0) {
+        print(stderr,
+            QStringLiteral("quillon ctl: cannot run %1: %2")
+                .arg(command[0], QString::fromLocal8Bit(std::strerror(failed))));
+        return 127;
+    }
+    // Like a shell waiting for a job: Ctrl-C is the command's to answer.
+    std::signal(SIGINT, SIG_IGN);
+    std::signal(SIGQUIT, SIG_IGN);
+    QDBusPendingReply<bool, QString> reply = app.AwakeWhile(child);
+    reply.waitForFinished();
+    if (reply.isError() || !reply.argumentAt<0>()) {
+        const QString why = reply.isError() ? reply.error().message() : reply.argumentAt<1>();
+        print(stderr, QStringLiteral("quillon ctl: running %1 without keep-awake: %2").arg(command[0], why));
+    }
+    int status = 0;
+    while (::waitpid(child, &status, 0) < 0) {
+        if (errno != EINTR)
+            return CtlCommand::refused;
+    }
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
 } // namespace
 
 int CtlCommand::run(int argc, char** argv, const QStringList& args)
@@ -68,7 +110,8 @@ int CtlCommand::run(int argc, char** argv, const QStringList& args)
     QDBusConnection bus = QDBusConnection::sessionBus();
     QuillonProxy app(QString::fromLatin1(kService), QString::fromLatin1(kObjectPath), bus);
     app.setTimeout(kCallTimeoutMs);
-    if (!bus.isConnected() || !app.isValid()) {
+    // A command is run all the same: its work matters more than keeping awake for it.
+    if ((!bus.isConnected() || !app.isValid()) && request.verb != CtlRequest::Verb::awakeRun) {
         print(stderr,
             QStringLiteral("quillon ctl: Quillon is not running (nothing serves %1 on the session bus)")
                 .arg(QLatin1String(kService)));
@@ -96,6 +139,16 @@ int CtlCommand::run(int argc, char** argv, const QStringList& args)
         return report(app.SetRenderMode(request.on));
     case Verb::reset:
         return report(app.Reset());
+    case Verb::awakeWhile:
+        return report(app.AwakeWhile(request.pid));
+    case Verb::awakeRun:
+        return runAwake(app, request.command);
+    case Verb::automation:
+        return report(app.SetAutomation(request.automationOn));
+    case Verb::autoAdd:
+        return report(app.AddAutomationApp(request.appId, request.cooling));
+    case Verb::autoRemove:
+        return report(app.RemoveAutomationApp(request.appId));
     case Verb::help:
         break;
     }

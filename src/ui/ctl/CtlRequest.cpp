@@ -29,8 +29,61 @@ std::optional<QStringList> parseKinds(const QString& text)
     return kinds.isEmpty() ? std::nullopt : std::optional(kinds);
 }
 
+// awake --while PID, awake -- COMMAND ARGS...
+std::optional<Result> parseAwakeWhile(const QStringList& args)
+{
+    CtlRequest request;
+    const qsizetype dashes = args.indexOf(QStringLiteral("--"));
+    if (dashes >= 0) {
+        if (dashes != 0)
+            return error(QStringLiteral("awake -- COMMAND takes no other options"));
+        if (args.size() == 1)
+            return error(QStringLiteral("awake -- needs a command to run"));
+        request.verb = CtlRequest::Verb::awakeRun;
+        request.command = args.mid(1);
+        return request;
+    }
+    if (args.value(0) != QLatin1String("--while"))
+        return std::nullopt;
+    bool ok = false;
+    request.pid = args.value(1).toLongLong(&ok);
+    if (args.size() != 2 || !ok || request.pid <= 0)
+        return error(QStringLiteral("awake --while takes one process id"));
+    request.verb = CtlRequest::Verb::awakeWhile;
+    return request;
+}
+
+Result parseAutomation(const QStringList& args)
+{
+    CtlRequest request;
+    const QString what = args.value(0);
+    if ((what == QLatin1String("on") || what == QLatin1String("off")) && args.size() == 1) {
+        request.verb = CtlRequest::Verb::automation;
+        request.automationOn = what == QLatin1String("on");
+        return request;
+    }
+    if (what == QLatin1String("remove") && args.size() == 2) {
+        request.verb = CtlRequest::Verb::autoRemove;
+        request.appId = args[1];
+        return request;
+    }
+    if (what == QLatin1String("add")
+        && (args.size() == 2 || (args.size() == 4 && args[2] == QLatin1String("--cooling")))) {
+        request.verb = CtlRequest::Verb::autoAdd;
+        request.appId = args[1];
+        request.cooling = args.value(3);
+        if (!request.cooling.isEmpty() && !kProfiles.contains(request.cooling))
+            return error(QStringLiteral("unknown cooling: %1 (silent, balanced or max)").arg(request.cooling));
+        return request;
+    }
+    return error(
+        QStringLiteral("auto takes on, off, add DESKTOP-ID [--cooling silent|balanced|max] or remove DESKTOP-ID"));
+}
+
 Result parseAwake(const QStringList& args, const QDateTime& now)
 {
+    if (auto whileRunning = parseAwakeWhile(args))
+        return *whileRunning;
     CtlRequest request;
     request.verb = CtlRequest::Verb::awake;
     request.kinds = {QStringLiteral("system"), QStringLiteral("display")};
@@ -177,6 +230,8 @@ std::variant<CtlRequest, CtlRequest::Error> CtlRequest::parse(const QStringList&
         return parseAwake(rest, now);
     } else if (verb == QLatin1String("fans")) {
         return parseFans(rest);
+    } else if (verb == QLatin1String("auto")) {
+        return parseAutomation(rest);
     } else if ((verb == QLatin1String("lid") || verb == QLatin1String("render")) && rest.size() == 1
         && (rest[0] == QLatin1String("on") || rest[0] == QLatin1String("off"))) {
         request.verb = verb == QLatin1String("lid") ? Verb::lid : Verb::render;
@@ -199,13 +254,19 @@ QString CtlRequest::usage()
         "  status                                   the app's state as JSON\n"
         "  awake [--for DURATION | --until TIME | --off] [--kinds system,display,network]\n"
         "                                           keep-awake (default kinds: system,display; no end: until --off)\n"
+        "  awake --while PID                        keep-awake while that process runs\n"
+        "  awake -- COMMAND [ARGS...]               runs the command and keeps awake until it ends\n"
         "  fans off | auto [silent|balanced|max] | manual PERCENT [--for DURATION]\n"
         "                                           fan control (a manual floor runs as a boost of at most 1 h)\n"
         "  lid on|off                               closed-lid keep-awake\n"
         "  render on|off                            Render Mode: awake, drives, closed lid, cooling, DaVinci's queue\n"
-        "  reset                                    Render Mode, keep-awake, closed lid and fan control off\n"
+        "  auto on|off                              automation (keep awake and cool by rule)\n"
+        "  auto add DESKTOP-ID [--cooling silent|balanced|max] | auto remove DESKTOP-ID\n"
+        "                                           an application whose running keeps awake (and cool)\n"
+        "  reset                                    Render Mode, keep-awake, closed lid, fan control and automation off\n"
         "DURATION: 90s, 45m, 1h30m, 2d. TIME: HH:MM (next such time) or YYYY-MM-DDTHH:MM, local time.\n"
-        "Exit status: 0 done, 1 refused or the app is not running, 2 usage error.\n");
+        "Exit status: 0 done, 1 refused or the app is not running, 2 usage error; awake -- COMMAND exits\n"
+        "with the command's status (127: it could not be started).\n");
 }
 
 } // namespace quillon::ui

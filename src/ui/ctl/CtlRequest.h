@@ -22,16 +22,26 @@ struct CtlRequest {
         fansManual,
         lid,
         render,
-        reset
+        reset,
+        awakeWhile, // keep awake while a running process lives
+        awakeRun,   // run a command and keep awake until it ends
+        automation, // the master switch
+        autoAdd,
+        autoRemove
     };
 
     Verb verb = Verb::help;
-    QStringList kinds;       // awake: system, display, network
-    QDateTime until;         // awake: the end; invalid = until turned off
-    QString profile;         // fansAuto: empty = keep the chosen one
-    double percent = 0;      // fansManual: 0..100
-    double boostSeconds = 0; // fansManual: 0 = the last boost length
-    bool on = false;         // lid, render
+    QStringList kinds;         // awake: system, display, network
+    QDateTime until;           // awake: the end; invalid = until turned off
+    QString profile;           // fansAuto: empty = keep the chosen one
+    double percent = 0;        // fansManual: 0..100
+    double boostSeconds = 0;   // fansManual: 0 = the last boost length
+    bool on = false;           // lid, render
+    qint64 pid = 0;            // awakeWhile
+    QStringList command;       // awakeRun: the program and its arguments
+    bool automationOn = false; // automation
+    QString appId;             // autoAdd, autoRemove: a desktop-entry id
+    QString cooling;           // autoAdd: empty = none
 
     // A usage error: what was wrong.
     struct Error {

@@ -1,9 +1,11 @@
 #include "PanelTexts.h"
 
+#include "app/automation/TriggerManager.h"
 #include "app/fan/FanController.h"
 #include "app/power/BatteryFlow.h"
 #include "app/power/LidManager.h"
 #include "app/power/PowerInfo.h"
+#include "app/power/ProcessKeepAwake.h"
 #include "app/power/SleepManager.h"
 
 #include <cmath>
@@ -27,6 +29,20 @@ QStringList PanelTexts::statusLines(const app::SleepManager& manager)
         lines.append(remaining ? tr("Awake · %1 left").arg(*remaining) : tr("Awake until you turn it off"));
     } else if (!manager.activeKinds().isEmpty()) {
         lines.append(tr("Keep-awake is not in force: %1").arg(manager.firstProblem()));
+    }
+    const app::TriggerManager& triggers = *manager.triggers();
+    if (triggers.active()) {
+        lines.append(tr("🤖 Auto keep-awake (%1)").arg(triggers.activeReason()));
+    } else if (triggers.ruleHolds()) {
+        lines.append(tr("Auto keep-awake is not in force: %1")
+                         .arg(triggers.assertions().state(app::SleepAssertions::Kind::system).problem));
+    }
+    if (manager.processes()->active()) {
+        QStringList commands;
+        for (const auto& watched : manager.processes()->processes())
+            commands.append(watched.command.isEmpty() ? QString::number(watched.pid) : watched.command);
+        commands.removeDuplicates();
+        lines.append(tr("Awake while %1 runs").arg(commands.join(QStringLiteral(", "))));
     }
     if (manager.lid()->enabled())
         lines.append(tr("Stays awake with the lid closed"));
@@ -75,6 +91,22 @@ QString PanelTexts::awakeSummary(const app::SleepManager& manager)
     if (!remaining)
         return tr("On until you turn it off");
     return tr("%1 left · ends %2").arg(*remaining, manager.expiryDescription().value_or(QString()));
+}
+
+QString PanelTexts::automationSummary(const app::TriggerManager& triggers)
+{
+    if (!triggers.automationEnabled())
+        return tr("Off");
+    if (triggers.active())
+        return tr("On — %1").arg(triggers.activeReason());
+    if (triggers.ruleHolds())
+        return tr("Not in force");
+    return tr("On — waiting for a rule");
+}
+
+QString PanelTexts::noCooling()
+{
+    return tr("No cooling");
 }
 
 QString PanelTexts::customEnd(const QDateTime& end, const QDateTime& now, bool german)

@@ -12,6 +12,7 @@ struct BatteryFlow;
 class FanController;
 struct PowerInfo;
 class SleepManager;
+class TriggerManager;
 } // namespace quillon::app
 
 namespace quillon::ui {
@@ -37,6 +38,12 @@ public:
     static QString awakeSummary(const app::SleepManager& manager);
     // The end picked in the custom picker, or that it has passed.
     static QString customEnd(const QDateTime& end, const QDateTime& now, bool german);
+
+    // --- automation ---
+    // Off, on and waiting for a rule, on with the rules that hold, or not in force.
+    static QString automationSummary(const app::TriggerManager& triggers);
+    // The cooling choice of an app that asks for none.
+    static QString noCooling();
 
     // --- fans ---
     // What the fans are doing: off, manual, watching, active with its floor,

@@ -1,11 +1,13 @@
 #include "PanelViews.h"
 
+#include "AutomationView.h"
 #include "AwakeView.h"
 #include "DriveView.h"
 #include "FanView.h"
 #include "PanelState.h"
 #include "RenderView.h"
 #include "app/automation/RenderModeManager.h"
+#include "app/automation/TriggerManager.h"
 #include "app/power/DriveManager.h"
 #include "app/power/LidManager.h"
 #include "app/power/SleepManager.h"
@@ -22,6 +24,7 @@ PanelViews::PanelViews(app::SleepManager& manager, app::Settings& settings, Logi
     , m_fan(std::make_unique<FanView>(*manager.fan(), settings))
     , m_drives(std::make_unique<DriveView>(*manager.drives()))
     , m_render(std::make_unique<RenderView>(*manager.renderMode(), *manager.fan(), settings))
+    , m_automation(std::make_unique<AutomationView>(*manager.triggers(), settings))
 {
 }
 
@@ -37,6 +40,8 @@ QVariantMap PanelViews::rootProperties() const
         {"fan", object(m_manager.fan())},
         {"lid", object(m_manager.lid())},
         {"drives", object(m_manager.drives())},
+        {"triggers", object(m_manager.triggers())},
+        {"automationView", object(m_automation.get())},
         {"panel", object(m_state.get())},
         {"awake", object(m_awake.get())},
         {"fanView", object(m_fan.get())},

@@ -14,6 +14,7 @@ class Clock;
 
 namespace quillon::ui {
 
+class AutomationView;
 class AwakeView;
 class DriveView;
 class FanView;
@@ -36,6 +37,7 @@ public:
     FanView& fan() { return *m_fan; }
     DriveView& drives() { return *m_drives; }
     RenderView& render() { return *m_render; }
+    AutomationView& automation() { return *m_automation; }
 
     QVariantMap rootProperties() const;
 
@@ -47,6 +49,7 @@ private:
     std::unique_ptr<FanView> m_fan;
     std::unique_ptr<DriveView> m_drives;
     std::unique_ptr<RenderView> m_render;
+    std::unique_ptr<AutomationView> m_automation;
 };
 
 } // namespace quillon::ui

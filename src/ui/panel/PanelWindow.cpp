@@ -1,5 +1,6 @@
 #include "PanelWindow.h"
 
+#include "AppIconProvider.h"
 #include "PanelPlacement.h"
 
 #include <QCursor>
@@ -25,6 +26,7 @@ void PanelWindow::create()
     m_view->setTitle(QStringLiteral("Quillon"));
     m_view->setFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
     m_view->setResizeMode(QQuickView::SizeViewToRootObject);
+    m_view->engine()->addImageProvider(QStringLiteral("appicon"), new AppIconProvider); // owned by the engine
     m_view->setInitialProperties(m_objects);
     m_view->setSource(QUrl(QStringLiteral("qrc:/qml/Panel.qml")));
     if (m_view->status() == QQuickView::Error) {

@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
 
-// The menu panel: status, keep-awake, closed lid, drives, battery,
+// The menu panel: status, keep-awake, closed lid, automation, drives, battery,
 // temperatures, fans, demo load, the login question and the footer, in that
 // order. Binds to the models and the panel's views, which PanelWindow hands
 // in; calls their methods and nothing else.
@@ -13,11 +13,13 @@ Rectangle {
     required property QtObject fan
     required property QtObject lid
     required property QtObject drives
+    required property QtObject triggers
     required property QtObject panel
     required property QtObject awake
     required property QtObject fanView
     required property QtObject driveView
     required property QtObject render
+    required property QtObject automationView
     required property QtObject load // null outside demo mode
 
     readonly property int panelWidth: 360
@@ -58,6 +60,11 @@ Rectangle {
             }
             LidSection {
                 lid: root.lid
+                panel: root.panel
+            }
+            AutomationSection {
+                triggers: root.triggers
+                automationView: root.automationView
                 panel: root.panel
             }
             DrivesSection {

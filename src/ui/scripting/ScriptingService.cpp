@@ -2,9 +2,11 @@
 
 #include "StatusReport.h"
 #include "app/automation/RenderModeManager.h"
+#include "app/automation/TriggerManager.h"
 #include "app/fan/FanController.h"
 #include "app/fan/HelperLink.h"
 #include "app/power/LidManager.h"
+#include "app/power/ProcessKeepAwake.h"
 #include "app/power/SleepManager.h"
 #include "quillonadaptor.h"
 
@@ -187,7 +189,66 @@ bool ScriptingService::SetRenderMode(bool on, QString& text)
 bool ScriptingService::Reset(QString& text)
 {
     m_manager.resetAll();
-    text = QStringLiteral("keep-awake, closed lid and fan control off");
+    text = QStringLiteral("keep-awake, closed lid, fan control and automation off");
+    return true;
+}
+
+bool ScriptingService::AwakeWhile(qint64 pid, QString& text)
+{
+    QString problem;
+    if (!m_manager.processes()->keepAwakeWhile(pid, problem)) {
+        text = problem;
+        return false;
+    }
+    text = QStringLiteral("keeping system, display awake while process %1 runs").arg(pid);
+    return true;
+}
+
+bool ScriptingService::SetAutomation(bool on, QString& text)
+{
+    app::TriggerManager& triggers = *m_manager.triggers();
+    triggers.setAutomationEnabled(on);
+    if (!on)
+        text = QStringLiteral("automation off");
+    else if (triggers.ruleHolds())
+        text = QStringLiteral("automation on, keeping awake: %1").arg(triggers.activeReason());
+    else
+        text = QStringLiteral("automation on; no rule holds now");
+    return true;
+}
+
+bool ScriptingService::AddAutomationApp(const QString& id, const QString& cooling, QString& text)
+{
+    app::TriggerManager& triggers = *m_manager.triggers();
+    std::optional<core::CoolingProfile::Kind> kind;
+    if (!cooling.isEmpty()) {
+        kind = core::CoolingProfile::fromRawValue(cooling.toStdString());
+        if (!kind) {
+            text = QStringLiteral("unknown cooling: %1 (silent, balanced or max)").arg(cooling);
+            return false;
+        }
+    }
+    const auto installed = triggers.installedApp(id);
+    if (!installed) {
+        text = QStringLiteral("no installed application has the desktop id %1").arg(id);
+        return false;
+    }
+    if (!triggers.addApp({id, installed->name, kind}))
+        triggers.setCooling(kind, id);
+    text = kind ? QStringLiteral("%1 keeps awake and cool (%2) while it runs").arg(installed->name, cooling)
+                : QStringLiteral("%1 keeps awake while it runs").arg(installed->name);
+    if (!triggers.automationEnabled())
+        text += QStringLiteral(" (automation is off: quillon ctl auto on)");
+    return true;
+}
+
+bool ScriptingService::RemoveAutomationApp(const QString& id, QString& text)
+{
+    if (!m_manager.triggers()->removeApp(id)) {
+        text = QStringLiteral("%1 is not on the list").arg(id);
+        return false;
+    }
+    text = QStringLiteral("%1 taken off the list").arg(id);
     return true;
 }
 

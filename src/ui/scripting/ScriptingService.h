@@ -48,6 +48,10 @@ public:
     bool SetLid(bool on, QString& text);
     bool SetRenderMode(bool on, QString& text);
     bool Reset(QString& text);
+    bool AwakeWhile(qint64 pid, QString& text);
+    bool SetAutomation(bool on, QString& text);
+    bool AddAutomationApp(const QString& id, const QString& cooling, QString& text);
+    bool RemoveAutomationApp(const QString& id, QString& text);
     void ShowPanel();
     void Quit();
 

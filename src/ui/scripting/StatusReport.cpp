@@ -1,9 +1,11 @@
 #include "StatusReport.h"
 
 #include "app/automation/RenderModeManager.h"
+#include "app/automation/TriggerManager.h"
 #include "app/fan/FanController.h"
 #include "app/power/DriveManager.h"
 #include "app/power/LidManager.h"
+#include "app/power/ProcessKeepAwake.h"
 #include "app/power/SleepManager.h"
 #include "ui/panel/PanelTexts.h"
 
@@ -39,18 +41,26 @@ QJsonObject holdState(const app::SleepAssertions::KindState& state)
     return {{"state", names.at(state.phase)}, {"through", text(state.through)}, {"problem", text(state.problem)}};
 }
 
-QJsonObject awake(const app::SleepManager& manager)
+// The kinds an owner asks for, each with where it stands.
+QJsonObject heldKinds(const app::SleepAssertions& assertions)
 {
-    QJsonArray kinds;
     QJsonObject held;
     for (const auto kind : app::SleepAssertions::allKinds) {
-        if (manager.activeKinds().contains(kind))
-            kinds.append(app::SleepAssertions::rawValue(kind));
-        const auto state = manager.assertions().state(kind);
+        const auto state = assertions.state(kind);
         if (state.phase != app::SleepAssertions::KindState::Phase::off)
             held.insert(app::SleepAssertions::rawValue(kind), holdState(state));
     }
-    return {{"kinds", kinds}, {"held", held}, {"until", time(manager.expiresAt())},
+    return held;
+}
+
+QJsonObject awake(const app::SleepManager& manager)
+{
+    QJsonArray kinds;
+    for (const auto kind : app::SleepAssertions::allKinds) {
+        if (manager.activeKinds().contains(kind))
+            kinds.append(app::SleepAssertions::rawValue(kind));
+    }
+    return {{"kinds", kinds}, {"held", heldKinds(manager.assertions())}, {"until", time(manager.expiresAt())},
         {"remaining", text(manager.remainingText().value_or(QString()))},
         {"otherInhibitors", QJsonArray::fromStringList(manager.otherInhibitors())}};
 }
@@ -65,6 +75,30 @@ QJsonObject render(const app::RenderModeManager& render)
             QJsonObject{{"available", davinci.available()}, {"rendering", davinci.rendering()},
                 {"percent", davinci.percent()}, {"job", davinci.jobIndex()}, {"jobs", davinci.jobTotal()},
                 {"project", text(davinci.project())}, {"justFinished", davinci.justFinished()}}}};
+}
+
+QJsonValue profile(const std::optional<core::CoolingProfile::Kind>& kind)
+{
+    return kind ? QJsonValue(QString::fromLatin1(core::CoolingProfile::rawValue(*kind))) : QJsonValue(QJsonValue::Null);
+}
+
+QJsonObject automation(const app::TriggerManager& triggers)
+{
+    QJsonArray apps;
+    for (const app::TriggerApp& app : triggers.apps())
+        apps.append(QJsonObject{{"id", app.bundleID}, {"name", app.name}, {"cooling", profile(app.cooling)}});
+    return {{"enabled", triggers.automationEnabled()}, {"onAC", triggers.keepAwakeOnAC()},
+        {"externalDisplay", triggers.keepAwakeOnExternalDisplay()}, {"apps", apps}, {"active", triggers.active()},
+        {"ruleHolds", triggers.ruleHolds()}, {"reason", text(triggers.activeReason())},
+        {"cooling", profile(triggers.coolingProfileActive())}, {"held", heldKinds(triggers.assertions())}};
+}
+
+QJsonObject awakeWhile(const app::ProcessKeepAwake& processes)
+{
+    QJsonArray list;
+    for (const auto& watched : processes.processes())
+        list.append(QJsonObject{{"pid", watched.pid}, {"command", watched.command}});
+    return {{"processes", list}, {"held", heldKinds(processes.assertions())}};
 }
 
 QJsonObject fans(const app::FanController& fan)
@@ -105,6 +139,8 @@ QJsonObject StatusReport::build(const app::SleepManager& manager, bool helperCon
                 {"lastAutoOff", text(lid.lastAutoOff())}}},
         {"drives", QJsonObject{{"enabled", manager.drives()->enabled()}}},
         {"render", render(*manager.renderMode())}, {"fans", fans(fan)}, {"temperatures", temperatures(fan)},
+        {"automation", automation(*manager.triggers())},
+        {"awakeWhile", awakeWhile(*manager.processes())},
         {"helper",
             QJsonObject{{"installed", fan.helperInstalled()}, {"connected", helperConnected},
                 {"message", text(fan.statusMessage())}}},

@@ -7,6 +7,7 @@
 #include "platform/linux/LinuxPowerAssertions.h"
 
 #include "support/BusService.h"
+#include "support/LogindLocks.h"
 #include "support/QStringPrinter.h"
 
 #include <QDBusArgument>
@@ -23,9 +24,6 @@ inline const QString displayReason = "SleepTimer: prevent display sleep";
 
 // (flags, reason), as the stand-ins list what they hold.
 using Inhibition = QPair<quint32, QString>;
-// (what, who, why, mode), as logind lists its locks.
-using LogindLock = QStringList;
-
 class InhibitBusFixture : public ::testing::Test {
 protected:
     void SetUp() override
@@ -82,25 +80,7 @@ protected:
         array.endArray();
         return list;
     }
-    QList<LogindLock> logindLocks()
-    {
-        const QDBusMessage reply = systemBus.connection().call(QDBusMessage::createMethodCall(
-            "org.freedesktop.login1", "/org/freedesktop/login1", "org.freedesktop.login1.Manager", "ListInhibitors"));
-        QList<LogindLock> list;
-        const auto array = reply.arguments().value(0).value<QDBusArgument>();
-        array.beginArray();
-        while (!array.atEnd()) {
-            QString what, who, why, mode;
-            quint32 uid = 0;
-            quint32 pid = 0;
-            array.beginStructure();
-            array >> what >> who >> why >> mode >> uid >> pid;
-            array.endStructure();
-            list << LogindLock{what, who, why, mode};
-        }
-        array.endArray();
-        return list;
-    }
+    QList<LogindLock> logindLocks() { return logindLocksOn(systemBus.connection()); }
     // The stand-ins and logind notice a release asynchronously (a closed
     // descriptor, a message from another connection): wait for it.
     ::testing::AssertionResult portalHolds(const QList<Inhibition>& expected)

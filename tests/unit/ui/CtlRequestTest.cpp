@@ -119,3 +119,41 @@ TEST(CtlRequest, MistakesAreUsageErrors)
 }
 
 } // namespace
+
+namespace {
+
+// Everything after "--" is the command, options included; --while takes one pid.
+TEST(CtlRequest, AwakeWhileAProcessOrACommandRuns)
+{
+    const CtlRequest run = parsed({"awake", "--", "make", "--for", "-j2"});
+    EXPECT_EQ(run.verb, Verb::awakeRun);
+    EXPECT_EQ(run.command, QStringList({"make", "--for", "-j2"}));
+    const CtlRequest whileRunning = parsed({"awake", "--while", "4242"});
+    EXPECT_EQ(whileRunning.verb, Verb::awakeWhile);
+    EXPECT_EQ(whileRunning.pid, 4242);
+    for (const QStringList& bad :
+        {QStringList{"awake", "--"}, QStringList{"awake", "--for", "1h", "--", "make"}, QStringList{"awake", "--while"},
+            QStringList{"awake", "--while", "0"}, QStringList{"awake", "--while", "-5"},
+            QStringList{"awake", "--while", "12x"}, QStringList{"awake", "--while", "1", "2"}})
+        EXPECT_FALSE(problem(bad).isEmpty()) << bad.join(' ').toStdString();
+}
+
+TEST(CtlRequest, AutomationSwitchAndItsList)
+{
+    EXPECT_TRUE(parsed({"auto", "on"}).automationOn);
+    EXPECT_EQ(parsed({"auto", "off"}).verb, Verb::automation);
+    const CtlRequest add = parsed({"auto", "add", "org.kde.kdenlive", "--cooling", "max"});
+    EXPECT_EQ(add.verb, Verb::autoAdd);
+    EXPECT_EQ(add.appId, "org.kde.kdenlive");
+    EXPECT_EQ(add.cooling, "max");
+    EXPECT_EQ(parsed({"auto", "add", "resolve"}).cooling, "");
+    EXPECT_EQ(parsed({"auto", "remove", "resolve"}).verb, Verb::autoRemove);
+    EXPECT_EQ(
+        problem({"auto", "add", "resolve", "--cooling", "Max"}), "unknown cooling: Max (silent, balanced or max)");
+    for (const QStringList& bad : {QStringList{"auto"}, QStringList{"auto", "maybe"}, QStringList{"auto", "add"},
+             QStringList{"auto", "add", "a", "--cooling"}, QStringList{"auto", "add", "a", "--speed", "max"},
+             QStringList{"auto", "remove"}, QStringList{"auto", "on", "now"}})
+        EXPECT_FALSE(problem(bad).isEmpty()) << bad.join(' ').toStdString();
+}
+
+} // namespace

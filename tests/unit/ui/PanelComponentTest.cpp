@@ -1,8 +1,11 @@
 // The menu panel's QML over the real models, with fake platform services
 // and a fake clock: what the panel says in each state, in English and German.
 #include "app/Translations.h"
+#include "app/automation/TriggerManager.h"
 #include "ui/LoginItem.h"
 #include "app/automation/RenderModeManager.h"
+#include "ui/panel/AppIconProvider.h"
+#include "ui/panel/AutomationView.h"
 #include "ui/panel/AwakeView.h"
 #include "ui/panel/FanView.h"
 #include "ui/panel/PanelState.h"
@@ -18,6 +21,11 @@
 #include <QQuickItem>
 #include <QQuickView>
 #include <QTemporaryDir>
+#include <QDir>
+#include <QQmlEngine>
+#include <QQuickItem>
+#include <QQuickView>
+#include <QTest>
 
 namespace quillon::test {
 namespace {
@@ -30,6 +38,7 @@ protected:
     {
         KeepAwakeRig::SetUp();
         views = std::make_unique<ui::PanelViews>(*manager, settings, loginItem, clock, nullptr);
+        view.engine()->addImageProvider("appicon", new ui::AppIconProvider);
         view.setInitialProperties(views->rootProperties());
         view.setSource(QUrl(QStringLiteral("qrc:/qml/Panel.qml")));
         QStringList errors;
@@ -111,7 +120,7 @@ protected:
 
 TEST_F(PanelComponentTest, EveryExpandableSectionStartsCollapsed)
 {
-    for (const char* section : {"awake", "lid", "drives", "render", "fans"}) {
+    for (const char* section : {"awake", "lid", "automation", "drives", "render", "fans"}) {
         EXPECT_TRUE(shown(QString::fromLatin1(section) + "Title")) << section;
         EXPECT_FALSE(item(QString::fromLatin1(section) + "Body")->property("visible").toBool()) << section;
     }
@@ -464,6 +473,108 @@ TEST_F(PanelComponentTest, ClosedLidShowsWhyItStopped)
     EXPECT_EQ(text("lidNote"), "Wird geprüft, ob logind (Lüfter-Helper) es hält …");
     EXPECT_EQ(text("lidSummary"), "An — bleibt zugeklappt wach");
     EXPECT_EQ(text("triggerNote"), "Aktiv: Ausgewogen, angefordert von Zugeklappt oder Automatik");
+}
+
+// The automation section: its switches, an app picked from the installed
+// ones and given a cooling, and what holds it, in both languages.
+TEST_F(PanelComponentTest, AutomationIsSwitchedOnAndGivenAnApp)
+{
+    runningApps.apps = {{"org.kde.kdenlive", "Kdenlive", "kdenlive"}, {"org.blender.Blender", "Blender", "/no.png"},
+        {"resolve", "DaVinci Resolve", ""}};
+    app::TriggerManager& triggers = *manager->triggers();
+    EXPECT_EQ(text("automationSummary"), "Off");
+    flip("automationSwitch");
+    EXPECT_TRUE(triggers.automationEnabled());
+    EXPECT_EQ(text("automationSummary"), "On — waiting for a rule");
+    views->state().setProperty("automationExpanded", true);
+    EXPECT_TRUE(shown("noApps"));
+
+    click("addApp");
+    EXPECT_TRUE(shown("appPicker"));
+    EXPECT_TRUE(shown("candidate_resolve"));
+    item("appSearch")->setProperty("text", "BLEND");
+    QMetaObject::invokeMethod(item("appSearch"), "textEdited");
+    EXPECT_TRUE(shown("candidate_org.blender.Blender"));
+    EXPECT_FALSE(item("candidate_resolve"));
+    click("candidate_org.blender.Blender");
+    EXPECT_FALSE(shown("appPicker")) << "the picker closes once an app is chosen";
+    EXPECT_EQ(texts("appName"), QStringList{"Blender"});
+    EXPECT_FALSE(shown("noApps"));
+
+    QQuickItem* cooling = item("appCooling_org.blender.Blender");
+    ASSERT_TRUE(cooling);
+    EXPECT_EQ(cooling->property("currentText"), "No cooling");
+    cooling->setProperty("currentIndex", 3);
+    QMetaObject::invokeMethod(cooling, "activated", Q_ARG(int, 3));
+    EXPECT_EQ(triggers.apps().first().cooling, core::CoolingProfile::Kind::max);
+
+    backend->confirmLater = true;
+    runningApps.set("org.blender.Blender", true);
+    // First what keeps it awake, then the fans that its cooling drives.
+    EXPECT_EQ(texts("statusLine").value(0), "🤖 Auto keep-awake (Blender)");
+    EXPECT_TRUE(texts("statusLine").value(1).startsWith("Fan control"));
+    EXPECT_EQ(text("automationSummary"), "On — Blender");
+    EXPECT_EQ(text("automationNote"), "Checking that fake holds it…");
+    EXPECT_EQ(text("triggerNote"), "In force: Max, asked for by closed lid or automation");
+
+    flip("onACSwitch"); // a desktop on mains
+    speak("de");
+    EXPECT_EQ(text("automationTitle"), "Automatik");
+    EXPECT_EQ(text("automationSummary"), "An — am Netzteil, Blender");
+    EXPECT_EQ(texts("statusLine").value(0), "🤖 Automatisch wach (am Netzteil, Blender)");
+    EXPECT_EQ(text("appsHeading"), "Solange diese Apps laufen");
+    EXPECT_EQ(item("extDisplaySwitch")->property("text"), "Solange ein externer Bildschirm angeschlossen ist");
+    displays.present = true;
+    flip("extDisplaySwitch");
+    EXPECT_EQ(text("automationSummary"), "An — am Netzteil, externer Bildschirm, Blender");
+
+    // Refused by the system: not shown as keeping awake, with the reason.
+    backend->confirmLater = false;
+    const auto ids = triggers.assertions().ids();
+    for (const auto& [kind, id] : ids)
+        backend->settle(id, quillon::platform::PowerAssertionState::Phase::failed, "kein Dienst");
+    EXPECT_EQ(text("automationSummary"), "Nicht aktiv");
+    EXPECT_EQ(texts("statusLine").value(0), "Automatisch wach ist nicht aktiv: kein Dienst");
+    EXPECT_EQ(text("automationNote"), "Nicht aktiv: kein Dienst");
+
+    click("appRemove_org.blender.Blender");
+    EXPECT_TRUE(triggers.apps().isEmpty());
+    EXPECT_TRUE(shown("noApps"));
+}
+
+// The automation section as it looks, open with an app and the picker, in
+// English and German: screenshots kept in QUILLON_ARTIFACT_DIR.
+TEST_F(PanelComponentTest, AutomationSectionScreenshots)
+{
+    runningApps.apps = {{"org.kde.kdenlive", "Kdenlive", "kdenlive"}, {"org.blender.Blender", "Blender", ""},
+        {"resolve", "DaVinci Resolve", ""}, {"org.gnome.Builder", "Builder", ""}};
+    app::TriggerManager& triggers = *manager->triggers();
+    triggers.setAutomationEnabled(true);
+    triggers.setKeepAwakeOnAC(true);
+    triggers.addApp({"org.blender.Blender", "Blender", core::CoolingProfile::Kind::max});
+    triggers.addApp({"org.kde.kdenlive", "Kdenlive", std::nullopt});
+    backend->confirmLater = true;
+    runningApps.set("org.blender.Blender", true);
+    for (const auto& [kind, id] : triggers.assertions().ids())
+        backend->settle(id, quillon::platform::PowerAssertionState::Phase::inForce);
+    views->state().setProperty("automationExpanded", true);
+    views->automation().setPickerShown(true);
+    views->automation().setQuery("b");
+    QDir().mkpath(QUILLON_ARTIFACT_DIR);
+    view.setResizeMode(QQuickView::SizeViewToRootObject);
+    view.show(); // on the offscreen platform: drawn at the panel's own height
+    const auto shot = [&](const char* name) {
+        QTest::qWait(400); // the switches' handles slide into place
+        const QImage image = view.grabWindow();
+        EXPECT_FALSE(image.isNull()) << name;
+        EXPECT_TRUE(image.save(QStringLiteral(QUILLON_ARTIFACT_DIR "/") + name)) << name;
+        return image;
+    };
+    const QImage english = shot("automation-en.png");
+    speak("de");
+    const QImage german = shot("automation-de.png");
+    EXPECT_NE(english, german);
+    EXPECT_GT(english.height(), 500) << "the section is open";
 }
 
 // Asked until answered; the answer switches the login item and is remembered.

@@ -1,0 +1,147 @@
+// What one evaluation of the automation rules costs, measured, never
+// asserted: the real TriggerManager over the real Linux probes, on a
+// generated /proc of 300 processes and 200 desktop entries (five listed
+// apps, none running, so every process is looked at), and on this machine's
+// own /proc and XDG data directories.
+//
+// Usage: quillon-bench-automation [--quick]
+
+#include "app/Settings.h"
+#include "app/automation/TriggerManager.h"
+#include "app/power/PowerSource.h"
+#include "platform/PowerAssertionBackend.h"
+#include "platform/linux/DesktopEntryIndex.h"
+#include "platform/linux/DrmDisplays.h"
+#include "platform/linux/LinuxPlatform.h"
+#include "platform/linux/LinuxRunningApps.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <cstdio>
+#include <ctime>
+#include <string_view>
+
+namespace {
+
+using namespace quillon;
+
+constexpr int kProcesses = 300;
+constexpr int kEntries = 200;
+
+// Holds nothing: the cost measured is the rules', not the desktop's.
+class NoAssertions : public platform::PowerAssertionBackend {
+public:
+    std::optional<AssertionId> create(platform::PowerAssertionType, const QString&) override { return ++m_last; }
+    void release(AssertionId) override { }
+
+private:
+    AssertionId m_last = 0;
+};
+
+double cpuMs()
+{
+    timespec now{};
+    ::clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
+    return static_cast<double>(now.tv_sec) * 1e3 + static_cast<double>(now.tv_nsec) / 1e6;
+}
+
+void write(const QString& path, const QByteArray& bytes)
+{
+    QDir().mkpath(path.section('/', 0, -2));
+    QFile file(path);
+    if (file.open(QIODevice::WriteOnly))
+        file.write(bytes);
+}
+
+// A desktop's worth of processes: shells, a browser's many, services in
+// their units, some in app scopes.
+void makeProcesses(const QString& proc)
+{
+    for (int i = 0; i < kProcesses; ++i) {
+        const QString pid = QString("%1/%2").arg(proc).arg(2000 + i);
+        const QByteArray program = QByteArray("/usr/bin/program") + QByteArray::number(i % 40);
+        write(pid + "/cmdline", program + '\0' + "--option" + '\0');
+        write(pid + "/comm", "program" + QByteArray::number(i % 40) + '\n');
+        write(pid + "/cgroup",
+            i % 3 == 0 ? "0::/user.slice/user-1000.slice/user@1000.service/app.slice/app-gnome-org.example.App"
+                    + QByteArray::number(i) + "-" + QByteArray::number(9000 + i) + ".scope\n"
+                       : QByteArray("0::/user.slice/user-1000.slice/session-2.scope\n"));
+        QFile::link(QString::fromLatin1(program), pid + "/exe");
+    }
+}
+
+void makeEntries(const QString& share)
+{
+    for (int i = 0; i < kEntries; ++i) {
+        write(QString("%1/applications/org.example.Entry%2.desktop").arg(share).arg(i),
+            "[Desktop Entry]\nType=Application\nName=Entry " + QByteArray::number(i) + "\nExec=/opt/entry"
+                + QByteArray::number(i) + "/bin/run %F\nIcon=entry\n");
+    }
+}
+
+struct Figures {
+    double first = 0;  // ms, the first evaluation (reads the desktop entries)
+    double steady = 0; // ms per evaluation after it
+};
+
+Figures measure(platform::RunningApps& apps, int rounds)
+{
+    QTemporaryDir home;
+    app::Settings settings(home.path() + "/Quillon.conf");
+    app::PowerSource power(platform::linux_::LinuxPlatform::powerSupply());
+    platform::linux_::DrmDisplays displays;
+    app::TriggerManager::Parts parts;
+    parts.assertions = std::make_shared<NoAssertions>();
+    parts.power = &power;
+    parts.apps = &apps;
+    parts.displays = &displays;
+    parts.settings = &settings;
+    parts.startTimers = false;
+    app::TriggerManager triggers(std::move(parts));
+    triggers.setKeepAwakeOnAC(true);
+    triggers.setKeepAwakeOnExternalDisplay(true);
+    for (int i = 0; i < 5; ++i)
+        triggers.addApp({QString("org.example.Entry%1").arg(i * 40), QString("Entry %1").arg(i), std::nullopt});
+    // Switching on evaluates for the first time.
+    const double before = cpuMs();
+    triggers.setAutomationEnabled(true);
+    Figures figures;
+    figures.first = cpuMs() - before;
+    const double start = cpuMs();
+    for (int i = 0; i < rounds; ++i)
+        triggers.evaluate();
+    figures.steady = (cpuMs() - start) / rounds;
+    return figures;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    QCoreApplication application(argc, argv);
+    const bool quick = argc > 1 && std::string_view(argv[1]) == "--quick";
+    const int rounds = quick ? 50 : 500;
+
+    QTemporaryDir tree;
+    makeProcesses(tree.path() + "/proc");
+    makeEntries(tree.path() + "/share");
+    platform::linux_::LinuxRunningApps generated(
+        {tree.path() + "/share"}, tree.path() + "/proc", QDBusConnection(QStringLiteral("none")));
+    const Figures synthetic = measure(generated, rounds);
+
+    platform::linux_::LinuxRunningApps machine(
+        platform::linux_::DesktopEntryIndex::fromEnvironment(), "/proc", QDBusConnection(QStringLiteral("none")));
+    const Figures own = measure(machine, rounds);
+    const qsizetype processes = QDir("/proc").entryList({"[0-9]*"}, QDir::Dirs).size();
+    const qsizetype entries = machine.index().entries().size();
+
+    std::printf("Automation: CPU time of one evaluate (AC and display rules on, 5 listed apps, none running)\n");
+    std::printf("  %-62s %8.3f ms\n", "300 processes, 200 desktop entries: first (reads the entries)", synthetic.first);
+    std::printf("  %-62s %8.3f ms\n", "300 processes, 200 desktop entries: each one after", synthetic.steady);
+    std::printf("  %-62s %8.3f ms\n",
+        qPrintable(QString("this machine (%1 processes, %2 entries): each one").arg(processes).arg(entries)),
+        own.steady);
+    return 0;
+}

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <QList>
+#include <QObject>
+#include <QSet>
+#include <QString>
+#include <QStringList>
+#include <optional>
+
+namespace quillon::platform {
+
+// The user's installed applications and which of them run. An application
+// is named by its desktop-entry id ("org.kde.kdenlive", "resolve"): the id
+// the automation rules store and match.
+class RunningApps : public QObject {
+    Q_OBJECT
+public:
+    struct App {
+        QString id;
+        QString name;
+        QString icon; // an icon theme name or an absolute path; may be empty
+    };
+
+    using QObject::QObject;
+
+    // Of these ids, those of which one of the user's processes runs now. An
+    // id that names no installed application may still match (a Flatpak or
+    // an app scope of that id); anything unreadable reads as not running.
+    virtual QSet<QString> running(const QStringList& ids) = 0;
+    // The applications a menu offers, sorted by name.
+    virtual QList<App> installed() = 0;
+    // One installed application, shown in menus or not; none when no entry has this id.
+    virtual std::optional<App> find(const QString& id) = 0;
+
+signals:
+    // The system announced that an application started or ended. Without
+    // such announcements, callers poll.
+    void changed();
+};
+
+} // namespace quillon::platform

@@ -1,0 +1,67 @@
+#pragma once
+
+#include <QObject>
+#include <QVariantList>
+
+namespace quillon::app {
+class Settings;
+class TriggerManager;
+} // namespace quillon::app
+
+namespace quillon::ui {
+
+// The automation section's view: its summary and note, the listed apps with
+// their icons and cooling, and the picker of installed apps (listed afresh
+// each time it opens, filtered by a search text over names and ids).
+// Icons are "image://appicon/…" URLs, served by AppIconProvider.
+class AutomationView : public QObject {
+    Q_OBJECT
+    Q_PROPERTY(QString summary READ summary NOTIFY changed)
+    Q_PROPERTY(QString note READ note NOTIFY changed)
+    Q_PROPERTY(QVariantList apps READ apps NOTIFY appsChanged)
+    Q_PROPERTY(QVariantList coolingChoices READ coolingChoices NOTIFY changed)
+    Q_PROPERTY(bool pickerShown READ pickerShown WRITE setPickerShown NOTIFY pickerChanged)
+    Q_PROPERTY(QString query READ query WRITE setQuery NOTIFY pickerChanged)
+    Q_PROPERTY(QVariantList candidates READ candidates NOTIFY pickerChanged)
+
+public:
+    // The picker shows at most this many matches; the search narrows them.
+    static constexpr int kMaxCandidates = 12;
+
+    AutomationView(app::TriggerManager& triggers, app::Settings& settings, QObject* parent = nullptr);
+
+    QString summary() const;
+    QString note() const;
+    // {id, name, icon, cooling} per listed app; cooling "none" when none.
+    QVariantList apps() const;
+    // {value, label}: none, silent, balanced, max.
+    QVariantList coolingChoices() const;
+
+    bool pickerShown() const { return m_pickerShown; }
+    void setPickerShown(bool shown);
+    QString query() const { return m_query; }
+    void setQuery(const QString& query);
+    // {id, name, icon} of installed apps not listed yet that match the query.
+    QVariantList candidates() const;
+
+    // Lists an installed app (without cooling) and closes the picker.
+    Q_INVOKABLE void add(const QString& id);
+    Q_INVOKABLE void remove(const QString& id);
+    // value: "none", "silent", "balanced" or "max".
+    Q_INVOKABLE void setCooling(const QString& id, const QString& value);
+
+    static QString iconUrl(const QString& icon);
+
+signals:
+    void changed();
+    void appsChanged();
+    void pickerChanged();
+
+private:
+    app::TriggerManager& m_triggers;
+    bool m_pickerShown = false;
+    QString m_query;
+    QVariantList m_installed; // {id, name, icon}, read when the picker opens
+};
+
+} // namespace quillon::ui

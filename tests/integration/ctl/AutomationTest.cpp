@@ -1,0 +1,133 @@
+// Automation and keep-awake for a process, end to end: the app in demo mode
+// finds a real process of an installed application, holds its inhibitors on
+// the private bus's logind and has the simulated Mac's helper cool at max,
+// and lets go of both when the process ends; `ctl awake -- COMMAND` does the
+// same for a command of its own and passes on its exit status.
+#include "DemoAppRig.h"
+
+#include "support/Files.h"
+#include "support/LogindLocks.h"
+
+#include <QElapsedTimer>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <gtest/gtest.h>
+
+namespace quillon::test {
+namespace {
+
+const QStringList offscreen{"QT_QPA_PLATFORM=offscreen", "QT_QUICK_BACKEND=software"};
+// How soon an exit must show (told at once by a pidfd), and a launch: a
+// process outside an app unit is found by the 5-second poll, and logind
+// then takes the locks.
+constexpr auto kNotice = 5s;
+constexpr auto kLaunchNotice = 5s + 1s;
+
+class AutomationTest : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        // An installed application whose program is a copy of sleep under a name of its own.
+        program = apps.path() + "/bin/quillon-test-editor";
+        QDir().mkpath(apps.path() + "/bin");
+        ASSERT_TRUE(QFile::copy("/bin/sleep", program));
+        ASSERT_TRUE(writeFile(apps.path() + "/share/applications/org.quillon.TestEditor.desktop",
+            "[Desktop Entry]\nType=Application\nName=Test Editor\nIcon=accessories-text-editor\nExec="
+                + program.toUtf8() + " %F\n"));
+        ASSERT_TRUE(rig.start(offscreen
+            + QStringList{"XDG_DATA_DIRS=" + apps.path() + "/share", "XDG_DATA_HOME=" + apps.path() + "/home"}))
+            << rig.log();
+    }
+
+    std::string run(const QStringList& args)
+    {
+        const auto result = rig.ctl(args);
+        EXPECT_EQ(result.exitCode, 0) << args.join(' ').toStdString() << ": " << result.err;
+        return result.out;
+    }
+    // Why-texts of the inhibitors logind holds.
+    QStringList logindLocks()
+    {
+        QStringList whys;
+        for (const LogindLock& lock : logindLocksOn(rig.systemBus.connection()))
+            whys << lock.value(2);
+        return whys;
+    }
+    bool holdsSystemAndDisplay()
+    {
+        const QStringList locks = logindLocks();
+        return locks.count("SleepTimer: prevent system sleep") == 1
+            && locks.count("SleepTimer: prevent display sleep") == 1;
+    }
+    QJsonObject section(const char* name) const { return rig.status().value(QLatin1String(name)).toObject(); }
+    bool boosted() const { return section("fans").value("boosted").toBool(); }
+    std::string dump() const { return QJsonDocument(rig.status()).toJson().toStdString(); }
+
+    QTemporaryDir apps;
+    QString program;
+    DemoAppRig rig;
+};
+
+TEST_F(AutomationTest, ARunningAppKeepsAwakeAndCoolUntilItEnds)
+{
+    run({"auto", "add", "org.quillon.TestEditor", "--cooling", "max"});
+    run({"auto", "on"});
+    EXPECT_FALSE(section("automation")["active"].toBool());
+    EXPECT_TRUE(logindLocks().isEmpty());
+
+    QProcess editor;
+    editor.start(program, {"60"});
+    ASSERT_TRUE(editor.waitForStarted());
+    EXPECT_TRUE(waitUntil([&] { return holdsSystemAndDisplay(); }, kLaunchNotice))
+        << logindLocks().join(", ").toStdString();
+    EXPECT_TRUE(waitUntil([&] { return boosted(); }, kNotice)) << dump();
+    const QJsonObject automation = section("automation");
+    EXPECT_TRUE(automation["active"].toBool());
+    EXPECT_EQ(automation["reason"], "Test Editor");
+    EXPECT_EQ(automation["cooling"], "max");
+    EXPECT_EQ(automation["apps"].toArray().first().toObject()["name"], "Test Editor");
+
+    editor.kill();
+    editor.waitForFinished();
+    QElapsedTimer sinceExit;
+    sinceExit.start();
+    EXPECT_TRUE(waitUntil([&] { return logindLocks().isEmpty(); }, kNotice)) << logindLocks().join(", ").toStdString();
+    EXPECT_LT(sinceExit.elapsed(), 2000) << "an exit is told at once, not at the next poll";
+    EXPECT_TRUE(waitUntil([&] { return !boosted(); }, kNotice)) << dump();
+    EXPECT_FALSE(section("automation")["active"].toBool());
+}
+
+TEST_F(AutomationTest, AnUnknownDesktopIdIsRefused)
+{
+    const auto unknown = rig.ctl({"auto", "add", "org.example.Nowhere"});
+    EXPECT_EQ(unknown.exitCode, 1);
+    EXPECT_NE(unknown.err.find("no installed application has the desktop id org.example.Nowhere"), std::string::npos)
+        << unknown.err;
+    EXPECT_TRUE(section("automation")["apps"].toArray().isEmpty());
+}
+
+TEST_F(AutomationTest, AwakeRunsACommandHoldsWhileItRunsAndPassesOnItsStatus)
+{
+    LineProcess ctl;
+    ctl.start(QUILLON_APP_BIN, {"ctl", "awake", "--", "sleep", "2"}, rig.environment());
+    EXPECT_TRUE(waitUntil([&] { return holdsSystemAndDisplay(); }, kNotice)) << logindLocks().join(", ").toStdString();
+    const QJsonArray processes = section("awakeWhile")["processes"].toArray();
+    ASSERT_EQ(processes.size(), 1) << dump();
+    EXPECT_EQ(processes.first().toObject()["command"], "sleep");
+    EXPECT_TRUE(rig.status()["active"].toBool());
+
+    EXPECT_EQ(ctl.waitForExit(10s), 0);
+    EXPECT_TRUE(waitUntil([&] { return logindLocks().isEmpty(); }, kNotice)) << logindLocks().join(", ").toStdString();
+    EXPECT_TRUE(section("awakeWhile")["processes"].toArray().isEmpty());
+
+    EXPECT_EQ(rig.ctl({"awake", "--", "sh", "-c", "exit 3"}).exitCode, 3);
+    EXPECT_EQ(rig.ctl({"awake", "--", "sh", "-c", "kill -TERM $$"}).exitCode, 128 + 15);
+    EXPECT_EQ(rig.ctl({"awake", "--", "/no/such/program"}).exitCode, 127);
+    const auto gone = rig.ctl({"awake", "--while", "999999999"});
+    EXPECT_EQ(gone.exitCode, 1);
+    EXPECT_NE(gone.err.find("no process 999999999 is running"), std::string::npos) << gone.err;
+}
+
+} // namespace
+} // namespace quillon::test

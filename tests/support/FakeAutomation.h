@@ -1,0 +1,79 @@
+#pragma once
+
+#include "platform/ExternalDisplays.h"
+#include "platform/ProcessWatcher.h"
+#include "platform/RunningApps.h"
+
+#include <QSet>
+
+namespace quillon::test {
+
+// Installed applications and running ones, as the test says; counts the look-ups.
+class FakeRunningApps : public platform::RunningApps {
+public:
+    QList<App> apps;
+    QSet<QString> runningIds;
+    int lookups = 0;
+
+    QSet<QString> running(const QStringList& ids) override
+    {
+        ++lookups;
+        QSet<QString> found;
+        for (const QString& id : ids) {
+            if (runningIds.contains(id))
+                found.insert(id);
+        }
+        return found;
+    }
+    QList<App> installed() override { return apps; }
+    std::optional<App> find(const QString& id) override
+    {
+        for (const App& app : apps) {
+            if (app.id == id)
+                return app;
+        }
+        return std::nullopt;
+    }
+    // An application starts or ends, and the system says so.
+    void set(const QString& id, bool runs)
+    {
+        if (runs)
+            runningIds.insert(id);
+        else
+            runningIds.remove(id);
+        emit changed();
+    }
+};
+
+// An external display the test plugs in and out, with or without the screen signal.
+class FakeExternalDisplays : public platform::ExternalDisplays {
+public:
+    bool present = false;
+    bool connected() override { return present; }
+};
+
+// Processes the test starts and ends by pid.
+class FakeProcessWatcher : public platform::ProcessWatcher {
+public:
+    QSet<qint64> alive;
+    QSet<qint64> watched;
+
+    QString watch(qint64 pid, QString& problem) override
+    {
+        if (!alive.contains(pid)) {
+            problem = QStringLiteral("no process %1 is running").arg(pid);
+            return {};
+        }
+        watched.insert(pid);
+        return QStringLiteral("proc%1").arg(pid);
+    }
+    void unwatch(qint64 pid) override { watched.remove(pid); }
+    void end(qint64 pid)
+    {
+        alive.remove(pid);
+        if (watched.remove(pid))
+            emit exited(pid);
+    }
+};
+
+} // namespace quillon::test

@@ -1,0 +1,276 @@
+// Automation: which rules hold, what they hold and ask for, and what stops
+// them; and keep-awake while given processes run.
+#include "app/automation/TriggerManager.h"
+
+#include "app/power/ProcessKeepAwake.h"
+
+#include "support/KeepAwakeRig.h"
+#include "support/QStringPrinter.h"
+
+using namespace quillon::test;
+using quillon::app::TriggerApp;
+using quillon::app::TriggerManager;
+using Profile = quillon::core::CoolingProfile::Kind;
+using Phase = quillon::platform::PowerAssertionState::Phase;
+
+namespace {
+
+class TriggerManagerTest : public KeepAwakeRig {
+protected:
+    TriggerManager& triggers() { return *manager->triggers(); }
+    std::optional<Profile> fanProfile() { return manager->fan()->triggerProfile(); }
+    // Types of the assertions held right now.
+    int held(quillon::platform::PowerAssertionType type) const
+    {
+        return static_cast<int>(std::count_if(
+            backend->live.begin(), backend->live.end(), [&](const auto& a) { return a.second.type == type; }));
+    }
+    void listApps()
+    {
+        triggers().addApp({"org.kde.kdenlive", "Kdenlive", Profile::balanced});
+        triggers().addApp({"org.blender.Blender", "Blender", Profile::max});
+        triggers().addApp({"resolve", "DaVinci Resolve", std::nullopt});
+    }
+};
+
+TEST_F(TriggerManagerTest, OffUntilSwitchedOnWhateverTheRulesSay)
+{
+    supply->battery(80, true);
+    displays.present = true;
+    triggers().setKeepAwakeOnAC(true);
+    triggers().setKeepAwakeOnExternalDisplay(true);
+    listApps();
+    runningApps.runningIds = {"org.blender.Blender"};
+    triggers().evaluate();
+    EXPECT_FALSE(triggers().active());
+    EXPECT_EQ(liveAssertions(), 0);
+    EXPECT_FALSE(fanProfile());
+    EXPECT_EQ(runningApps.lookups, 0) << "nothing is looked up while automation is off";
+
+    triggers().setAutomationEnabled(true);
+    EXPECT_TRUE(triggers().active());
+    EXPECT_EQ(triggers().activeReason(), "on AC power, external display, Blender");
+    EXPECT_EQ(held(quillon::platform::PowerAssertionType::preventIdleSystemSleep), 1);
+    EXPECT_EQ(held(quillon::platform::PowerAssertionType::preventIdleDisplaySleep), 1);
+    EXPECT_EQ(fanProfile(), Profile::max);
+    EXPECT_TRUE(manager->anythingActive());
+
+    // The master switch withdraws everything, cooling included.
+    triggers().setAutomationEnabled(false);
+    EXPECT_FALSE(triggers().active());
+    EXPECT_EQ(triggers().activeReason(), "");
+    EXPECT_EQ(liveAssertions(), 0);
+    EXPECT_FALSE(fanProfile());
+    EXPECT_FALSE(triggers().coolingProfileActive());
+    EXPECT_FALSE(manager->anythingActive());
+}
+
+TEST_F(TriggerManagerTest, TwoRunningAppsNameTheFirstPlusOneAndTheStrongestCooling)
+{
+    triggers().setAutomationEnabled(true);
+    listApps();
+    runningApps.runningIds = {"org.blender.Blender", "org.kde.kdenlive"};
+    triggers().evaluate();
+    EXPECT_EQ(triggers().activeReason(), "Kdenlive +1"); // list order, not launch order
+    EXPECT_EQ(triggers().coolingProfileActive(), Profile::max);
+    EXPECT_EQ(fanProfile(), Profile::max);
+
+    runningApps.runningIds.insert("resolve");
+    triggers().evaluate();
+    EXPECT_EQ(triggers().activeReason(), "Kdenlive +2");
+
+    runningApps.runningIds = {"resolve"};
+    triggers().evaluate();
+    EXPECT_EQ(triggers().activeReason(), "DaVinci Resolve");
+    EXPECT_FALSE(triggers().coolingProfileActive()) << "an app without cooling asks for none";
+    EXPECT_FALSE(fanProfile());
+    EXPECT_TRUE(triggers().active());
+}
+
+TEST_F(TriggerManagerTest, ASilentAppAloneAsksForSilentAndLidCoolingStillWins)
+{
+    triggers().setAutomationEnabled(true);
+    triggers().addApp({"org.gnome.Builder", "Builder", Profile::silent});
+    runningApps.set("org.gnome.Builder", true); // announced: evaluated at once
+    EXPECT_EQ(triggers().coolingProfileActive(), Profile::silent);
+    EXPECT_EQ(fanProfile(), Profile::silent);
+    manager->lid()->setEnabled(true); // asks for balanced
+    EXPECT_EQ(fanProfile(), Profile::balanced);
+    manager->lid()->setEnabled(false);
+    EXPECT_EQ(fanProfile(), Profile::silent);
+
+    runningApps.set("org.gnome.Builder", false);
+    EXPECT_FALSE(triggers().active());
+    EXPECT_FALSE(fanProfile());
+    EXPECT_EQ(liveAssertions(), 0);
+}
+
+TEST_F(TriggerManagerTest, TheBatteryGuardHoldsNothingAtTwelvePercentOnBattery)
+{
+    triggers().setAutomationEnabled(true);
+    triggers().addApp({"org.blender.Blender", "Blender", Profile::max});
+    runningApps.runningIds = {"org.blender.Blender"};
+
+    supply->battery(12, false);
+    triggers().evaluate();
+    EXPECT_FALSE(triggers().active());
+    EXPECT_EQ(liveAssertions(), 0);
+    EXPECT_FALSE(fanProfile());
+
+    supply->battery(13, false);
+    triggers().evaluate();
+    EXPECT_TRUE(triggers().active());
+    EXPECT_EQ(fanProfile(), Profile::max);
+
+    supply->battery(5, true); // charging: the guard is for running on battery
+    triggers().evaluate();
+    EXPECT_TRUE(triggers().active());
+
+    supply->battery(12, false);
+    settings.setFlag(quillon::app::Settings::Key::lowBatteryAutoStop, false);
+    triggers().evaluate();
+    EXPECT_TRUE(triggers().active()) << "the user switched the battery stops off";
+}
+
+TEST_F(TriggerManagerTest, PowerAndDisplayRulesFollowTheirProbes)
+{
+    triggers().setAutomationEnabled(true);
+    triggers().setKeepAwakeOnAC(true);
+    triggers().setKeepAwakeOnExternalDisplay(true);
+    supply->battery(60, false);
+    triggers().evaluate();
+    EXPECT_FALSE(triggers().active());
+
+    displays.present = true;
+    emit displays.changed(); // a screen was added
+    EXPECT_EQ(triggers().activeReason(), "external display");
+
+    supply->battery(60, true); // no signal: the 5-second poll finds it
+    triggers().evaluate();
+    EXPECT_EQ(triggers().activeReason(), "on AC power, external display");
+
+    triggers().setKeepAwakeOnExternalDisplay(false);
+    EXPECT_EQ(triggers().activeReason(), "on AC power");
+    triggers().setKeepAwakeOnAC(false);
+    EXPECT_FALSE(triggers().active());
+}
+
+// Shown active only while the system holds what it asked for.
+TEST_F(TriggerManagerTest, ActiveOnlyWhileTheSystemHoldsItsAssertions)
+{
+    backend->refuse = true;
+    triggers().setAutomationEnabled(true);
+    triggers().setKeepAwakeOnAC(true);
+    EXPECT_TRUE(triggers().ruleHolds());
+    EXPECT_FALSE(triggers().active());
+    EXPECT_EQ(triggers().assertions().state(Kind::system).problem, "nothing here");
+
+    backend->refuse = false;
+    backend->confirmLater = true;
+    triggers().evaluate(); // the next poll asks again
+    EXPECT_TRUE(triggers().active());
+    const auto ids = triggers().assertions().ids();
+    backend->settle(ids.at(Kind::system), Phase::failed, "went away");
+    EXPECT_TRUE(triggers().active()) << "display is still being confirmed";
+    backend->settle(ids.at(Kind::display), Phase::failed, "went away");
+    EXPECT_FALSE(triggers().active());
+}
+
+// Its assertions are its own: the session ending leaves them, and it leaves the session's.
+TEST_F(TriggerManagerTest, ItsAssertionsAreItsOwn)
+{
+    manager->apply({Kind::system}, std::nullopt);
+    triggers().setAutomationEnabled(true);
+    triggers().setKeepAwakeOnAC(true);
+    EXPECT_EQ(liveAssertions(), 3);
+    manager->apply({}, std::nullopt);
+    EXPECT_EQ(liveAssertions(), 2);
+    EXPECT_TRUE(triggers().active());
+    manager->apply({Kind::display}, std::nullopt);
+    triggers().setKeepAwakeOnAC(false);
+    EXPECT_EQ(liveAssertions(), 1);
+    EXPECT_TRUE(manager->assertions().isHeld(Kind::display));
+}
+
+TEST_F(TriggerManagerTest, ResetAllSwitchesAutomationOffForGood)
+{
+    triggers().setAutomationEnabled(true);
+    triggers().setKeepAwakeOnAC(true);
+    EXPECT_TRUE(manager->anythingActive());
+    manager->resetAll();
+    EXPECT_FALSE(triggers().automationEnabled());
+    EXPECT_FALSE(settings.flag(quillon::app::Settings::Key::triggersEnabled));
+    EXPECT_FALSE(manager->anythingActive());
+    EXPECT_EQ(liveAssertions(), 0);
+    EXPECT_TRUE(triggers().keepAwakeOnAC()) << "the rules stay as the user set them";
+}
+
+// The rules are stored as they change and read back by the next start.
+TEST_F(TriggerManagerTest, RulesPersistAndAnUnreadableListReadsEmpty)
+{
+    triggers().setAutomationEnabled(true);
+    listApps();
+    EXPECT_FALSE(triggers().addApp({"resolve", "Resolve again", std::nullopt})) << "listed once";
+    triggers().setCooling(Profile::silent, "resolve");
+    triggers().setCooling(std::nullopt, "org.blender.Blender");
+    EXPECT_TRUE(triggers().removeApp("org.kde.kdenlive"));
+    EXPECT_FALSE(triggers().removeApp("org.kde.kdenlive"));
+
+    SetUp(); // the next start, on the same settings
+    EXPECT_TRUE(triggers().automationEnabled());
+    const QList<TriggerApp> expected{
+        {"org.blender.Blender", "Blender", std::nullopt}, {"resolve", "DaVinci Resolve", Profile::silent}};
+    EXPECT_EQ(triggers().apps(), expected);
+
+    for (const char* stored : {"not json", R"({"bundleID":"x"})", R"([{"bundleID":"x","name":"X","cooling":"Max"}])",
+             R"([{"bundleID":"x","name":"X"},{"bundleID":7,"name":"Y"}])", R"([42])"}) {
+        settings.setText(quillon::app::Settings::Key::triggerApps, QString::fromUtf8(stored));
+        SetUp();
+        EXPECT_TRUE(triggers().apps().isEmpty()) << stored;
+    }
+    settings.setText(quillon::app::Settings::Key::triggerApps, R"([{"bundleID":"x","name":"X","cooling":null}])");
+    SetUp();
+    EXPECT_EQ(triggers().apps(), (QList<TriggerApp>{{"x", "X", std::nullopt}}));
+}
+
+// --- keep-awake while processes run ---
+
+class ProcessKeepAwakeTest : public KeepAwakeRig {
+protected:
+    quillon::app::ProcessKeepAwake& processes() { return *manager->processes(); }
+};
+
+TEST_F(ProcessKeepAwakeTest, HoldsWhileAnyWatchedProcessRunsAndLetsGoAfterTheLast)
+{
+    processWatcher.alive = {100, 200};
+    QString problem;
+    EXPECT_TRUE(processes().keepAwakeWhile(100, problem));
+    EXPECT_TRUE(processes().keepAwakeWhile(200, problem));
+    EXPECT_TRUE(processes().keepAwakeWhile(200, problem)) << "watching twice is watching once";
+    EXPECT_EQ(liveAssertions(), 2);
+    EXPECT_TRUE(manager->anythingActive());
+    EXPECT_EQ(processes().processes().size(), 2);
+
+    processWatcher.end(100);
+    EXPECT_EQ(liveAssertions(), 2);
+    processWatcher.end(200);
+    EXPECT_EQ(liveAssertions(), 0);
+    EXPECT_FALSE(manager->anythingActive());
+}
+
+TEST_F(ProcessKeepAwakeTest, NoSuchProcessIsRefusedAndResetAllLetsGo)
+{
+    QString problem;
+    EXPECT_FALSE(processes().keepAwakeWhile(4242, problem));
+    EXPECT_EQ(problem, "no process 4242 is running");
+    EXPECT_EQ(liveAssertions(), 0);
+
+    processWatcher.alive = {7};
+    EXPECT_TRUE(processes().keepAwakeWhile(7, problem));
+    manager->resetAll();
+    EXPECT_EQ(liveAssertions(), 0);
+    EXPECT_TRUE(processWatcher.watched.isEmpty());
+    EXPECT_FALSE(manager->anythingActive());
+}
+
+} // namespace
