@@ -442,6 +442,10 @@
         <source>All off</source>
         <translation>Alles aus</translation>
     </message>
+    <message>
+        <source>Update to v%1 available — download</source>
+        <translation>Update auf v%1 verfügbar — laden</translation>
+    </message>
 </context>
 <context>
     <name>ThrottleBadge</name>

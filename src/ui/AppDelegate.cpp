@@ -5,9 +5,10 @@
 #include "app/Settings.h"
 #include "app/Translations.h"
 #include "app/fan/FanController.h"
+#include "app/install/UpdateChecker.h"
 #include "app/power/SleepManager.h"
-#include "ui/overlay/RenderOverlay.h"
 #include "platform/ExternalDisplays.h"
+#include "ui/overlay/RenderOverlay.h"
 #include "ui/panel/PanelState.h"
 #include "ui/panel/PanelViews.h"
 #include "ui/panel/PanelWindow.h"
@@ -61,6 +62,7 @@ void AppDelegate::applicationDidFinishLaunching()
     connect(m_manager.get(), &app::SleepManager::anythingActiveChanged, this, &AppDelegate::scheduleIconUpdate);
     connect(m_manager->fan(), &app::FanController::temperaturesChanged, this, &AppDelegate::scheduleIconUpdate);
     updateIcon();
+    m_manager->updates()->check();
 
     // A new or updated build presents itself once.
     if (LaunchRecord::recordLaunch(settings, m_options.build))

@@ -5,16 +5,14 @@
 #include "app/fan/DBusHelperLink.h"
 #include "app/install/HelperInstaller.h"
 #include "app/install/UninstallFlow.h"
-#include "platform/LidSensor.h"
-#include "platform/LidSwitchOwner.h"
-#include "platform/NotificationCenter.h"
-#include "platform/SoundPlayer.h"
+#include "app/install/UpdateChecker.h"
 #include "platform/ExternalDisplays.h"
 #include "platform/LidSensor.h"
 #include "platform/LidSwitchOwner.h"
 #include "platform/NotificationCenter.h"
 #include "platform/ProcessWatcher.h"
 #include "platform/RunningApps.h"
+#include "platform/SoundPlayer.h"
 #include "platform/ThermalPressure.h"
 #include "platform/linux/AppIdentity.h"
 #include "platform/linux/LinuxPlatform.h"
@@ -80,6 +78,8 @@ app::SleepManager::Services AppServices::services()
     services.lidOwner = m_lidOwner.get();
     services.thermal = m_thermal.get();
     services.sound = m_sounds.get();
+    services.updateFeed = app::UpdateChecker::configuredFeed();
+    services.appVersion = QStringLiteral(QUILLON_BUILD);
     services.runningApps = m_runningApps.get();
     services.displays = m_displays.get();
     services.processWatcher = m_processWatcher.get();

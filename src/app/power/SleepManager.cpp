@@ -9,6 +9,7 @@
 #include "app/Settings.h"
 #include "app/automation/RenderModeManager.h"
 #include "app/automation/TriggerManager.h"
+#include "app/install/UpdateChecker.h"
 #include "platform/Clock.h"
 
 #include <QLocale>
@@ -38,6 +39,7 @@ SleepManager::SleepManager(Services services, QObject* parent)
     fanParts.installedHelperPath = m_services.installedHelperPath;
     fanParts.startTimers = m_services.startTimers;
     m_fan = std::make_unique<FanController>(std::move(fanParts));
+    m_updates = std::make_unique<UpdateChecker>(m_services.updateFeed, m_services.appVersion);
 
     TriggerManager::Parts triggerParts;
     triggerParts.assertions = m_services.assertions;
@@ -311,8 +313,8 @@ bool SleepManager::anythingActive() const
 {
     // Keep-awake counts only while something holds it: a refused session does
     // not light the icon.
-    return holdsAnything() || m_fan->isBoosted() || m_fan->fansEnabled() || m_triggers->active()
-        || m_lid->enabled() || m_renderMode->enabled() || m_processes->active();
+    return holdsAnything() || m_fan->isBoosted() || m_fan->fansEnabled() || m_triggers->active() || m_lid->enabled()
+        || m_renderMode->enabled() || m_processes->active();
 }
 
 void SleepManager::notify(const QString& title, const QString& body)

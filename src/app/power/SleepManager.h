@@ -9,6 +9,7 @@
 #include <QSet>
 #include <QStringList>
 #include <QTimer>
+#include <QUrl>
 #include <memory>
 #include <optional>
 
@@ -30,6 +31,7 @@ class DriveManager;
 class LidManager;
 class PowerSource;
 class RenderModeManager;
+class UpdateChecker;
 class ProcessKeepAwake;
 class TriggerManager;
 
@@ -52,6 +54,7 @@ class SleepManager : public QObject {
     Q_PROPERTY(quillon::app::LidManager* lid READ lid CONSTANT)
     Q_PROPERTY(quillon::app::DriveManager* drives READ drives CONSTANT)
     Q_PROPERTY(quillon::app::RenderModeManager* renderMode READ renderMode CONSTANT)
+    Q_PROPERTY(quillon::app::UpdateChecker* updates READ updates CONSTANT)
     Q_PROPERTY(quillon::app::TriggerManager* triggers READ triggers CONSTANT)
 
 public:
@@ -72,7 +75,7 @@ public:
         platform::LidSensor* lidSensor = nullptr;
         platform::LidSwitchOwner* lidOwner = nullptr; // null: the login manager acts on the lid
         platform::ThermalPressure* thermal = nullptr;
-        platform::SoundPlayer* sound = nullptr; // may be null: Render Mode finishes silently
+        platform::SoundPlayer* sound = nullptr;             // may be null: Render Mode finishes silently
         platform::RunningApps* runningApps = nullptr;       // null: no application is seen running
         platform::ExternalDisplays* displays = nullptr;     // null: no external display is seen
         platform::ProcessWatcher* processWatcher = nullptr; // null: no process can be watched
@@ -82,6 +85,8 @@ public:
         FanController::Installer installer;
         QString bundledHelperPath;
         QString installedHelperPath;
+        QUrl updateFeed;    // empty: no update check
+        QString appVersion; // the running version, for the update check
         bool startTimers = true;
     };
 
@@ -122,6 +127,7 @@ public:
     LidManager* lid() const { return m_lid.get(); }
     DriveManager* drives() const { return m_drives.get(); }
     RenderModeManager* renderMode() const { return m_renderMode.get(); }
+    UpdateChecker* updates() const { return m_updates.get(); }
     TriggerManager* triggers() const { return m_triggers.get(); }
     ProcessKeepAwake* processes() const { return m_processes.get(); }
     const PowerSource& power() const { return *m_power; }
@@ -154,6 +160,7 @@ private:
     SleepAssertions m_assertions;
     std::unique_ptr<PowerSource> m_power;
     std::unique_ptr<FanController> m_fan;
+    std::unique_ptr<UpdateChecker> m_updates;
     std::unique_ptr<TriggerManager> m_triggers;
     std::unique_ptr<LidManager> m_lid;
     std::unique_ptr<DriveManager> m_drives;

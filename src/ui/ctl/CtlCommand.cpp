@@ -5,7 +5,10 @@
 
 #include <QCoreApplication>
 #include <QDBusConnection>
+#include <QDeadlineTimer>
 #include <QJsonDocument>
+#include <QJsonObject>
+#include <QThread>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -52,6 +55,50 @@ int status(QuillonProxy& app)
         return CtlCommand::refused;
     }
     print(stdout, QString::fromUtf8(QJsonDocument::fromJson(reply.value().toUtf8()).toJson(QJsonDocument::Indented)));
+    return CtlCommand::ok;
+}
+
+// The app's "updates" status, or an empty object when it does not answer.
+QJsonObject updateStatus(QuillonProxy& app)
+{
+    QDBusPendingReply<QString> reply = app.Status();
+    reply.waitForFinished();
+    return reply.isError() ? QJsonObject()
+                           : QJsonDocument::fromJson(reply.value().toUtf8()).object().value("updates").toObject();
+}
+
+// Starts one update check in the app and waits (a little longer than the
+// check's own 10 s limit) for it to end, then says what the feed offers.
+int checkUpdates(QuillonProxy& app)
+{
+    const int before = updateStatus(app).value("checks").toInt();
+    QDBusPendingReply<bool, QString> started = app.CheckForUpdates();
+    started.waitForFinished();
+    if (started.isError() || !started.argumentAt<0>()) {
+        print(stderr,
+            QStringLiteral("quillon ctl: %1")
+                .arg(started.isError() ? started.error().message() : started.argumentAt<1>()));
+        return CtlCommand::refused;
+    }
+    QDeadlineTimer deadline(12000);
+    QJsonObject updates = updateStatus(app);
+    while (updates.value("checks").toInt() <= before && !deadline.hasExpired()) {
+        QThread::msleep(200);
+        updates = updateStatus(app);
+    }
+    if (updates.value("checks").toInt() <= before) {
+        print(stderr, QStringLiteral("quillon ctl: the update feed did not answer in time"));
+        return CtlCommand::refused;
+    }
+    const QString version = updates.value("latestVersion").toString();
+    if (!updates.value("answered").toBool()) {
+        print(stderr, QStringLiteral("quillon ctl: the update feed could not be read"));
+        return CtlCommand::refused;
+    }
+    if (version.isEmpty())
+        print(stdout, QStringLiteral("Quillon is up to date"));
+    else
+        print(stdout, QStringLiteral("Quillon %1 is available: %2").arg(version, updates.value("url").toString()));
     return CtlCommand::ok;
 }
 
@@ -135,6 +182,8 @@ int CtlCommand::run(int argc, char** argv, const QStringList& args)
         return report(app.FansManual(request.percent, request.boostSeconds));
     case Verb::lid:
         return report(app.SetLid(request.on));
+    case Verb::updateCheck:
+        return checkUpdates(app);
     case Verb::render:
         return report(app.SetRenderMode(request.on));
     case Verb::reset:

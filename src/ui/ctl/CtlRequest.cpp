@@ -230,6 +230,8 @@ std::variant<CtlRequest, CtlRequest::Error> CtlRequest::parse(const QStringList&
         return parseAwake(rest, now);
     } else if (verb == QLatin1String("fans")) {
         return parseFans(rest);
+    } else if (verb == QLatin1String("update") && rest == QStringList{QStringLiteral("check")}) {
+        request.verb = Verb::updateCheck;
     } else if (verb == QLatin1String("auto")) {
         return parseAutomation(rest);
     } else if ((verb == QLatin1String("lid") || verb == QLatin1String("render")) && rest.size() == 1
@@ -239,7 +241,7 @@ std::variant<CtlRequest, CtlRequest::Error> CtlRequest::parse(const QStringList&
     } else if (verb.isEmpty()) {
         return error(QStringLiteral("which command?"));
     } else if (verb == QLatin1String("status") || verb == QLatin1String("reset") || verb == QLatin1String("lid")
-        || verb == QLatin1String("render")) {
+        || verb == QLatin1String("render") || verb == QLatin1String("update")) {
         return error(QStringLiteral("wrong arguments for %1").arg(verb));
     } else {
         return error(QStringLiteral("unknown command: %1").arg(verb));
@@ -259,6 +261,7 @@ QString CtlRequest::usage()
         "  fans off | auto [silent|balanced|max] | manual PERCENT [--for DURATION]\n"
         "                                           fan control (a manual floor runs as a boost of at most 1 h)\n"
         "  lid on|off                               closed-lid keep-awake\n"
+        "  update check                             asks the update feed now and says what it offers\n"
         "  render on|off                            Render Mode: awake, drives, closed lid, cooling, DaVinci's queue\n"
         "  auto on|off                              automation (keep awake and cool by rule)\n"
         "  auto add DESKTOP-ID [--cooling silent|balanced|max] | auto remove DESKTOP-ID\n"

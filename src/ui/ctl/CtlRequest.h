@@ -22,6 +22,7 @@ struct CtlRequest {
         fansManual,
         lid,
         render,
+        updateCheck, // one update check, waited for
         reset,
         awakeWhile, // keep awake while a running process lives
         awakeRun,   // run a command and keep awake until it ends

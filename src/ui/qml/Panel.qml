@@ -53,6 +53,7 @@ Rectangle {
                 panel: root.panel
                 fanView: root.fanView
                 fan: root.fan
+                updates: root.manager.updates
             }
             KeepAwakeSection {
                 awake: root.awake

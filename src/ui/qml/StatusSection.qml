@@ -11,6 +11,7 @@ ColumnLayout {
     required property QtObject panel
     required property QtObject fanView
     required property QtObject fan
+    required property QtObject updates
 
     spacing: 4
     Layout.fillWidth: true
@@ -68,5 +69,14 @@ ColumnLayout {
             visible: text !== ""
             onClicked: status.fan.installHelper()
         }
+    }
+    // A newer version on the project's feed: the banner opens its download.
+    Button {
+        objectName: "updateBanner"
+        visible: status.updates.latestVersion !== ""
+        text: qsTr("Update to v%1 available — download").arg(status.updates.latestVersion)
+        flat: true
+        Layout.fillWidth: true
+        onClicked: Qt.openUrlExternally(status.updates.downloadTarget)
     }
 }

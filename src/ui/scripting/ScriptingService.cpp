@@ -5,6 +5,7 @@
 #include "app/automation/TriggerManager.h"
 #include "app/fan/FanController.h"
 #include "app/fan/HelperLink.h"
+#include "app/install/UpdateChecker.h"
 #include "app/power/LidManager.h"
 #include "app/power/ProcessKeepAwake.h"
 #include "app/power/SleepManager.h"
@@ -176,6 +177,18 @@ bool ScriptingService::SetLid(bool on, QString& text)
     text = held.phase == Phase::inForce
         ? QStringLiteral("closed-lid keep-awake on, through %1").arg(held.through)
         : QStringLiteral("closed-lid keep-awake on, being confirmed through %1").arg(held.through);
+    return true;
+}
+
+bool ScriptingService::CheckForUpdates(QString& text)
+{
+    app::UpdateChecker& updates = *m_manager.updates();
+    if (!updates.enabled()) {
+        text = QStringLiteral("this build does not check for updates (its package manager brings them)");
+        return false;
+    }
+    updates.check();
+    text = QStringLiteral("checking for updates");
     return true;
 }
 

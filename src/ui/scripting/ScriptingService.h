@@ -47,6 +47,7 @@ public:
     bool FansManual(double percent, double seconds, QString& text);
     bool SetLid(bool on, QString& text);
     bool SetRenderMode(bool on, QString& text);
+    bool CheckForUpdates(QString& text);
     bool Reset(QString& text);
     bool AwakeWhile(qint64 pid, QString& text);
     bool SetAutomation(bool on, QString& text);

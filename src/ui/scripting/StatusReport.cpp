@@ -3,6 +3,7 @@
 #include "app/automation/RenderModeManager.h"
 #include "app/automation/TriggerManager.h"
 #include "app/fan/FanController.h"
+#include "app/install/UpdateChecker.h"
 #include "app/power/DriveManager.h"
 #include "app/power/LidManager.h"
 #include "app/power/ProcessKeepAwake.h"
@@ -77,6 +78,13 @@ QJsonObject render(const app::RenderModeManager& render)
                 {"project", text(davinci.project())}, {"justFinished", davinci.justFinished()}}}};
 }
 
+QJsonObject updates(const app::UpdateChecker& updates)
+{
+    return {{"enabled", updates.enabled()}, {"checking", updates.checking()}, {"checks", updates.finishedChecks()},
+        {"answered", updates.lastAnswered()}, {"latestVersion", text(updates.latestVersion())},
+        {"url", text(updates.downloadURL().toString())}, {"notes", text(updates.releaseNotes())}};
+}
+
 QJsonValue profile(const std::optional<core::CoolingProfile::Kind>& kind)
 {
     return kind ? QJsonValue(QString::fromLatin1(core::CoolingProfile::rawValue(*kind))) : QJsonValue(QJsonValue::Null);
@@ -137,10 +145,9 @@ QJsonObject StatusReport::build(const app::SleepManager& manager, bool helperCon
         {"lid",
             QJsonObject{{"enabled", lid.enabled()}, {"held", holdState(lid.holdState())},
                 {"lastAutoOff", text(lid.lastAutoOff())}}},
-        {"drives", QJsonObject{{"enabled", manager.drives()->enabled()}}},
-        {"render", render(*manager.renderMode())}, {"fans", fans(fan)}, {"temperatures", temperatures(fan)},
-        {"automation", automation(*manager.triggers())},
-        {"awakeWhile", awakeWhile(*manager.processes())},
+        {"drives", QJsonObject{{"enabled", manager.drives()->enabled()}}}, {"render", render(*manager.renderMode())},
+        {"fans", fans(fan)}, {"temperatures", temperatures(fan)}, {"automation", automation(*manager.triggers())},
+        {"updates", updates(*manager.updates())}, {"awakeWhile", awakeWhile(*manager.processes())},
         {"helper",
             QJsonObject{{"installed", fan.helperInstalled()}, {"connected", helperConnected},
                 {"message", text(fan.statusMessage())}}},

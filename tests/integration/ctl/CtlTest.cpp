@@ -2,6 +2,8 @@
 // what the app's status reports, the same state the panel shows.
 #include "DemoAppRig.h"
 
+#include "support/FeedServer.h"
+
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -147,6 +149,30 @@ TEST(CtlWithoutApp, SaysTheAppIsNotRunning)
     const auto result = rig.ctl({"status"});
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_TRUE(contains(result.err, "Quillon is not running")) << result.err;
+}
+
+// `ctl update check` asks the feed through the app and says what it offers.
+TEST(CtlUpdate, CheckSaysWhatTheFeedOffers)
+{
+    FeedServer feed;
+    ASSERT_TRUE(feed.ready());
+    feed.serve("appcast.json", R"({"shortVersion": "99.1", "url": "https://example.org/quillon_99.1.deb"})");
+    DemoAppRig rig;
+    ASSERT_TRUE(rig.start(offscreen + QStringList{"QUILLON_UPDATE_FEED=" + feed.url("appcast.json").toString()}))
+        << rig.log();
+
+    auto result = rig.ctl({"update", "check"});
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_TRUE(contains(result.out, "Quillon 99.1 is available: https://example.org/quillon_99.1.deb")) << result.out;
+    EXPECT_EQ(section(rig.status(), "updates")["latestVersion"], "99.1");
+
+    feed.serve("appcast.json", R"({"shortVersion": "0.0.1"})");
+    result = rig.ctl({"update", "check"});
+    EXPECT_TRUE(contains(result.out, "up to date")) << result.out;
+    EXPECT_TRUE(section(rig.status(), "updates")["latestVersion"].isNull());
+
+    feed.serve("appcast.json", "not a feed");
+    EXPECT_EQ(rig.ctl({"update", "check"}).exitCode, 1);
 }
 
 } // namespace

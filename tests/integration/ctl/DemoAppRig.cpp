@@ -29,7 +29,9 @@ QStringList DemoAppRig::environment() const
     return {"DBUS_SESSION_BUS_ADDRESS=" + bus.address(), "DBUS_SYSTEM_BUS_ADDRESS=" + systemBus.address(),
         "HOME=" + home.path(), "XDG_CONFIG_HOME=" + home.path() + "/config",
         "XDG_RUNTIME_DIR=" + home.path() + "/runtime", "TMPDIR=" + temporaryDirectory(), "QUILLON_HELPER_BUS",
-        "QUILLON_SMC"};
+        "QUILLON_SMC",
+        // No update check leaves the machine unless a test serves a feed.
+        "QUILLON_UPDATE_FEED="};
 }
 
 QString DemoAppRig::temporaryDirectory() const

@@ -1,0 +1,122 @@
+#include "UpdateChecker.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QNetworkRequest>
+
+#ifndef QUILLON_UPDATE_FEED_URL
+#define QUILLON_UPDATE_FEED_URL ""
+#endif
+
+namespace quillon::app {
+
+UpdateChecker::UpdateChecker(QUrl feed, QString currentVersion, QObject* parent)
+    : QObject(parent)
+    , m_feed(std::move(feed))
+    , m_currentVersion(currentVersion.isEmpty() ? QStringLiteral("0") : std::move(currentVersion))
+{
+}
+
+UpdateChecker::~UpdateChecker()
+{
+    if (m_reply)
+        m_reply->abort();
+}
+
+QUrl UpdateChecker::configuredFeed()
+{
+    if (qEnvironmentVariableIsSet("QUILLON_UPDATE_FEED"))
+        return QUrl(qEnvironmentVariable("QUILLON_UPDATE_FEED"));
+    return QUrl(QStringLiteral(QUILLON_UPDATE_FEED_URL));
+}
+
+QUrl UpdateChecker::homePage()
+{
+    return QUrl(QStringLiteral("https://quillon.org/"));
+}
+
+void UpdateChecker::check()
+{
+    if (!enabled() || m_reply)
+        return;
+    if (!m_network)
+        m_network = new QNetworkAccessManager(this);
+    QNetworkRequest request(m_feed);
+    request.setAttribute(QNetworkRequest::CacheLoadControlAttribute, QNetworkRequest::AlwaysNetwork);
+    request.setTransferTimeout(timeoutMs);
+    m_reply = m_network->get(request);
+    connect(m_reply, &QNetworkReply::downloadProgress, this, [this](qint64 received, qint64) {
+        if (received > maxFeedBytes && m_reply)
+            m_reply->abort(); // no feed is that big: not ours, or not a feed
+    });
+    connect(m_reply, &QNetworkReply::finished, this, &UpdateChecker::onFinished);
+    emit changed();
+}
+
+void UpdateChecker::onFinished()
+{
+    QNetworkReply* reply = m_reply;
+    m_reply = nullptr;
+    reply->deleteLater();
+    ++m_finished;
+    const QByteArray body = reply->error() == QNetworkReply::NoError ? reply->readAll() : QByteArray();
+    const QJsonObject feed = QJsonDocument::fromJson(body).object();
+    const QJsonValue shortVersion = feed.value(QLatin1String("shortVersion"));
+    const QString offered
+        = shortVersion.isString() ? shortVersion.toString() : feed.value(QLatin1String("version")).toString();
+    m_lastAnswered = body.size() <= maxFeedBytes && !offered.isEmpty();
+    if (m_lastAnswered) {
+        if (compareVersions(offered, m_currentVersion) > 0) {
+            m_latestVersion = offered;
+            const QUrl url(feed.value(QLatin1String("url")).toString(), QUrl::StrictMode);
+            m_downloadURL = url.isValid() && !url.isRelative() ? url : QUrl();
+            m_releaseNotes = feed.value(QLatin1String("notes")).toString();
+        } else {
+            m_latestVersion.clear();
+            m_downloadURL = QUrl();
+            m_releaseNotes.clear();
+        }
+    }
+    emit changed();
+    emit finished();
+}
+
+int UpdateChecker::compareVersions(const QString& a, const QString& b)
+{
+    // Runs of digits compare as numbers (leading zeros ignored), anything
+    // else character by character; a version that is a prefix of the other is older.
+    qsizetype i = 0;
+    qsizetype j = 0;
+    while (i < a.size() && j < b.size()) {
+        if (a[i].isDigit() && b[j].isDigit()) {
+            const qsizetype startA = i;
+            const qsizetype startB = j;
+            while (i < a.size() && a[i].isDigit())
+                ++i;
+            while (j < b.size() && b[j].isDigit())
+                ++j;
+            QStringView runA = QStringView(a).mid(startA, i - startA);
+            QStringView runB = QStringView(b).mid(startB, j - startB);
+            while (runA.size() > 1 && runA.front() == u'0')
+                runA = runA.mid(1);
+            while (runB.size() > 1 && runB.front() == u'0')
+                runB = runB.mid(1);
+            if (runA.size() != runB.size())
+                return runA.size() < runB.size() ? -1 : 1;
+            if (const int order = runA.compare(runB); order != 0)
+                return order < 0 ? -1 : 1;
+            continue;
+        }
+        if (a[i] != b[j])
+            return a[i] < b[j] ? -1 : 1;
+        ++i;
+        ++j;
+    }
+    if (i < a.size())
+        return 1;
+    return j < b.size() ? -1 : 0;
+}
+
+} // namespace quillon::app

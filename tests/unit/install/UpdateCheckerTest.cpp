@@ -1,0 +1,101 @@
+// The update check against a real local HTTP server: what a feed offers is
+// published only when newer, numeric version order, and every bad answer
+// (garbage, no version, too big, missing) leaves what was known alone.
+#include "app/install/UpdateChecker.h"
+
+#include "support/EventLoop.h"
+#include "support/FeedServer.h"
+#include "support/QStringPrinter.h"
+
+#include <gtest/gtest.h>
+
+using quillon::app::UpdateChecker;
+using quillon::test::FeedServer;
+using quillon::test::waitUntil;
+
+namespace {
+
+class UpdateCheckerTest : public ::testing::Test {
+protected:
+    void SetUp() override { ASSERT_TRUE(feed.ready()); }
+    // One check of the feed at /appcast.json by a checker running `running`.
+    void checkAs(UpdateChecker& checker)
+    {
+        const int before = checker.finishedChecks();
+        checker.check();
+        ASSERT_TRUE(waitUntil([&] { return checker.finishedChecks() > before; }, std::chrono::seconds(15)));
+    }
+
+    FeedServer feed;
+};
+
+TEST(UpdateVersions, CompareNumericallyPartByPart)
+{
+    EXPECT_EQ(UpdateChecker::compareVersions("1.10", "1.9"), 1);
+    EXPECT_EQ(UpdateChecker::compareVersions("1.9", "1.10"), -1);
+    EXPECT_EQ(UpdateChecker::compareVersions("1.2", "1.2"), 0);
+    EXPECT_EQ(UpdateChecker::compareVersions("2.0", "1.9.3"), 1);
+    EXPECT_EQ(UpdateChecker::compareVersions("1.2", "1.2.1"), -1);
+    EXPECT_EQ(UpdateChecker::compareVersions("1.02", "1.2"), 0);
+    EXPECT_EQ(UpdateChecker::compareVersions("10.0", "9.9"), 1);
+}
+
+TEST_F(UpdateCheckerTest, ANewerVersionIsPublishedAndTheSameOneClearsIt)
+{
+    feed.serve("appcast.json",
+        R"({"shortVersion": "2.0", "version": "200", "url": "https://example.org/q-2.0.deb", "notes": "Faster."})");
+    UpdateChecker older(feed.url("appcast.json"), "1.9.3");
+    checkAs(older);
+    EXPECT_EQ(older.latestVersion(), "2.0");
+    EXPECT_EQ(older.downloadURL(), QUrl("https://example.org/q-2.0.deb"));
+    EXPECT_EQ(older.releaseNotes(), "Faster.");
+    EXPECT_TRUE(older.lastAnswered());
+
+    feed.serve("appcast.json", R"({"shortVersion": "1.9.3", "url": "https://example.org/old.deb"})");
+    checkAs(older);
+    EXPECT_EQ(older.latestVersion(), "");
+    EXPECT_FALSE(older.downloadURL().isValid());
+    EXPECT_EQ(older.releaseNotes(), "");
+}
+
+TEST_F(UpdateCheckerTest, OnlyAVersionAndNoAddressStillCount)
+{
+    feed.serve("appcast.json", R"({"version": "3.1"})");
+    UpdateChecker checker(feed.url("appcast.json"), "3.0");
+    checkAs(checker);
+    EXPECT_EQ(checker.latestVersion(), "3.1");
+    EXPECT_FALSE(checker.downloadURL().isValid());
+    EXPECT_EQ(checker.downloadTarget(), UpdateChecker::homePage()) << "the download opens the home page then";
+}
+
+TEST_F(UpdateCheckerTest, BadAnswersChangeNothing)
+{
+    feed.serve("appcast.json", R"({"shortVersion": "5.0", "url": "https://example.org/5.deb"})");
+    UpdateChecker checker(feed.url("appcast.json"), "4.0");
+    checkAs(checker);
+    ASSERT_EQ(checker.latestVersion(), "5.0");
+
+    const QByteArray tooBig = R"({"shortVersion": "9.0", "notes": ")" + QByteArray(100 * 1024, 'x') + R"("})";
+    for (const QByteArray& body : {QByteArray("<html>maintenance</html>"), QByteArray("[\"6.0\"]"),
+             QByteArray(R"({"url": "https://example.org/"})"), tooBig}) {
+        feed.serve("appcast.json", body);
+        checkAs(checker);
+        EXPECT_EQ(checker.latestVersion(), "5.0") << body.left(40).toStdString();
+        EXPECT_FALSE(checker.lastAnswered());
+    }
+    UpdateChecker missing(feed.url("nothing-here.json"), "4.0");
+    checkAs(missing);
+    EXPECT_EQ(missing.latestVersion(), "");
+    EXPECT_FALSE(missing.lastAnswered());
+}
+
+TEST(UpdateCheckerOff, AnEmptyFeedNeverAsks)
+{
+    UpdateChecker off(QUrl(), "1.0");
+    EXPECT_FALSE(off.enabled());
+    off.check();
+    EXPECT_FALSE(off.checking());
+    EXPECT_EQ(off.finishedChecks(), 0);
+}
+
+} // namespace
