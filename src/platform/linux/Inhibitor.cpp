@@ -15,7 +15,7 @@ QString Inhibitor::callProblem(const QDBusMessage& reply)
         return {};
     if (name == QDBusError::errorString(QDBusError::Disconnected)
         || name == QDBusError::errorString(QDBusError::NoServer))
-        return QStringLiteral("its D-Bus is not running");
+        return QStringLiteral("no D-Bus connection to it");
     return reply.errorMessage().isEmpty() ? name : reply.errorMessage();
 }
 
