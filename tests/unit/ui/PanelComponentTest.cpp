@@ -542,6 +542,10 @@ TEST_F(PanelComponentTest, AutomationIsSwitchedOnAndGivenAnApp)
     EXPECT_TRUE(shown("noApps"));
 }
 
+// Drawn for real, so not in a sanitizer build: Qt Quick's renderer keeps
+// the images and textures it drew in caches it never frees at exit, which
+// the leak check would report as ours.
+#ifndef __SANITIZE_ADDRESS__
 // The automation section as it looks, open with an app and the picker, in
 // English and German: screenshots kept in QUILLON_ARTIFACT_DIR.
 TEST_F(PanelComponentTest, AutomationSectionScreenshots)
@@ -576,6 +580,7 @@ TEST_F(PanelComponentTest, AutomationSectionScreenshots)
     EXPECT_NE(english, german);
     EXPECT_GT(english.height(), 500) << "the section is open";
 }
+#endif
 
 // Asked until answered; the answer switches the login item and is remembered.
 TEST_F(PanelComponentTest, TheLoginQuestionIsAskedUntilAnswered)
