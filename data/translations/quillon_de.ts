@@ -103,6 +103,10 @@
         <source>Quit Quillon</source>
         <translation>Quillon beenden</translation>
     </message>
+    <message>
+        <source>Settings…</source>
+        <translation>Einstellungen…</translation>
+    </message>
 </context>
 <context>
     <name>KeepAwakeSection</name>
@@ -423,6 +427,85 @@
     <message>
         <source>For long renders: keeps the system and network awake, external drives spinning and, with the fan helper, the closed lid awake and the fans on balanced. Follows DaVinci Resolve&apos;s render queue and dims every screen with live figures.</source>
         <translation>Für lange Renders: hält System und Netzwerk wach, externe Laufwerke in Bewegung und, mit dem Lüfter-Helper, den zugeklappten Rechner wach und die Lüfter auf Ausgewogen. Folgt der Render-Warteschlange von DaVinci Resolve und dunkelt jeden Bildschirm mit Live-Werten ab.</translation>
+    </message>
+</context>
+<context>
+    <name>Settings</name>
+    <message>
+        <source>Launch automatically at login</source>
+        <translation>Beim Anmelden automatisch starten</translation>
+    </message>
+    <message>
+        <source>Show temperature in the menu bar</source>
+        <translation>Temperatur in der Menüleiste anzeigen</translation>
+    </message>
+    <message>
+        <source>Global keyboard shortcuts</source>
+        <translation>Globale Tastenkürzel</translation>
+    </message>
+    <message>
+        <source>Alerts on heat &amp; throttling</source>
+        <translation>Warnungen bei Hitze &amp; Drosselung</translation>
+    </message>
+    <message>
+        <source>Auto-stop on low battery</source>
+        <translation>Bei niedrigem Akku automatisch stoppen</translation>
+    </message>
+    <message>
+        <source>Ends keep-awake below 15% off charger.</source>
+        <translation>Beendet Wachhalten unter 15 % ohne Netzteil.</translation>
+    </message>
+    <message>
+        <source>Language</source>
+        <translation>Sprache</translation>
+    </message>
+    <message>
+        <source>System</source>
+        <translation>System</translation>
+    </message>
+    <message>
+        <source>Check for updates</source>
+        <translation>Nach Updates suchen</translation>
+    </message>
+    <message>
+        <source>Download update v%1</source>
+        <translation>Update auf v%1 laden</translation>
+    </message>
+    <message>
+        <source>You&apos;re on the latest version.</source>
+        <translation>Du hast die neueste Version.</translation>
+    </message>
+    <message>
+        <source>Show intro again</source>
+        <translation>Einführung erneut zeigen</translation>
+    </message>
+    <message>
+        <source>Send feedback / report a bug</source>
+        <translation>Feedback / Bug melden</translation>
+    </message>
+    <message>
+        <source>Uninstall Quillon…</source>
+        <translation>Quillon entfernen…</translation>
+    </message>
+    <message>
+        <source>Completely removes the background helper, the app and its settings.</source>
+        <translation>Entfernt Hintergrunddienst, App und Einstellungen vollständig.</translation>
+    </message>
+    <message>
+        <source>Language changed</source>
+        <translation>Sprache geändert</translation>
+    </message>
+    <message>
+        <source>Restart Quillon so the language applies everywhere.</source>
+        <translation>Starte Quillon neu, damit die Sprache überall übernommen wird.</translation>
+    </message>
+    <message>
+        <source>Restart now</source>
+        <translation>Jetzt neu starten</translation>
+    </message>
+    <message>
+        <source>Later</source>
+        <translation>Später</translation>
     </message>
 </context>
 <context>
@@ -794,6 +877,13 @@
     <message>
         <source>Render finished — %1</source>
         <translation>Render fertig — %1</translation>
+    </message>
+</context>
+<context>
+    <name>quillon::ui::SettingsController</name>
+    <message>
+        <source>Quillon Settings</source>
+        <translation>Quillon Einstellungen</translation>
     </message>
 </context>
 <context>

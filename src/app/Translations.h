@@ -4,18 +4,22 @@ namespace quillon::app {
 
 class Settings;
 
-// Installs or removes the German translator on the running application, as
-// Lang decides. The translations are compiled into the executable.
+// Installs the translators the app's texts go through: German when Lang
+// says so, and, on a computer that is not a Mac, the wording that speaks of
+// "your computer" and "the firmware" where the texts were written for a Mac
+// ("your Mac", "macOS"), in English or German. The translations are
+// compiled into the executable.
 class Translations {
 public:
     Translations() = delete;
 
-    // Installs German when german is true, removes it otherwise. Needs a
-    // QCoreApplication. Returns false when German was asked for but the
-    // translations could not be loaded (the texts then stay English).
-    static bool apply(bool german);
-    // apply(Lang::isGerman(settings)).
-    static bool apply(const Settings& settings);
+    // Installs German when german is true, removes it otherwise; the same
+    // for the non-Mac wording, by onMac. Needs a QCoreApplication. Returns
+    // false when a translation could not be loaded (those texts then stay
+    // as written).
+    static bool apply(bool german, bool onMac = true);
+    // apply(Lang::isGerman(settings), onMac).
+    static bool apply(const Settings& settings, bool onMac = true);
 };
 
 } // namespace quillon::app

@@ -2,9 +2,11 @@
 
 #include "AppServices.h"
 #include "LaunchRecord.h"
+#include "Relaunch.h"
 #include "app/Settings.h"
 #include "app/Translations.h"
 #include "app/fan/FanController.h"
+#include "app/install/UninstallFlow.h"
 #include "app/install/UpdateChecker.h"
 #include "app/power/SleepManager.h"
 #include "platform/ExternalDisplays.h"
@@ -13,6 +15,8 @@
 #include "ui/panel/PanelViews.h"
 #include "ui/panel/PanelWindow.h"
 #include "ui/scripting/ScriptingService.h"
+#include "ui/settings/SettingsController.h"
+#include "ui/settings/SettingsView.h"
 #include "ui/tray/TrayIcon.h"
 
 #include <QCoreApplication>
@@ -39,7 +43,7 @@ void AppDelegate::applicationDidFinishLaunching()
 {
     m_services = std::make_unique<AppServices>(m_options.settingsFile);
     app::Settings& settings = m_services->settings();
-    app::Translations::apply(settings);
+    app::Translations::apply(settings, m_options.onMac);
     connect(&settings, &app::Settings::changed, this, [this](const QString& key) {
         if (key == QLatin1String(app::Settings::Key::appLanguage))
             languageChanged();
@@ -58,6 +62,7 @@ void AppDelegate::applicationDidFinishLaunching()
     connect(m_tray.get(), &TrayIcon::clicked, this, &AppDelegate::togglePopover);
 
     buildPanel();
+    buildSettings();
 
     connect(m_manager.get(), &app::SleepManager::anythingActiveChanged, this, &AppDelegate::scheduleIconUpdate);
     connect(m_manager->fan(), &app::FanController::temperaturesChanged, this, &AppDelegate::scheduleIconUpdate);
@@ -78,7 +83,36 @@ void AppDelegate::buildPanel()
     connect(m_panel.get(), &PanelWindow::shownChanged, &state, &PanelState::setShown);
     connect(&state, &PanelState::closeRequested, m_panel.get(), &PanelWindow::hide);
     connect(&state, &PanelState::quitRequested, this, &AppDelegate::quit);
+    connect(&state, &PanelState::settingsRequested, this, [this] {
+        m_panel->hide();
+        showSettings();
+    });
     m_overlay = std::make_unique<RenderOverlay>(m_views->render());
+}
+
+void AppDelegate::buildSettings()
+{
+    SettingsView::Hooks hooks;
+    hooks.showIntro = [] {
+    };
+    hooks.restart = [this] {
+        if (Relaunch::startAgain())
+            quit();
+        else
+            qWarning("Quillon could not start itself again; it keeps running");
+    };
+    hooks.makeUninstall = [this] {
+        return m_services->makeUninstallFlow();
+    };
+    m_settingsView = std::make_unique<SettingsView>(
+        m_services->settings(), m_options.loginItem, *m_manager->updates(), m_options.build, std::move(hooks));
+    connect(m_settingsView.get(), &SettingsView::quitRequested, this, &AppDelegate::quit);
+    m_settingsWindow = std::make_unique<SettingsController>(*m_settingsView);
+}
+
+void AppDelegate::showSettings()
+{
+    m_settingsWindow->show();
 }
 
 bool AppDelegate::startScripting(QString& error)
@@ -86,6 +120,7 @@ bool AppDelegate::startScripting(QString& error)
     ScriptingService::Hooks hooks{
         [this] { return iconState(); },
         [this] { openPopover(); },
+        [this] { showSettings(); },
         [this] { quit(); },
     };
     m_scripting = std::make_unique<ScriptingService>(*m_manager, m_services->helperLink(), std::move(hooks));
@@ -131,8 +166,9 @@ void AppDelegate::updateIcon()
 
 void AppDelegate::languageChanged()
 {
-    app::Translations::apply(m_services->settings());
+    app::Translations::apply(m_services->settings(), m_options.onMac);
     m_panel->retranslate();
+    m_settingsWindow->retranslate();
     m_overlay->retranslate();
 }
 

@@ -19,6 +19,8 @@ class PanelViews;
 class PanelWindow;
 class RenderOverlay;
 class ScriptingService;
+class SettingsController;
+class SettingsView;
 class SimulatedLoad;
 class TrayIcon;
 
@@ -34,6 +36,7 @@ public:
         LoginItem loginItem = LoginItem::forCurrentUser();
         QString build;                 // this build, for "lastLaunchedBuild"
         SimulatedLoad* load = nullptr; // demo mode's load control, or none
+        bool onMac = true;             // texts speak of "your Mac", else of "your computer"
     };
 
     explicit AppDelegate(Options options, QObject* parent = nullptr);
@@ -48,6 +51,8 @@ public:
     // The tray icon's action: closes an open panel, opens a closed one.
     void togglePopover();
     void openPopover();
+    // Opens the settings window, or raises it.
+    void showSettings();
     void quit();
 
     app::SleepManager& manager() { return *m_manager; }
@@ -55,6 +60,7 @@ public:
 
 private:
     void buildPanel();
+    void buildSettings();
     void scheduleIconUpdate();
     void updateIcon();
     void languageChanged();
@@ -67,6 +73,8 @@ private:
     std::unique_ptr<PanelWindow> m_panel;
     std::unique_ptr<RenderOverlay> m_overlay;
     std::unique_ptr<ScriptingService> m_scripting;
+    std::unique_ptr<SettingsView> m_settingsView;
+    std::unique_ptr<SettingsController> m_settingsWindow;
     QTimer m_iconUpdate;
 };
 

@@ -1,7 +1,9 @@
 #include "TrayApp.h"
 
 #include "AppDelegate.h"
+#include "Relaunch.h"
 #include "app/Settings.h"
+#include "platform/linux/MacHardware.h"
 #include "ui/ctl/CtlCommand.h"
 #include "ui/demo/DemoMode.h"
 #include "ui/demo/SimulatedLoad.h"
@@ -149,6 +151,7 @@ int TrayApp::run(int argc, char** argv)
         return kExitUsage;
     }
 
+    Relaunch::waitForPredecessor();
     if (handOverToRunningInstance()) {
         if (demo) {
             std::fprintf(stderr, "%s: Quillon is already running; quit it before starting the demo.\n", argv[0]);
@@ -159,6 +162,8 @@ int TrayApp::run(int argc, char** argv)
 
     AppDelegate::Options options;
     options.build = QStringLiteral(QUILLON_BUILD);
+    // The demo's simulated Mac is a Mac.
+    options.onMac = demo || platform::linux_::MacHardware::detect();
     std::optional<DemoMode> demoMode;
     std::unique_ptr<SimulatedLoad> load;
     if (demo) {

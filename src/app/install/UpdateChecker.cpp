@@ -71,7 +71,10 @@ void UpdateChecker::onFinished()
         if (compareVersions(offered, m_currentVersion) > 0) {
             m_latestVersion = offered;
             const QUrl url(feed.value(QLatin1String("url")).toString(), QUrl::StrictMode);
-            m_downloadURL = url.isValid() && !url.isRelative() ? url : QUrl();
+            // The download opens in the browser: web addresses only, never a
+            // file, a script or another program's scheme.
+            const bool web = url.scheme() == QLatin1String("https") || url.scheme() == QLatin1String("http");
+            m_downloadURL = url.isValid() && web && !url.host().isEmpty() ? url : QUrl();
             m_releaseNotes = feed.value(QLatin1String("notes")).toString();
         } else {
             m_latestVersion.clear();

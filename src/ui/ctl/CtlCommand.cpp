@@ -198,6 +198,11 @@ int CtlCommand::run(int argc, char** argv, const QStringList& args)
         return report(app.AddAutomationApp(request.appId, request.cooling));
     case Verb::autoRemove:
         return report(app.RemoveAutomationApp(request.appId));
+    case Verb::settings: {
+        QDBusPendingReply<> shown = app.ShowSettings();
+        shown.waitForFinished();
+        return shown.isError() ? refused : ok;
+    }
     case Verb::help:
         break;
     }

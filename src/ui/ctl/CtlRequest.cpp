@@ -226,6 +226,8 @@ std::variant<CtlRequest, CtlRequest::Error> CtlRequest::parse(const QStringList&
         request.verb = Verb::status;
     } else if (verb == QLatin1String("reset") && rest.isEmpty()) {
         request.verb = Verb::reset;
+    } else if (verb == QLatin1String("settings") && rest.isEmpty()) {
+        request.verb = Verb::settings;
     } else if (verb == QLatin1String("awake")) {
         return parseAwake(rest, now);
     } else if (verb == QLatin1String("fans")) {
@@ -241,7 +243,7 @@ std::variant<CtlRequest, CtlRequest::Error> CtlRequest::parse(const QStringList&
     } else if (verb.isEmpty()) {
         return error(QStringLiteral("which command?"));
     } else if (verb == QLatin1String("status") || verb == QLatin1String("reset") || verb == QLatin1String("lid")
-        || verb == QLatin1String("render") || verb == QLatin1String("update")) {
+        || verb == QLatin1String("render") || verb == QLatin1String("update") || verb == QLatin1String("settings")) {
         return error(QStringLiteral("wrong arguments for %1").arg(verb));
     } else {
         return error(QStringLiteral("unknown command: %1").arg(verb));
@@ -266,7 +268,9 @@ QString CtlRequest::usage()
         "  auto on|off                              automation (keep awake and cool by rule)\n"
         "  auto add DESKTOP-ID [--cooling silent|balanced|max] | auto remove DESKTOP-ID\n"
         "                                           an application whose running keeps awake (and cool)\n"
-        "  reset                                    Render Mode, keep-awake, closed lid, fan control and automation off\n"
+        "  reset                                    Render Mode, keep-awake, closed lid, fan control and automation "
+        "off\n"
+        "  settings                                 opens the settings window\n"
         "DURATION: 90s, 45m, 1h30m, 2d. TIME: HH:MM (next such time) or YYYY-MM-DDTHH:MM, local time.\n"
         "Exit status: 0 done, 1 refused or the app is not running, 2 usage error; awake -- COMMAND exits\n"
         "with the command's status (127: it could not be started).\n");

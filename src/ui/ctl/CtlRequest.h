@@ -28,7 +28,8 @@ struct CtlRequest {
         awakeRun,   // run a command and keep awake until it ends
         automation, // the master switch
         autoAdd,
-        autoRemove
+        autoRemove,
+        settings // open the settings window
     };
 
     Verb verb = Verb::help;

@@ -52,6 +52,7 @@ public:
     // Asks whoever shows the panel to close it, or to quit the app.
     Q_INVOKABLE void requestClose() { emit closeRequested(); }
     Q_INVOKABLE void requestQuit() { emit quitRequested(); }
+    Q_INVOKABLE void requestSettings() { emit settingsRequested(); }
 
 signals:
     void sectionsChanged();
@@ -60,6 +61,7 @@ signals:
     void loginChanged();
     void closeRequested();
     void quitRequested();
+    void settingsRequested();
 
 private:
     app::SleepManager& m_manager;

@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
 
-// The panel's foot: quit.
+// The panel's foot: the settings window and quit.
 ColumnLayout {
     id: footer
 
@@ -20,6 +20,12 @@ ColumnLayout {
     RowLayout {
         Layout.fillWidth: true
         Layout.margins: 8
+        Button {
+            objectName: "settings"
+            text: "⚙️  " + qsTr("Settings…")
+            flat: true
+            onClicked: footer.panel.requestSettings()
+        }
         Item {
             Layout.fillWidth: true
         }

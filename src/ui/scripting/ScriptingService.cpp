@@ -270,6 +270,11 @@ void ScriptingService::ShowPanel()
     m_hooks.showPanel();
 }
 
+void ScriptingService::ShowSettings()
+{
+    m_hooks.showSettings();
+}
+
 void ScriptingService::Quit()
 {
     // After the reply has gone out.

@@ -28,6 +28,7 @@ public:
     struct Hooks {
         std::function<IconState()> iconState;
         std::function<void()> showPanel;
+        std::function<void()> showSettings;
         std::function<void()> quit;
     };
 
@@ -54,6 +55,7 @@ public:
     bool AddAutomationApp(const QString& id, const QString& cooling, QString& text);
     bool RemoveAutomationApp(const QString& id, QString& text);
     void ShowPanel();
+    void ShowSettings();
     void Quit();
 
 private:

@@ -1,9 +1,9 @@
 #include "app/install/HelperInstaller.h"
 
-#include "FakeRunner.h"
 #include "app/install/RootScript.h"
 
 #include "support/ChildProcess.h"
+#include "support/FakeRunner.h"
 #include "support/Files.h"
 #include "support/QStringPrinter.h"
 

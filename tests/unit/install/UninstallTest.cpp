@@ -1,8 +1,8 @@
-#include "FakeRunner.h"
 #include "app/Translations.h"
 #include "app/install/UninstallFlow.h"
 #include "app/install/Uninstaller.h"
 
+#include "support/FakeRunner.h"
 #include "support/Files.h"
 #include "support/QStringPrinter.h"
 

@@ -58,14 +58,20 @@ TEST_F(UpdateCheckerTest, ANewerVersionIsPublishedAndTheSameOneClearsIt)
     EXPECT_EQ(older.releaseNotes(), "");
 }
 
-TEST_F(UpdateCheckerTest, OnlyAVersionAndNoAddressStillCount)
+// An update without a web address for its download still counts; the
+// download then opens the home page, never a file or a script.
+TEST_F(UpdateCheckerTest, OnlyAVersionAndNoWebAddressStillCount)
 {
-    feed.serve("appcast.json", R"({"version": "3.1"})");
-    UpdateChecker checker(feed.url("appcast.json"), "3.0");
-    checkAs(checker);
-    EXPECT_EQ(checker.latestVersion(), "3.1");
-    EXPECT_FALSE(checker.downloadURL().isValid());
-    EXPECT_EQ(checker.downloadTarget(), UpdateChecker::homePage()) << "the download opens the home page then";
+    for (const char* body : {R"({"version": "3.1"})", R"({"version": "3.1", "url": "file:///etc/passwd"})",
+             R"j({"version": "3.1", "url": "javascript:alert(1)"})j",
+             R"({"version": "3.1", "url": "https:///nohost"})"}) {
+        feed.serve("appcast.json", body);
+        UpdateChecker checker(feed.url("appcast.json"), "3.0");
+        checkAs(checker);
+        EXPECT_EQ(checker.latestVersion(), "3.1") << body;
+        EXPECT_FALSE(checker.downloadURL().isValid()) << body;
+        EXPECT_EQ(checker.downloadTarget(), UpdateChecker::homePage()) << body;
+    }
 }
 
 TEST_F(UpdateCheckerTest, BadAnswersChangeNothing)

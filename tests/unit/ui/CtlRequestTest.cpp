@@ -83,6 +83,7 @@ TEST(CtlRequest, FansTakeOffAutoOrAManualFloor)
     EXPECT_FALSE(parsed({"render", "off"}).on);
     EXPECT_EQ(parsed({"reset"}).verb, Verb::reset);
     EXPECT_EQ(parsed({"status"}).verb, Verb::status);
+    EXPECT_EQ(parsed({"settings"}).verb, Verb::settings);
 }
 
 // Every mistake is a usage error that names what was wrong.
@@ -110,6 +111,7 @@ TEST(CtlRequest, MistakesAreUsageErrors)
         {{"fans", "manual", "50", "--for", "ever"}, "takes --for DURATION"},
         {{"fans", "off", "now"}, "fans takes off, auto"},
         {{"lid", "maybe"}, "wrong arguments for lid"},
+        {{"settings", "now"}, "wrong arguments for settings"},
     };
     for (const auto& c : cases) {
         const QString message = problem(c.args);

@@ -1,9 +1,15 @@
 #include "app/Settings.h"
 #include "ui/LaunchRecord.h"
 #include "ui/LoginItem.h"
+#include "ui/Relaunch.h"
 
+#include "support/EventLoop.h"
 #include "support/Files.h"
 
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QFileInfo>
+#include <QProcess>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
@@ -116,3 +122,48 @@ TEST_F(LoginItemTest, ReportsAndLogsAFailure)
 }
 
 } // namespace
+
+namespace relaunch {
+
+using quillon::ui::Relaunch;
+
+// "Restart now" starts the same program with the same arguments, and tells
+// it which process to wait for.
+TEST(Relaunch, StartsTheProgramAgainWithItsArguments)
+{
+    QTemporaryDir dir;
+    const QString out = dir.filePath("started");
+    ASSERT_TRUE(Relaunch::start("/bin/sh",
+        {"-c", QStringLiteral("echo \"$0 $1 $%1\" > '%2.tmp' && mv '%2.tmp' '%2'").arg(Relaunch::kWaitForVariable, out),
+            "--demo", "two words"}));
+    ASSERT_TRUE(quillon::test::waitUntil([&] { return QFileInfo::exists(out); }, std::chrono::seconds(5)));
+    EXPECT_EQ(readFile(out).trimmed(),
+        QStringLiteral("--demo two words %1").arg(QCoreApplication::applicationPid()).toUtf8());
+    EXPECT_FALSE(Relaunch::start(dir.filePath("no-such-program"), {}));
+}
+
+// The new process waits for the old one to be gone, and no longer than that;
+// a missing or garbled id is not waited for.
+TEST(Relaunch, WaitsForThePredecessorToEnd)
+{
+    QProcess old;
+    old.start("/bin/sleep", {"0.4"});
+    ASSERT_TRUE(old.waitForStarted());
+    qputenv(Relaunch::kWaitForVariable, QByteArray::number(old.processId()));
+    QElapsedTimer waited;
+    waited.start();
+    // Nothing here reaps it: once it has ended, its zombie counts as gone.
+    Relaunch::waitForPredecessor();
+    EXPECT_GE(waited.elapsed(), 300);
+    EXPECT_LT(waited.elapsed(), Relaunch::kWaitLimitMs);
+    EXPECT_TRUE(qEnvironmentVariableIsEmpty(Relaunch::kWaitForVariable)) << "passed on to nobody";
+
+    for (const char* garbage : {"", "abc", "1", "-5"}) {
+        qputenv(Relaunch::kWaitForVariable, garbage);
+        waited.restart();
+        Relaunch::waitForPredecessor();
+        EXPECT_LT(waited.elapsed(), 100) << garbage;
+    }
+}
+
+} // namespace relaunch

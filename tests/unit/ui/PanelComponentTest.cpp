@@ -1,9 +1,9 @@
 // The menu panel's QML over the real models, with fake platform services
 // and a fake clock: what the panel says in each state, in English and German.
 #include "app/Translations.h"
+#include "app/automation/RenderModeManager.h"
 #include "app/automation/TriggerManager.h"
 #include "ui/LoginItem.h"
-#include "app/automation/RenderModeManager.h"
 #include "ui/panel/AppIconProvider.h"
 #include "ui/panel/AutomationView.h"
 #include "ui/panel/AwakeView.h"
@@ -14,17 +14,15 @@
 #include "support/Files.h"
 #include "support/KeepAwakeRig.h"
 #include "support/QStringPrinter.h"
+#include "support/QuickItems.h"
 
 #include <QColor>
+#include <QDir>
 #include <QJsonObject>
 #include <QQmlEngine>
 #include <QQuickItem>
 #include <QQuickView>
 #include <QTemporaryDir>
-#include <QDir>
-#include <QQmlEngine>
-#include <QQuickItem>
-#include <QQuickView>
 #include <QTest>
 
 namespace quillon::test {
@@ -57,52 +55,13 @@ protected:
         view.engine()->retranslate();
     }
 
-    // Every item of that name, in the order they appear.
-    QList<QQuickItem*> items(const QString& name) const
-    {
-        QList<QQuickItem*> found;
-        QList<QQuickItem*> pending{view.rootObject()};
-        while (!pending.isEmpty()) {
-            QQuickItem* item = pending.takeFirst();
-            if (item->objectName() == name)
-                found.append(item);
-            pending.append(item->childItems());
-        }
-        return found;
-    }
-    QQuickItem* item(const QString& name) const { return items(name).value(0); }
-    QString text(const QString& name) const
-    {
-        QQuickItem* it = item(name);
-        return it ? it->property("text").toString() : QStringLiteral("<no %1>").arg(name);
-    }
-    QStringList texts(const QString& name) const
-    {
-        QStringList list;
-        for (QQuickItem* it : items(name))
-            list.append(it->property("text").toString());
-        return list;
-    }
-    bool shown(const QString& name) const
-    {
-        QQuickItem* it = item(name);
-        return it && it->isVisible();
-    }
-    void click(const QString& name)
-    {
-        QQuickItem* button = item(name);
-        ASSERT_TRUE(button) << name.toStdString();
-        QMetaObject::invokeMethod(button, "clicked");
-    }
-
-    // A user's flip of a switch: its state, then its handler.
-    void flip(const QString& name)
-    {
-        QQuickItem* control = item(name);
-        ASSERT_TRUE(control) << name.toStdString();
-        QMetaObject::invokeMethod(control, "toggle");
-        QMetaObject::invokeMethod(control, "toggled");
-    }
+    QList<QQuickItem*> items(const QString& name) const { return quick.all(name); }
+    QQuickItem* item(const QString& name) const { return quick.item(name); }
+    QString text(const QString& name) const { return quick.text(name); }
+    QStringList texts(const QString& name) const { return quick.texts(name); }
+    bool shown(const QString& name) const { return quick.shown(name); }
+    void click(const QString& name) { quick.click(name); }
+    void flip(const QString& name) { quick.flip(name); }
 
     app::FanController& fan() { return *manager->fan(); }
     // The helper answers this status from now on; one poll fetches it.
@@ -116,6 +75,7 @@ protected:
     ui::LoginItem loginItem{dir.path() + "/config", {}, "/usr/bin/quillon"};
     std::unique_ptr<ui::PanelViews> views;
     QQuickView view;
+    QuickItems quick{view};
 };
 
 TEST_F(PanelComponentTest, EveryExpandableSectionStartsCollapsed)
@@ -218,8 +178,7 @@ TEST_F(PanelComponentTest, ClosedLidRefusedByTheHelperIsShownOffWithTheReason)
     EXPECT_FALSE(manager->lid()->enabled());
     EXPECT_EQ(item("lidSwitch")->property("checked"), false);
     EXPECT_EQ(text("lidSummary"), "Off");
-    EXPECT_EQ(
-        text("lidNote"), "Not in force: The fan helper could not take the lid lock: no logind");
+    EXPECT_EQ(text("lidNote"), "Not in force: The fan helper could not take the lid lock: no logind");
 }
 
 // The custom end starts 12 hours ahead; a picked end starts a session until then.
