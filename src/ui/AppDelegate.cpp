@@ -8,6 +8,7 @@
 #include "app/install/UpdateChecker.h"
 #include "app/power/SleepManager.h"
 #include "platform/ExternalDisplays.h"
+#include "ui/onboarding/OnboardingController.h"
 #include "ui/overlay/RenderOverlay.h"
 #include "ui/panel/PanelState.h"
 #include "ui/panel/PanelViews.h"
@@ -64,9 +65,18 @@ void AppDelegate::applicationDidFinishLaunching()
     updateIcon();
     m_manager->updates()->check();
 
-    // A new or updated build presents itself once.
-    if (LaunchRecord::recordLaunch(settings, m_options.build))
+    const bool introShown = startOnboarding();
+    // A new or updated build presents itself once; after its intro, the intro opens the panel.
+    if (LaunchRecord::recordLaunch(settings, m_options.build) && !introShown)
         QTimer::singleShot(LaunchRecord::kFirstOpenDelayMs, this, &AppDelegate::openPopover);
+}
+
+bool AppDelegate::startOnboarding()
+{
+    m_onboarding = std::make_unique<OnboardingController>(m_services->settings(), m_options.version);
+    // Completing the intro shows the user where the app lives.
+    m_onboarding->setOnFinished([this] { openPopover(); });
+    return m_onboarding->showIfFirstLaunch();
 }
 
 void AppDelegate::buildPanel()
@@ -134,6 +144,7 @@ void AppDelegate::languageChanged()
     app::Translations::apply(m_services->settings());
     m_panel->retranslate();
     m_overlay->retranslate();
+    m_onboarding->retranslate();
 }
 
 } // namespace quillon::ui
