@@ -8,7 +8,7 @@ namespace {
 // The accents, in the tones of the system colours they stand for.
 const QColor kBlue(0x0A, 0x84, 0xFF);
 const QColor kYellow(0xF2, 0xB1, 0x0C);
-const QColor kCyan(0x1E, 0xB8, 0xD6);
+const QColor kCyan(0x12, 0xA4, 0xC4);
 const QColor kGreen(0x30, 0xB8, 0x4E);
 } // namespace
 
