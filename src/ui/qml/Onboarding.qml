@@ -152,6 +152,7 @@ Rectangle {
 
         StackView {
             id: stack
+            objectName: "pager"
             anchors.fill: parent
             focusPolicy: Qt.NoFocus
             Component.onCompleted: push(pageComponent, {"index": 0}, StackView.Immediate)

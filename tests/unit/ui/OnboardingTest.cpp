@@ -152,6 +152,30 @@ TEST_F(OnboardingTest, CompletingRecordsTheVersionAndOpensThePanelAfterwards)
     EXPECT_FALSE(controller.showIfFirstLaunch());
 }
 
+// A page slides in from the side it lies on: from the right going forward,
+// from the left going back.
+TEST_F(OnboardingTest, PagesSlideInTheDirectionOfTravel)
+{
+    controller.show();
+    ASSERT_NE(root(), nullptr);
+    QQuickItem* pager = item("pager");
+    ASSERT_NE(pager, nullptr);
+    const auto enteringX = [&] {
+        QTest::qWait(60);
+        return pager->property("currentItem").value<QQuickItem*>()->x();
+    };
+    key(Qt::Key_Right);
+    EXPECT_TRUE(root()->property("goingForward").toBool());
+    EXPECT_GT(enteringX(), 20);
+    QTest::qWait(600);
+    EXPECT_EQ(enteringX(), 0);
+    key(Qt::Key_Left);
+    EXPECT_FALSE(root()->property("goingForward").toBool());
+    EXPECT_LT(enteringX(), -20);
+    QTest::qWait(600);
+    EXPECT_EQ(page(), 0);
+}
+
 // Escape (or the close button) closes early: nothing recorded, no panel, and
 // the intro comes back next time, from its first page.
 TEST_F(OnboardingTest, ClosingEarlyRecordsNothing)
