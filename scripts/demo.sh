@@ -3,7 +3,8 @@
 # (`quillon --demo`). With a display, it runs until you quit it from its
 # panel or press Ctrl-C. Without one (or with QUILLON_DEMO_HEADLESS=1), it
 # starts a virtual display with a tray, takes the app on a short scripted
-# tour and saves screenshots of the panel along the way.
+# tour (its welcome window first, when it shows one) and saves screenshots
+# along the way.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/setup-deps.sh
@@ -13,7 +14,8 @@ bin=$PWD/build/bin
 say() { printf '\n\033[1m%s\033[0m\n' "$*"; }
 
 if [ -n "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ] && [ -z "${QUILLON_DEMO_HEADLESS:-}" ]; then
-  say "Quillon runs on a simulated Mac; its panel opens by itself in a moment, then via the tray icon."
+  say "Quillon runs on a simulated Mac. It greets you with its intro (unless you completed this version's already);"
+  echo "afterwards its panel opens by itself once, then via the tray icon."
   echo "Script it from another terminal, for example:"
   echo "  $bin/quillon ctl status"
   echo "  $bin/quillon ctl awake --for 1h"
@@ -79,9 +81,27 @@ shot() { # shot NAME: the panel (or the screen without it), after it has drawn
   "$bin/quillon-screengrab" "$shots/$1-screen.png" 2>/dev/null
   echo "  saved $1.png"
 }
+intro() { # the welcome window's id, while it is open
+  xdotool search --onlyvisible --name '^Willkommen bei Quillon$' 2>/dev/null | head -n 1
+}
+intro_open() { [ -n "$(intro)" ]; }
 temps() { ctl status | sed -n 's/.*"cpu": \([0-9.]*\).*/\1/p' | head -n 1 | xargs printf '  CPU %.0f °C\n'; }
 
-say "1. The app is up, its gauge in the tray. A new build opens its panel once by itself:"
+if waitfor 5 intro_open; then
+  say "0. A new version greets with its six-page intro (the user's settings say which version's was completed):"
+  window=$(intro)
+  for page in 1 2 3 4 5 6; do
+    [ "$page" -gt 1 ] && xdotool windowfocus "$window" key Right
+    sleep 0.9
+    "$bin/quillon-screengrab" "$shots/0-intro-page-$page.png" "$window" 2>/dev/null
+    echo "  saved 0-intro-page-$page.png"
+  done
+  xdotool windowfocus "$window" key Return # "Let's go!"
+  waitfor 5 sh -c "! xdotool search --onlyvisible --name '^Willkommen bei Quillon\$'" || true
+  say "1. \"Let's go!\" closes the intro, and the panel opens by itself to show where the app lives:"
+else
+  say "1. The app is up, its gauge in the tray. A new build opens its panel once by itself:"
+fi
 waitfor 5 panel_open || true
 shot 1-panel-at-launch
 

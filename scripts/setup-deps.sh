@@ -14,6 +14,8 @@ packages=(
   qml6-module-qtqml qml6-module-qtqml-workerscript qml6-module-qtquick qml6-module-qtquick-controls
   qml6-module-qtquick-layouts qml6-module-qtquick-templates qml6-module-qtquick-window
   qt6-svg-dev libqt6svg6
+  # The onboarding's colour emoji.
+  fonts-noto-color-emoji
   # GUI tests and the headless demo: a virtual display, a tray, clicks.
   xvfb trayer xdotool
   # The Debian package: CPack's dependency scan.

@@ -85,4 +85,71 @@
         <translation>Entfernt wird: der Lüfter-Hintergrunddienst, die App selbst und alle Einstellungen. Die Lüftersteuerung geht sofort wieder an die Firmware zurück. Du wirst einmal nach deinem Passwort gefragt.</translation>
     </message>
 </context>
+<context>
+    <name>OnboardingPages</name>
+    <message>
+        <source>Your Mac, your rules.
+Stay awake — even with the lid closed —
+control the fans, watch the temperatures.
+All from the menu bar.</source>
+        <translation>Dein Computer, deine Regeln.
+Wach bleiben — sogar zugeklappt —,
+Lüfter steuern, Temperaturen im Blick.
+Alles aus der Menüleiste.</translation>
+    </message>
+    <message>
+        <source>The highlight: flip the switch,
+close the lid — your Mac keeps running.
+No external display needed, even on battery.
+
+The upload, the export, the little server:
+it all keeps going while Quillon cools,
+stopping by itself on heat or low battery.</source>
+        <translation>Das Highlight: Schalter umlegen,
+Deckel zu — dein Computer läuft weiter.
+Ohne externen Monitor, auch auf Akku.
+
+Der Upload, der Export, der kleine Server:
+alles läuft durch, während Quillon kühlt
+und bei Hitze oder wenig Akku von selbst
+stoppt.</translation>
+    </message>
+    <message>
+        <source>Flip the switch, pick a profile — Silent,
+Balanced or Max — and the fans follow
+the temperature live. Or take over
+manually, from 0 to 100%.
+
+Always safe: you can only cool better
+than macOS, never worse. On real heat,
+your Mac takes back over.</source>
+        <translation>Schalter an, Profil wählen — Leise,
+Ausgewogen oder Max — und die Lüfter
+folgen live der Temperatur. Oder du
+regelst manuell, von 0 bis 100 %.
+
+Immer sicher: Du kannst nur besser
+kühlen als die Firmware, nie schlechter.
+Bei echter Hitze übernimmt wieder
+die Firmware.</translation>
+    </message>
+    <message>
+        <source>Automation: "While Final Cut runs,
+stay awake and cool at Max." Quillon
+reacts on its own — also on AC power
+or with an external display.
+
+And 💾 Keep drives awake holds external
+disks mounted — perfect for a night
+with the lid closed.</source>
+        <translation>Automatik: „Solange DaVinci Resolve läuft,
+bleib wach und kühl auf Max.“ Quillon
+reagiert von selbst — auch am Netzteil
+oder bei externem Bildschirm.
+
+Und 💾 Laufwerke wach hält externe
+Platten gemountet — perfekt für die
+Nacht mit geschlossenem Deckel.</translation>
+    </message>
+</context>
 </TS>

@@ -85,4 +85,69 @@
         <translation>This removes: the fan background helper, the app itself and all settings. Fan control immediately returns to the firmware. You'll be asked for your password once.</translation>
     </message>
 </context>
+<context>
+    <name>OnboardingPages</name>
+    <message>
+        <source>Your Mac, your rules.
+Stay awake — even with the lid closed —
+control the fans, watch the temperatures.
+All from the menu bar.</source>
+        <translation>Your computer, your rules.
+Stay awake — even with the lid closed —
+control the fans, watch the temperatures.
+All from the menu bar.</translation>
+    </message>
+    <message>
+        <source>The highlight: flip the switch,
+close the lid — your Mac keeps running.
+No external display needed, even on battery.
+
+The upload, the export, the little server:
+it all keeps going while Quillon cools,
+stopping by itself on heat or low battery.</source>
+        <translation>The highlight: flip the switch,
+close the lid — your computer keeps running.
+No external display needed, even on battery.
+
+The upload, the export, the little server:
+it all keeps going while Quillon cools,
+stopping by itself on heat or low battery.</translation>
+    </message>
+    <message>
+        <source>Flip the switch, pick a profile — Silent,
+Balanced or Max — and the fans follow
+the temperature live. Or take over
+manually, from 0 to 100%.
+
+Always safe: you can only cool better
+than macOS, never worse. On real heat,
+your Mac takes back over.</source>
+        <translation>Flip the switch, pick a profile — Silent,
+Balanced or Max — and the fans follow
+the temperature live. Or take over
+manually, from 0 to 100%.
+
+Always safe: you can only cool better
+than the firmware, never worse. On real heat,
+the firmware takes back over.</translation>
+    </message>
+    <message>
+        <source>Automation: "While Final Cut runs,
+stay awake and cool at Max." Quillon
+reacts on its own — also on AC power
+or with an external display.
+
+And 💾 Keep drives awake holds external
+disks mounted — perfect for a night
+with the lid closed.</source>
+        <translation>Automation: "While DaVinci Resolve runs,
+stay awake and cool at Max." Quillon
+reacts on its own — also on AC power
+or with an external display.
+
+And 💾 Keep drives awake holds external
+disks mounted — perfect for a night
+with the lid closed.</translation>
+    </message>
+</context>
 </TS>

@@ -162,6 +162,153 @@
     </message>
 </context>
 <context>
+    <name>Onboarding</name>
+    <message>
+        <source>Back</source>
+        <translation>Zurück</translation>
+    </message>
+    <message>
+        <source>Let&apos;s go!</source>
+        <translation>Los geht&apos;s!</translation>
+    </message>
+    <message>
+        <source>Next</source>
+        <translation>Weiter</translation>
+    </message>
+</context>
+<context>
+    <name>OnboardingPages</name>
+    <message>
+        <source>Welcome to
+Quillon</source>
+        <translation>Willkommen bei
+Quillon</translation>
+    </message>
+    <message>
+        <source>Your Mac, your rules.
+Stay awake — even with the lid closed —
+control the fans, watch the temperatures.
+All from the menu bar.</source>
+        <translation>Dein Mac, deine Regeln.
+Wach bleiben — sogar zugeklappt —,
+Lüfter steuern, Temperaturen im Blick.
+Alles aus der Menüleiste.</translation>
+    </message>
+    <message>
+        <source>Keep working,
+lid closed</source>
+        <translation>Zugeklappt
+weiterarbeiten</translation>
+    </message>
+    <message>
+        <source>The highlight: flip the switch,
+close the lid — your Mac keeps running.
+No external display needed, even on battery.
+
+The upload, the export, the little server:
+it all keeps going while Quillon cools,
+stopping by itself on heat or low battery.</source>
+        <translation>Das Highlight: Schalter umlegen,
+Deckel zu — dein Mac läuft weiter.
+Ohne externen Monitor, auch auf Akku.
+
+Der Upload, der Export, der kleine Server:
+alles läuft durch, während Quillon kühlt
+und bei Hitze oder wenig Akku von selbst
+stoppt.</translation>
+    </message>
+    <message>
+        <source>Stay awake
+when you need it</source>
+        <translation>Wach bleiben,
+wenn du&apos;s brauchst</translation>
+    </message>
+    <message>
+        <source>A long download or render?
+
+Keep the system, display or network
+awake — with a timer from 1 to 24 hours
+or your own end time. Afterwards
+everything returns to normal
+automatically.</source>
+        <translation>Langer Download oder Render?
+
+Halte System, Display oder Netzwerk
+wach — mit Timer von 1 bis 24 Stunden
+oder eigener Endzeit. Danach schaltet
+alles automatisch zurück auf normal.</translation>
+    </message>
+    <message>
+        <source>Smart Cooling</source>
+        <translation>Smart Cooling</translation>
+    </message>
+    <message>
+        <source>Flip the switch, pick a profile — Silent,
+Balanced or Max — and the fans follow
+the temperature live. Or take over
+manually, from 0 to 100%.
+
+Always safe: you can only cool better
+than macOS, never worse. On real heat,
+your Mac takes back over.</source>
+        <translation>Schalter an, Profil wählen — Leise,
+Ausgewogen oder Max — und die Lüfter
+folgen live der Temperatur. Oder du
+regelst manuell, von 0 bis 100 %.
+
+Immer sicher: Du kannst nur besser
+kühlen als macOS, nie schlechter. Bei
+echter Hitze übernimmt wieder dein Mac.</translation>
+    </message>
+    <message>
+        <source>Thinks along
+with you</source>
+        <translation>Denkt für
+dich mit</translation>
+    </message>
+    <message>
+        <source>Automation: &quot;While Final Cut runs,
+stay awake and cool at Max.&quot; Quillon
+reacts on its own — also on AC power
+or with an external display.
+
+And 💾 Keep drives awake holds external
+disks mounted — perfect for a night
+with the lid closed.</source>
+        <translation>Automatik: „Solange Final Cut läuft,
+bleib wach und kühl auf Max.“ Quillon
+reagiert von selbst — auch am Netzteil
+oder bei externem Bildschirm.
+
+Und 💾 Laufwerke wach hält externe
+Platten gemountet — perfekt für die
+Nacht mit geschlossenem Deckel.</translation>
+    </message>
+    <message>
+        <source>Up in your
+menu bar</source>
+        <translation>Oben in deiner
+Menüleiste</translation>
+    </message>
+    <message>
+        <source>Quillon has no window — it lives in
+the top-right menu bar, at the gauge
+icon.
+
+It&apos;ll open once by itself in a moment so
+you know where to find it. One click on
+the icon and your control panel is there.</source>
+        <translation>Quillon hat kein Fenster — es wohnt
+oben rechts in der Menüleiste, beim
+Tacho-Symbol.
+
+Gleich öffnet es sich einmal von selbst,
+damit du weißt, wo du es findest. Ein
+Klick aufs Symbol — und dein Schaltpult
+ist da.</translation>
+    </message>
+</context>
+<context>
     <name>PanelTexts</name>
     <message>
         <source>Awake · %1 left</source>

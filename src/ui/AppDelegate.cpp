@@ -10,6 +10,7 @@
 #include "app/install/UpdateChecker.h"
 #include "app/power/SleepManager.h"
 #include "platform/ExternalDisplays.h"
+#include "ui/onboarding/OnboardingController.h"
 #include "ui/overlay/RenderOverlay.h"
 #include "ui/panel/PanelState.h"
 #include "ui/panel/PanelViews.h"
@@ -69,9 +70,18 @@ void AppDelegate::applicationDidFinishLaunching()
     updateIcon();
     m_manager->updates()->check();
 
-    // A new or updated build presents itself once.
-    if (LaunchRecord::recordLaunch(settings, m_options.build))
+    const bool introShown = startOnboarding();
+    // A new or updated build presents itself once; after its intro, the intro opens the panel.
+    if (LaunchRecord::recordLaunch(settings, m_options.build) && !introShown)
         QTimer::singleShot(LaunchRecord::kFirstOpenDelayMs, this, &AppDelegate::openPopover);
+}
+
+bool AppDelegate::startOnboarding()
+{
+    m_onboarding = std::make_unique<OnboardingController>(m_services->settings(), m_options.version);
+    // Completing the intro shows the user where the app lives.
+    m_onboarding->setOnFinished([this] { openPopover(); });
+    return m_onboarding->showIfFirstLaunch();
 }
 
 void AppDelegate::buildPanel()
@@ -93,7 +103,8 @@ void AppDelegate::buildPanel()
 void AppDelegate::buildSettings()
 {
     SettingsView::Hooks hooks;
-    hooks.showIntro = [] {
+    hooks.showIntro = [this] {
+        m_onboarding->show();
     };
     hooks.restart = [this] {
         if (Relaunch::startAgain())
@@ -170,6 +181,7 @@ void AppDelegate::languageChanged()
     m_panel->retranslate();
     m_settingsWindow->retranslate();
     m_overlay->retranslate();
+    m_onboarding->retranslate();
 }
 
 } // namespace quillon::ui

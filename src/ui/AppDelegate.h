@@ -15,6 +15,7 @@ class SleepManager;
 namespace quillon::ui {
 
 class AppServices;
+class OnboardingController;
 class PanelViews;
 class PanelWindow;
 class RenderOverlay;
@@ -35,6 +36,7 @@ public:
         QString settingsFile; // empty: the user's settings
         LoginItem loginItem = LoginItem::forCurrentUser();
         QString build;                 // this build, for "lastLaunchedBuild"
+        QString version;               // this version, for "onboardingSeenVersion"
         SimulatedLoad* load = nullptr; // demo mode's load control, or none
         bool onMac = true;             // texts speak of "your Mac", else of "your computer"
     };
@@ -43,7 +45,8 @@ public:
     ~AppDelegate() override;
 
     // The launch sequence: language, models, tray icon, panel, icon
-    // subscriptions, and a new build's first opening of the panel.
+    // subscriptions, the intro of a new version, and otherwise a new
+    // build's first opening of the panel.
     void applicationDidFinishLaunching();
     // Exports the scripting interface on the session bus; false with the reason.
     bool startScripting(QString& error);
@@ -56,11 +59,16 @@ public:
     void quit();
 
     app::SleepManager& manager() { return *m_manager; }
+    // The welcome window ("Show intro again": onboarding().show()); made at launch.
+    OnboardingController& onboarding() { return *m_onboarding; }
     IconState iconState() const;
 
 private:
     void buildPanel();
     void buildSettings();
+    // Makes the welcome window's controller and shows the intro when this
+    // version's was not completed; whether it showed.
+    bool startOnboarding();
     void scheduleIconUpdate();
     void updateIcon();
     void languageChanged();
@@ -72,6 +80,7 @@ private:
     std::unique_ptr<PanelViews> m_views;
     std::unique_ptr<PanelWindow> m_panel;
     std::unique_ptr<RenderOverlay> m_overlay;
+    std::unique_ptr<OnboardingController> m_onboarding;
     std::unique_ptr<ScriptingService> m_scripting;
     std::unique_ptr<SettingsView> m_settingsView;
     std::unique_ptr<SettingsController> m_settingsWindow;

@@ -96,7 +96,14 @@ bool enterDemo(DemoMode& demo, AppDelegate::Options& options, std::unique_ptr<Si
     // The demo leaves the user's settings and autostart entry alone, and
     // shows the simulated Mac's temperature beside the icon.
     options.settingsFile = demo.directory() + QStringLiteral("/Quillon.conf");
-    app::Settings(options.settingsFile).setFlag(app::Settings::Key::showTempInMenuBar, true);
+    app::Settings settings(options.settingsFile);
+    settings.setFlag(app::Settings::Key::showTempInMenuBar, true);
+    // It speaks the user's language, and skips an intro the user has
+    // already completed for this version.
+    const app::Settings user;
+    settings.setAppLanguage(user.appLanguage());
+    if (const auto seen = user.text(app::Settings::Key::onboardingSeenVersion))
+        settings.setText(app::Settings::Key::onboardingSeenVersion, *seen);
     options.loginItem = LoginItem(demo.directory(), {}, QApplication::applicationFilePath());
     load = std::make_unique<SimulatedLoad>(std::make_unique<smc::SharedSimClient>(demo.socketPath().toStdString()));
     options.load = load.get();
@@ -164,6 +171,7 @@ int TrayApp::run(int argc, char** argv)
     options.build = QStringLiteral(QUILLON_BUILD);
     // The demo's simulated Mac is a Mac.
     options.onMac = demo || platform::linux_::MacHardware::detect();
+    options.version = QStringLiteral(QUILLON_VERSION);
     std::optional<DemoMode> demoMode;
     std::unique_ptr<SimulatedLoad> load;
     if (demo) {

@@ -63,6 +63,17 @@ void XDisplay::click(const Window& window) const
     run("xdotool", {"mousemove", QString::number(centre.x()), QString::number(centre.y()), "click", "1"});
 }
 
+void XDisplay::click(const Window& window, const QPoint& at) const
+{
+    const QPoint point = window.frame.topLeft() + at;
+    run("xdotool", {"mousemove", QString::number(point.x()), QString::number(point.y()), "click", "1"});
+}
+
+void XDisplay::key(const Window& window, const QString& keys) const
+{
+    run("xdotool", {"windowfocus", QString::number(window.id), "key", "--clearmodifiers", keys});
+}
+
 QImage XDisplay::grab(const QString& path, qulonglong window) const
 {
     QStringList args{path};

@@ -28,6 +28,10 @@ public:
     QList<Window> visibleWindows(const QString& instance) const;
     // A left click at the centre of a window.
     void click(const Window& window) const;
+    // A left click at a point of a window, relative to its top left corner.
+    void click(const Window& window, const QPoint& at) const;
+    // Focuses a window and types keys into it (xdotool key names: "Right", "Return").
+    void key(const Window& window, const QString& keys) const;
     // A picture of a window (0: the whole screen), also saved to path.
     QImage grab(const QString& path, qulonglong window = 0) const;
 

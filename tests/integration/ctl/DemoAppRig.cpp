@@ -5,6 +5,7 @@
 #include <QDir>
 #include <QFile>
 #include <QJsonDocument>
+#include <QSettings>
 
 namespace quillon::test {
 
@@ -52,10 +53,23 @@ QString DemoAppRig::demoDirectory()
     return open >= 0 && close > open ? line.mid(open + 1, close - open - 1) : QString();
 }
 
+QString DemoAppRig::userSettingsFile() const
+{
+    return home.path() + "/config/quillon/Quillon.ini";
+}
+
+void DemoAppRig::setUserSetting(const QString& key, const QVariant& value)
+{
+    QSettings settings(userSettingsFile(), QSettings::IniFormat);
+    settings.setValue(key, value);
+}
+
 bool DemoAppRig::start(const QStringList& env)
 {
     if (!bus.ready() || !systemBus.ready())
         return false;
+    if (seedOnboarding)
+        setUserSetting("onboardingSeenVersion", QUILLON_VERSION);
     logind = std::make_unique<BusService>(
         QUILLON_PYTHON, QStringList{"-m", "dbusmock", "--template", "logind"}, systemBus, "org.freedesktop.login1");
     if (!logind->started())

@@ -6,6 +6,7 @@
 #include "support/ChildProcess.h"
 
 #include <QJsonObject>
+#include <QVariant>
 #include <QTemporaryDir>
 
 namespace quillon::test {
@@ -19,8 +20,15 @@ public:
     DemoAppRig();
 
     // Starts the app with this environment added (display, platform) and
-    // waits until it answers `quillon ctl status`.
+    // waits until it answers `quillon ctl status`. Unless seedOnboarding is
+    // off, the user's settings say this version's intro was completed, so the
+    // app presents its panel at launch rather than the welcome window.
     bool start(const QStringList& env);
+    // A key of the user's settings (which the demo takes its language and
+    // completed intro from), written before start().
+    void setUserSetting(const QString& key, const QVariant& value);
+    // The user's settings file.
+    QString userSettingsFile() const;
     // `quillon ctl args...` against this app.
     ChildProcess::Result ctl(const QStringList& args) const;
     // The app's status, parsed; empty when it does not answer.
@@ -37,6 +45,7 @@ public:
     // The app's standard error so far.
     std::string log() const;
 
+    bool seedOnboarding = true;
     PrivateBus bus;
     PrivateBus systemBus;
     std::unique_ptr<BusService> logind;

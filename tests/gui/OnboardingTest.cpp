@@ -1,0 +1,198 @@
+// The welcome window of the tray app in demo mode, on a virtual display with
+// a system tray: a first launch greets with the intro instead of the panel,
+// keys and clicks walk its six pages (screenshots of each, in English and
+// German, are kept in QUILLON_ARTIFACT_DIR/onboarding), "Let's go!" records
+// the version and opens the panel; a launch after this version's intro was
+// completed shows no intro, one after an older version's does.
+#include "DemoAppRig.h"
+#include "XDisplay.h"
+
+#include <QDir>
+#include <QSettings>
+#include <QTest>
+#include <algorithm>
+#include <csignal>
+#include <cstdio>
+#include <gtest/gtest.h>
+
+namespace quillon::test {
+namespace {
+
+// The welcome window's size, its forward button's centre (qml/Onboarding.qml:
+// 24 px from the right and bottom edges, 150 x 44) and the circle the emoji
+// sits in (136 px across, 58 px from the top, centred).
+const QSize kIntroSize(560, 640);
+const QPoint kNextButton(560 - 24 - 75, 640 - 24 - 22);
+const QRect kEmoji(280 - 50, 126 - 50, 100, 100);
+// The panel is wide, the tray icon small; neither is as large as the intro.
+constexpr int kPanelMinWidth = 300;
+constexpr int kIconMaxSide = 64;
+// A page's slide and the entrance animation take less than this.
+constexpr int kSettleMs = 900;
+
+class OnboardingTest : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        ASSERT_TRUE(display.ready()) << "Xvfb or trayer did not start";
+        QDir().mkpath(artifacts);
+    }
+
+    // Starts the app with the user's settings saying language and which
+    // version's intro was completed (none: never).
+    ::testing::AssertionResult startApp(DemoAppRig& rig, const QString& language, const QString& seenVersion = {})
+    {
+        rig.seedOnboarding = false;
+        rig.setUserSetting("appLanguage", language);
+        if (!seenVersion.isEmpty())
+            rig.setUserSetting("onboardingSeenVersion", seenVersion);
+        const QString sanitizer = qEnvironmentVariable("ASAN_OPTIONS") + ":fast_unwind_on_malloc=0";
+        if (rig.start({"DISPLAY=" + display.name(), "QT_QPA_PLATFORM=xcb", "ASAN_OPTIONS=" + sanitizer,
+                "LSAN_OPTIONS=suppressions=" QUILLON_LEAK_SUPPRESSIONS}))
+            return ::testing::AssertionSuccess();
+        return ::testing::AssertionFailure() << rig.log();
+    }
+
+    std::optional<XDisplay::Window> intro() const
+    {
+        for (const XDisplay::Window& w : display.visibleWindows("quillon")) {
+            if (w.frame.size() == kIntroSize)
+                return w;
+        }
+        return std::nullopt;
+    }
+    bool panelShown() const
+    {
+        for (const XDisplay::Window& w : display.visibleWindows("quillon")) {
+            if (w.frame.width() >= kPanelMinWidth && w.frame.size() != kIntroSize)
+                return true;
+        }
+        return false;
+    }
+    bool iconShown() const
+    {
+        for (const XDisplay::Window& w : display.visibleWindows("quillon")) {
+            if (w.frame.width() <= kIconMaxSide)
+                return true;
+        }
+        return false;
+    }
+
+    // A first launch in this language: the intro and not the panel; a
+    // screenshot of each page; the last page's button completes it and the
+    // panel opens.
+    void walkThrough(const QString& language, bool clickLastButton)
+    {
+        DemoAppRig rig;
+        ASSERT_TRUE(startApp(rig, language));
+        ASSERT_TRUE(waitUntil([&] { return intro().has_value(); }, 15s)) << "no welcome window\n" << rig.log();
+        const XDisplay::Window window = *intro();
+        const QPoint centred((1280 - kIntroSize.width()) / 2, (800 - kIntroSize.height()) / 2);
+        EXPECT_LE((window.frame.topLeft() - centred).manhattanLength(), 24) << "the welcome window is centred";
+        QTest::qWait(kSettleMs);
+        EXPECT_FALSE(panelShown()) << "a first launch with the intro does not present the panel";
+
+        for (int page = 1; page <= 6; ++page) {
+            if (page > 1) {
+                display.key(window, "Right");
+                QTest::qWait(kSettleMs);
+            }
+            const QImage shot = display.grab(artifact(language, page), window.id);
+            ASSERT_FALSE(shot.isNull());
+            // The emoji is drawn in colour: a monochrome glyph or a missing
+            // glyph's box has no vivid pixels (the circle behind it is a pale tint).
+            const int vivid = vividPixels(shot.copy(kEmoji));
+            EXPECT_GT(vivid, 40) << "page " << page << " shows no colour emoji";
+            std::printf("page %d: %d vivid pixels\n", page, vivid);
+        }
+        // Left goes back a page, Right forward again.
+        display.key(window, "Left");
+        QTest::qWait(kSettleMs);
+        display.grab(artifact(language, 5, "-back"), window.id);
+        display.key(window, "Right");
+        QTest::qWait(kSettleMs);
+
+        if (clickLastButton)
+            display.click(window, kNextButton);
+        else
+            display.key(window, "Return");
+        EXPECT_TRUE(waitUntil([&] { return !intro().has_value(); }, 5s)) << "the intro did not close";
+        EXPECT_TRUE(waitUntil([&] { return panelShown(); }, 5s)) << "the panel did not open after the intro";
+        QSettings demoSettings(rig.demoDirectory() + "/Quillon.conf", QSettings::IniFormat);
+        EXPECT_EQ(demoSettings.value("onboardingSeenVersion").toString(), QUILLON_VERSION);
+        QTest::qWait(500);
+        display.grab(artifacts + "/" + language + "-after-intro.png");
+        quit(rig);
+    }
+
+    // Ends the app as the session would; in a sanitizer build its leak
+    // check decides the exit status.
+    static void quit(DemoAppRig& rig)
+    {
+        rig.app.signal(SIGTERM);
+        EXPECT_EQ(rig.app.waitForExit(30s), 0) << rig.log();
+    }
+
+    // How many pixels of a picture are of a vivid colour (far from grey).
+    static int vividPixels(const QImage& image)
+    {
+        int vivid = 0;
+        for (int y = 0; y < image.height(); ++y) {
+            for (int x = 0; x < image.width(); ++x) {
+                const QColor c = image.pixelColor(x, y);
+                vivid += std::max({c.red(), c.green(), c.blue()}) - std::min({c.red(), c.green(), c.blue()}) > 80;
+            }
+        }
+        return vivid;
+    }
+
+    QString artifact(const QString& language, int page, const char* suffix = "") const
+    {
+        return QStringLiteral("%1/%2-page-%3%4.png").arg(artifacts, language).arg(page).arg(suffix);
+    }
+
+    XDisplay display;
+    QString artifacts = QStringLiteral(QUILLON_ARTIFACT_DIR "/onboarding");
+};
+
+TEST_F(OnboardingTest, FirstLaunchInEnglishWalksSixPagesAndOpensThePanel)
+{
+    walkThrough("en", true);
+}
+
+TEST_F(OnboardingTest, FirstLaunchInGermanWalksSixPagesAndOpensThePanel)
+{
+    walkThrough("de", false);
+}
+
+// A launch after this version's intro was completed presents the panel; one
+// after an older version's shows the intro again (and not the panel).
+TEST_F(OnboardingTest, IntroReturnsOnlyForANewVersion)
+{
+    {
+        DemoAppRig rig;
+        ASSERT_TRUE(startApp(rig, "en", QUILLON_VERSION));
+        ASSERT_TRUE(waitUntil([&] { return iconShown(); }, 15s)) << "no tray icon";
+        EXPECT_TRUE(waitUntil([&] { return panelShown(); }, 5s)) << "the panel did not present itself";
+        EXPECT_FALSE(intro().has_value());
+    }
+    ASSERT_TRUE(waitUntil([&] { return !iconShown(); }, 10s)) << "the first app did not go";
+    {
+        DemoAppRig rig;
+        ASSERT_TRUE(startApp(rig, "en", "0.0.1"));
+        ASSERT_TRUE(waitUntil([&] { return intro().has_value(); }, 15s)) << "no welcome window after an update";
+        QTest::qWait(kSettleMs + 700);
+        EXPECT_FALSE(panelShown());
+        // Escape closes it early: no panel.
+        display.key(*intro(), "Escape");
+        EXPECT_TRUE(waitUntil([&] { return !intro().has_value(); }, 5s)) << "Escape did not close the intro";
+        QTest::qWait(800);
+        EXPECT_FALSE(panelShown()) << "an intro closed early opens no panel";
+        QSettings demoSettings(rig.demoDirectory() + "/Quillon.conf", QSettings::IniFormat);
+        EXPECT_EQ(demoSettings.value("onboardingSeenVersion").toString(), "0.0.1");
+        quit(rig);
+    }
+}
+
+} // namespace
+} // namespace quillon::test
