@@ -16,6 +16,8 @@ packages=(
   qt6-svg-dev libqt6svg6
   # GUI tests and the headless demo: a virtual display, a tray, clicks.
   xvfb trayer xdotool
+  # Global shortcuts on X11: key grabs on the root window.
+  libxcb1-dev
   # The Debian package: CPack's dependency scan.
   dpkg-dev file
 )

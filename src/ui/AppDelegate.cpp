@@ -1,6 +1,7 @@
 #include "AppDelegate.h"
 
 #include "AppServices.h"
+#include "Hotkeys.h"
 #include "LaunchRecord.h"
 #include "app/Settings.h"
 #include "app/Translations.h"
@@ -67,6 +68,38 @@ void AppDelegate::applicationDidFinishLaunching()
     // A new or updated build presents itself once.
     if (LaunchRecord::recordLaunch(settings, m_options.build))
         QTimer::singleShot(LaunchRecord::kFirstOpenDelayMs, this, &AppDelegate::openPopover);
+
+    wireHotkeys();
+}
+
+void AppDelegate::wireHotkeys()
+{
+    m_hotkeys = std::make_unique<Hotkeys>(m_services->globalShortcuts());
+    m_hotkeys->setHandler([this](Hotkeys::Action action) {
+        app::SleepManager& manager = *m_manager;
+        if (action == Hotkeys::Action::toggleKeepAwake) {
+            using Kind = app::SleepManager::Kind;
+            if (manager.activeKinds().isEmpty()) {
+                manager.apply({Kind::system, Kind::display},
+                    m_services->clock().now().addSecs(static_cast<qint64>(app::SleepManager::defaultToggleSeconds)));
+            } else {
+                manager.apply({}, std::nullopt); // every assertion stopped, no kinds, no expiry
+            }
+        } else if (manager.fan()->helperInstalled()) {
+            manager.fan()->setFansEnabled(!manager.fan()->fansEnabled());
+        }
+    });
+    // On when the key is absent or not a Boolean (Settings reads it so);
+    // the settings window switches them live through the same key.
+    app::Settings& settings = m_services->settings();
+    const auto apply = [this, &settings] {
+        m_hotkeys->setEnabled(settings.flag(app::Settings::Key::hotkeysEnabled));
+    };
+    apply();
+    connect(&settings, &app::Settings::changed, m_hotkeys.get(), [apply](const QString& key) {
+        if (key == QLatin1String(app::Settings::Key::hotkeysEnabled))
+            apply();
+    });
 }
 
 void AppDelegate::buildPanel()
@@ -87,6 +120,10 @@ bool AppDelegate::startScripting(QString& error)
         [this] { return iconState(); },
         [this] { openPopover(); },
         [this] { quit(); },
+        [this] {
+            return m_hotkeys ? StatusReport::HotkeyStatus{m_hotkeys->installed(), m_hotkeys->state()}
+                             : StatusReport::HotkeyStatus{};
+        },
     };
     m_scripting = std::make_unique<ScriptingService>(*m_manager, m_services->helperLink(), std::move(hooks));
     return m_scripting->registerOn(QDBusConnection::sessionBus(), error);

@@ -15,6 +15,7 @@ class SleepManager;
 namespace quillon::ui {
 
 class AppServices;
+class Hotkeys;
 class PanelViews;
 class PanelWindow;
 class RenderOverlay;
@@ -58,6 +59,7 @@ private:
     void scheduleIconUpdate();
     void updateIcon();
     void languageChanged();
+    void wireHotkeys();
 
     Options m_options;
     std::unique_ptr<AppServices> m_services;
@@ -67,6 +69,7 @@ private:
     std::unique_ptr<PanelWindow> m_panel;
     std::unique_ptr<RenderOverlay> m_overlay;
     std::unique_ptr<ScriptingService> m_scripting;
+    std::unique_ptr<Hotkeys> m_hotkeys;
     QTimer m_iconUpdate;
 };
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ui/scripting/StatusReport.h"
 #include "ui/tray/IconState.h"
 
 #include <QDBusConnection>
@@ -29,6 +30,7 @@ public:
         std::function<IconState()> iconState;
         std::function<void()> showPanel;
         std::function<void()> quit;
+        std::function<StatusReport::HotkeyStatus()> hotkeys; // may be empty: reported off
     };
 
     ScriptingService(app::SleepManager& manager, app::HelperLink& link, Hooks hooks, QObject* parent = nullptr);

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "platform/GlobalShortcuts.h"
+
+#include <QDBusConnection>
+#include <memory>
+
+namespace quillon::platform::linux_ {
+
+class PortalGlobalShortcuts;
+class X11GlobalShortcuts;
+
+// The Linux choice of mechanism: the GlobalShortcuts portal where the
+// session has one that binds them; otherwise (no portal, a refusal, no
+// answer) X11 key grabs when the app runs on X11; otherwise nothing, with
+// the reason in state().problem.
+class LinuxGlobalShortcuts : public GlobalShortcuts {
+    Q_OBJECT
+public:
+    explicit LinuxGlobalShortcuts(QDBusConnection sessionBus, int portalAnswerMs = 2000, QObject* parent = nullptr);
+    ~LinuxGlobalShortcuts() override;
+
+    void registerShortcuts(const QList<Shortcut>& shortcuts) override;
+    void unregisterShortcuts() override;
+    State state() const override { return m_state; }
+
+private:
+    void portalChanged();
+    void tryX11(const QString& portalProblem);
+    void setState(State state);
+
+    std::unique_ptr<PortalGlobalShortcuts> m_portal;
+    std::unique_ptr<X11GlobalShortcuts> m_x11; // made at the first fallback
+    QList<Shortcut> m_shortcuts;
+    bool m_wanted = false;
+    bool m_onX11 = false;
+    State m_state;
+};
+
+} // namespace quillon::platform::linux_
