@@ -92,9 +92,12 @@ bool enterDemo(DemoMode& demo, AppDelegate::Options& options, std::unique_ptr<Si
     qputenv("QUILLON_SMC", demo.smcSetting().toLocal8Bit());
     qputenv("QUILLON_HELPER_BUS", demo.busAddress().toLocal8Bit());
     // The demo leaves the user's settings and autostart entry alone, and
-    // shows the simulated Mac's temperature beside the icon.
+    // shows the simulated Mac's temperature beside the icon. It takes the
+    // same global shortcuts as the app, so the user's choice about those holds.
     options.settingsFile = demo.directory() + QStringLiteral("/Quillon.conf");
-    app::Settings(options.settingsFile).setFlag(app::Settings::Key::showTempInMenuBar, true);
+    app::Settings demoSettings(options.settingsFile);
+    demoSettings.setFlag(app::Settings::Key::showTempInMenuBar, true);
+    demoSettings.setFlag(app::Settings::Key::hotkeysEnabled, app::Settings().flag(app::Settings::Key::hotkeysEnabled));
     options.loginItem = LoginItem(demo.directory(), {}, QApplication::applicationFilePath());
     load = std::make_unique<SimulatedLoad>(std::make_unique<smc::SharedSimClient>(demo.socketPath().toStdString()));
     options.load = load.get();
