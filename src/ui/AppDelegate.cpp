@@ -89,17 +89,7 @@ void AppDelegate::wireHotkeys()
             manager.fan()->setFansEnabled(!manager.fan()->fansEnabled());
         }
     });
-    // On when the key is absent or not a Boolean (Settings reads it so);
-    // the settings window switches them live through the same key.
-    app::Settings& settings = m_services->settings();
-    const auto apply = [this, &settings] {
-        m_hotkeys->setEnabled(settings.flag(app::Settings::Key::hotkeysEnabled));
-    };
-    apply();
-    connect(&settings, &app::Settings::changed, m_hotkeys.get(), [apply](const QString& key) {
-        if (key == QLatin1String(app::Settings::Key::hotkeysEnabled))
-            apply();
-    });
+    m_hotkeys->followSetting(m_services->settings());
 }
 
 void AppDelegate::buildPanel()

@@ -1,5 +1,7 @@
 #include "Hotkeys.h"
 
+#include "app/Settings.h"
+
 #include <QTimer>
 
 namespace quillon::ui {
@@ -33,6 +35,15 @@ void Hotkeys::setEnabled(bool on)
         m_shortcuts.registerShortcuts(shortcuts());
     else
         m_shortcuts.unregisterShortcuts();
+}
+
+void Hotkeys::followSetting(app::Settings& settings)
+{
+    setEnabled(settings.flag(app::Settings::Key::hotkeysEnabled));
+    connect(&settings, &app::Settings::changed, this, [this, &settings](const QString& key) {
+        if (key == QLatin1String(app::Settings::Key::hotkeysEnabled))
+            setEnabled(settings.flag(app::Settings::Key::hotkeysEnabled));
+    });
 }
 
 void Hotkeys::pressed(const QString& id)

@@ -5,6 +5,10 @@
 #include <QObject>
 #include <functional>
 
+namespace quillon::app {
+class Settings;
+}
+
 namespace quillon::ui {
 
 // The two system-wide shortcuts (Part 8.3): Super+Alt+K toggles keep-awake,
@@ -30,6 +34,9 @@ public:
     // state already in place does nothing.
     void setEnabled(bool on);
     bool installed() const { return m_installed; }
+    // Switches by "hotkeysEnabled" now (on when absent or not a Boolean) and
+    // again whenever the key changes, as the settings window changes it.
+    void followSetting(app::Settings& settings);
     // Whether the platform holds them now, through what, or why not.
     platform::GlobalShortcuts::State state() const { return m_shortcuts.state(); }
 

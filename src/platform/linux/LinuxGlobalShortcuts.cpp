@@ -39,7 +39,7 @@ void LinuxGlobalShortcuts::portalChanged()
     if (!m_wanted || m_onX11)
         return;
     const State portal = m_portal->state();
-    if (portal.held || portal.pending)
+    if (portal.held || portal.pending || !portal.through.isEmpty()) // the portal holds them, or some
         setState(portal);
     else if (!portal.problem.isEmpty())
         tryX11(portal.problem);

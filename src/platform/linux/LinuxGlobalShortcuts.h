@@ -11,9 +11,10 @@ class PortalGlobalShortcuts;
 class X11GlobalShortcuts;
 
 // The Linux choice of mechanism: the GlobalShortcuts portal where the
-// session has one that binds them; otherwise (no portal, a refusal, no
-// answer) X11 key grabs when the app runs on X11; otherwise nothing, with
-// the reason in state().problem.
+// session has one that binds them (also when it binds only some: the user
+// decides there); otherwise (no portal, a refusal, no answer) X11 key grabs
+// when the app runs on X11; otherwise nothing, with the reason in
+// state().problem.
 class LinuxGlobalShortcuts : public GlobalShortcuts {
     Q_OBJECT
 public:

@@ -9,6 +9,7 @@
 #include <QDBusPendingReply>
 #include <QDBusVariant>
 #include <QTimer>
+#include <algorithm>
 #include <atomic>
 
 namespace quillon::platform::linux_::portal_detail {
@@ -239,7 +240,20 @@ void PortalGlobalShortcuts::onResponse(quint32 response, const QVariantMap& resu
     }
     m_step = Step::bound;
     m_bus.connect(kService, kPath, kInterface, QStringLiteral("Activated"), this, kActivatedSlot);
-    setState({true, false, QStringLiteral("portal"), {}});
+    // The portal may bind only some of them (the user declined one, or it
+    // clashes with the desktop's own); those it left out are not held.
+    QStringList missing;
+    if (results.contains(QStringLiteral("shortcuts"))) {
+        QList<PortalShortcut> bound;
+        results.value(QStringLiteral("shortcuts")).value<QDBusArgument>() >> bound;
+        for (const Shortcut& shortcut : std::as_const(m_shortcuts)) {
+            if (std::none_of(bound.begin(), bound.end(), [&](const PortalShortcut& b) { return b.id == shortcut.id; }))
+                missing << shortcut.id;
+        }
+    }
+    setState({missing.isEmpty(), false, QStringLiteral("portal"),
+        missing.isEmpty() ? QString()
+                          : QStringLiteral("the GlobalShortcuts portal did not bind %1").arg(missing.join(QStringLiteral(", ")))});
 }
 
 void PortalGlobalShortcuts::onActivated(

@@ -145,6 +145,22 @@ TEST_F(PortalShortcutsTest, SaysWhyWhenThePortalCannotBind)
     }
 }
 
+// A portal that binds only some: those are held there (and reported), the
+// rest are not, and no X11 grab competes with the portal.
+TEST_F(PortalShortcutsTest, APartialBindIsNoFullHold)
+{
+    startPortal("portal-partial");
+    LinuxGlobalShortcuts shortcuts(bus.connection(), 500);
+    QSignalSpy pressed(&shortcuts, &GlobalShortcuts::activated);
+    shortcuts.registerShortcuts(kShortcuts);
+    ASSERT_TRUE(settled(shortcuts));
+    EXPECT_FALSE(shortcuts.state().held);
+    EXPECT_EQ(shortcuts.state().through, "portal");
+    EXPECT_EQ(shortcuts.state().problem, "the GlobalShortcuts portal did not bind toggle-fan-boost");
+    press("toggle-keep-awake");
+    ASSERT_TRUE(waitUntil([&] { return pressed.size() == 1; }));
+}
+
 // The choice of mechanism in a process without X11 (as on Wayland): the
 // portal where it binds, otherwise nothing, and why.
 TEST_F(PortalShortcutsTest, WithoutX11OnlyThePortalCanHoldThem)

@@ -7,6 +7,7 @@ argument chooses how it behaves:
                    after replying, as a working backend does
   portal-refusing  BindShortcuts answers Response 2 (the backend failed)
   portal-silent    BindShortcuts never answers (a dialog nobody confirms)
+  portal-partial   BindShortcuts binds only the first shortcut asked for
   no-interface     the portal service without the GlobalShortcuts interface
                    (its "version" property is unknown), as older portals
 
@@ -73,6 +74,7 @@ class Probe(dbus.service.Object):
 
 class Portal(dbus.service.Object):
     bind_answer = 0  # None: never answers
+    partial = False
     has_interface = True
 
     @dbus.service.method('org.freedesktop.DBus.Properties', in_signature='ss', out_signature='v')
@@ -102,11 +104,18 @@ class Portal(dbus.service.Object):
         if str(session) not in sessions:
             raise dbus.exceptions.DBusException('no session', name='org.freedesktop.portal.Error.NotFound')
         request = self.request(sender, options)
+        if self.partial:
+            shortcuts = shortcuts[:1]
+        results = {}
         if self.bind_answer == 0:
             sessions[str(session)] = {str(i): str(p.get('preferred_trigger', '')) for i, p in shortcuts}
+            results['shortcuts'] = dbus.Array(
+                [(i, dbus.Dictionary({'description': p.get('description', ''),
+                                      'trigger_description': p.get('preferred_trigger', '')}, signature='sv'))
+                 for i, p in shortcuts], signature='(sa{sv})')
         if self.bind_answer is not None:
             answer = self.bind_answer
-            later(lambda: request.Response(dbus.UInt32(answer), dbus.Dictionary({}, signature='sv')))
+            later(lambda: request.Response(dbus.UInt32(answer), dbus.Dictionary(results, signature='sv')))
         return dbus.ObjectPath(request.__dbus_object_path__)
 
     @dbus.service.signal(IFACE, signature='osta{sv}')
@@ -122,12 +131,17 @@ class SilentPortal(Portal):
     bind_answer = None
 
 
+class PartialPortal(Portal):
+    partial = True
+
+
 class PortalWithoutInterface(Portal):
     has_interface = False
 
 
 KINDS = {'portal': Portal, 'portal-refusing': RefusingPortal, 'portal-silent': SilentPortal,
-         'no-interface': PortalWithoutInterface}
+         'no-interface': PortalWithoutInterface,
+         'portal-partial': PartialPortal}
 
 if __name__ == '__main__':
     dbus.mainloop.glib.DBusGMainLoop(set_as_default=True)

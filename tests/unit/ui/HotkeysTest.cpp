@@ -1,9 +1,12 @@
 // The hotkeys over a fake platform: switching is idempotent, presses reach
 // the handler by action, on the main thread and only after the press's own
 // delivery has returned; unknown ids and presses without a handler do nothing.
+#include "app/Settings.h"
 #include "ui/Hotkeys.h"
 
 #include <QCoreApplication>
+#include <QFile>
+#include <QTemporaryDir>
 #include <QTest>
 #include <QThread>
 #include <gtest/gtest.h>
@@ -113,6 +116,43 @@ TEST(Hotkeys, GivesTheShortcutsUpWhenItGoes)
         Hotkeys hotkeys(platform);
         hotkeys.setEnabled(true);
     }
+    EXPECT_EQ(platform.unregistrations, 1);
+}
+
+// "hotkeysEnabled": on when absent or unreadable, and a change of the key
+// (the settings window's switch) takes effect at once.
+TEST(Hotkeys, FollowTheSettingLive)
+{
+    using quillon::app::Settings;
+    QTemporaryDir dir;
+    {
+        QFile file(dir.filePath("garbled.ini"));
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write("[General]\nhotkeysEnabled=maybe\n");
+    }
+    for (const char* name : {"absent.ini", "garbled.ini"}) {
+        Settings settings(dir.filePath(name));
+        FakeShortcuts platform;
+        Hotkeys hotkeys(platform);
+        hotkeys.followSetting(settings);
+        EXPECT_TRUE(hotkeys.installed()) << name;
+    }
+
+    Settings settings(dir.filePath("live.ini"));
+    settings.setFlag(Settings::Key::hotkeysEnabled, false);
+    FakeShortcuts platform;
+    Hotkeys hotkeys(platform);
+    hotkeys.followSetting(settings);
+    EXPECT_FALSE(hotkeys.installed());
+    EXPECT_EQ(platform.registrations, 0);
+    settings.setFlag(Settings::Key::hotkeysEnabled, true);
+    EXPECT_TRUE(hotkeys.installed());
+    EXPECT_EQ(platform.registrations, 1);
+    settings.setFlag(Settings::Key::showTempInMenuBar, true); // another key: nothing
+    settings.setFlag(Settings::Key::hotkeysEnabled, true);
+    EXPECT_EQ(platform.registrations, 1);
+    settings.setFlag(Settings::Key::hotkeysEnabled, false);
+    EXPECT_FALSE(hotkeys.installed());
     EXPECT_EQ(platform.unregistrations, 1);
 }
 
