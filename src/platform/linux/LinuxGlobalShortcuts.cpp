@@ -5,9 +5,12 @@
 
 namespace quillon::platform::linux_ {
 
-LinuxGlobalShortcuts::LinuxGlobalShortcuts(QDBusConnection sessionBus, int portalAnswerMs, QObject* parent)
+LinuxGlobalShortcuts::LinuxGlobalShortcuts(
+    QDBusConnection sessionBus, int portalAnswerMs, int confirmMs, QObject* parent)
     : GlobalShortcuts(parent)
     , m_portal(std::make_unique<PortalGlobalShortcuts>(std::move(sessionBus), portalAnswerMs))
+    , m_portalAnswerMs(portalAnswerMs)
+    , m_confirmMs(confirmMs)
 {
     connect(m_portal.get(), &GlobalShortcuts::activated, this, &GlobalShortcuts::activated);
     connect(m_portal.get(), &GlobalShortcuts::stateChanged, this, &LinuxGlobalShortcuts::portalChanged);
@@ -20,6 +23,7 @@ void LinuxGlobalShortcuts::registerShortcuts(const QList<Shortcut>& shortcuts)
     unregisterShortcuts();
     m_shortcuts = shortcuts;
     m_wanted = true;
+    m_portal->setAnswerMs(X11GlobalShortcuts::available() ? m_portalAnswerMs : m_confirmMs);
     m_portal->registerShortcuts(shortcuts);
 }
 

@@ -15,10 +15,18 @@ class X11GlobalShortcuts;
 // decides there); otherwise (no portal, a refusal, no answer) X11 key grabs
 // when the app runs on X11; otherwise nothing, with the reason in
 // state().problem.
+//
+// The portal gets portalAnswerMs to answer where X11 could take over, and
+// confirmMs where nothing could: there its desktop may first ask the user
+// (GNOME shows a dialog), and giving up early would leave no shortcuts.
 class LinuxGlobalShortcuts : public GlobalShortcuts {
     Q_OBJECT
 public:
-    explicit LinuxGlobalShortcuts(QDBusConnection sessionBus, int portalAnswerMs = 2000, QObject* parent = nullptr);
+    static constexpr int defaultPortalAnswerMs = 2000;
+    static constexpr int defaultConfirmMs = 120000;
+
+    explicit LinuxGlobalShortcuts(QDBusConnection sessionBus, int portalAnswerMs = defaultPortalAnswerMs,
+        int confirmMs = defaultConfirmMs, QObject* parent = nullptr);
     ~LinuxGlobalShortcuts() override;
 
     void registerShortcuts(const QList<Shortcut>& shortcuts) override;
@@ -35,6 +43,8 @@ private:
     QList<Shortcut> m_shortcuts;
     bool m_wanted = false;
     bool m_onX11 = false;
+    int m_portalAnswerMs;
+    int m_confirmMs;
     State m_state;
 };
 

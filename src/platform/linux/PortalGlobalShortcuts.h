@@ -30,6 +30,8 @@ public:
     void registerShortcuts(const QList<Shortcut>& shortcuts) override;
     void unregisterShortcuts() override;
     State state() const override { return m_state; }
+    // How long the next registration waits for each Response.
+    void setAnswerMs(int ms) { m_answerMs = ms; }
 
     // "LOGO+ALT+k": the portal's trigger text for Super+Alt+key.
     static QString triggerFor(char key);
