@@ -25,10 +25,10 @@ public:
     };
 
     struct State {
-        bool held = false; // the shortcuts are registered and will be reported
+        bool held = false;    // the shortcuts are registered and will be reported
         bool pending = false; // a registration is under way
-        QString through;   // "portal" or "X11" while held, else empty
-        QString problem;   // why they are not held after a failed registration, else empty
+        QString through;      // "portal" or "X11" while held, else empty
+        QString problem;      // why they are not held after a failed registration, else empty
     };
 
     using QObject::QObject;

@@ -19,7 +19,10 @@ namespace quillon::ui {
 class Hotkeys : public QObject {
     Q_OBJECT
 public:
-    enum class Action { toggleKeepAwake, toggleFanBoost };
+    enum class Action {
+        toggleKeepAwake,
+        toggleFanBoost
+    };
     using Handler = std::function<void(Action)>;
 
     // The shortcut ids the platform reports presses by.

@@ -54,8 +54,8 @@ TEST_F(HotkeysGuiTest, SuperAltKAndLToggleKeepAwakeAndFanControl)
     ASSERT_TRUE(startApp());
     ASSERT_TRUE(waitUntil([&] { return section("hotkeys").value("held").toBool(); }, 10s))
         << "hotkeys: " << QJsonDocument(section("hotkeys")).toJson().toStdString();
-    EXPECT_EQ(section("hotkeys"),
-        (QJsonObject{{"enabled", true}, {"held", true}, {"through", "X11"}, {"problem", ""}}));
+    EXPECT_EQ(
+        section("hotkeys"), (QJsonObject{{"enabled", true}, {"held", true}, {"through", "X11"}, {"problem", ""}}));
 
     // Keep-awake: system and display for 24 hours, then everything off.
     ASSERT_TRUE(awakeKinds().isEmpty());
@@ -83,8 +83,7 @@ TEST_F(HotkeysGuiTest, SwitchedOffInTheSettingsTheKeysDoNothing)
 {
     ASSERT_TRUE(writeFile(rig.home.filePath("config/quillon/Quillon.ini"), "[General]\nhotkeysEnabled=false\n"));
     ASSERT_TRUE(startApp());
-    EXPECT_EQ(section("hotkeys"),
-        (QJsonObject{{"enabled", false}, {"held", false}, {"through", ""}, {"problem", ""}}));
+    EXPECT_EQ(section("hotkeys"), (QJsonObject{{"enabled", false}, {"held", false}, {"through", ""}, {"problem", ""}}));
     ASSERT_TRUE(waitUntil([&] { return section("helper").value("installed").toBool(); }, 10s));
     press("super+alt+k");
     press("super+alt+l");

@@ -180,7 +180,8 @@ void PortalGlobalShortcuts::createSession()
     const QString sessionToken = nextToken();
     awaitRequest(token);
     QDBusMessage call = QDBusMessage::createMethodCall(kService, kPath, kInterface, QStringLiteral("CreateSession"));
-    call << QVariantMap{{QStringLiteral("handle_token"), token}, {QStringLiteral("session_handle_token"), sessionToken}};
+    call << QVariantMap{
+        {QStringLiteral("handle_token"), token}, {QStringLiteral("session_handle_token"), sessionToken}};
     auto* watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(call, DBusTimeouts::callMs), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher, generation = m_generation] {
         watcher->deleteLater();
@@ -224,9 +225,11 @@ void PortalGlobalShortcuts::onResponse(quint32 response, const QVariantMap& resu
         return;
     stopAwaiting();
     if (response != 0) {
-        const QString what = step == Step::creatingSession ? QStringLiteral("a session") : QStringLiteral("the shortcuts");
-        fail(response == 1 ? QStringLiteral("binding the shortcuts was cancelled in the GlobalShortcuts portal")
-                           : QStringLiteral("the GlobalShortcuts portal refused %1 (response %2)").arg(what).arg(response));
+        const QString what
+            = step == Step::creatingSession ? QStringLiteral("a session") : QStringLiteral("the shortcuts");
+        fail(response == 1
+                ? QStringLiteral("binding the shortcuts was cancelled in the GlobalShortcuts portal")
+                : QStringLiteral("the GlobalShortcuts portal refused %1 (response %2)").arg(what).arg(response));
         return;
     }
     if (step == Step::creatingSession) {
@@ -252,8 +255,9 @@ void PortalGlobalShortcuts::onResponse(quint32 response, const QVariantMap& resu
         }
     }
     setState({missing.isEmpty(), false, QStringLiteral("portal"),
-        missing.isEmpty() ? QString()
-                          : QStringLiteral("the GlobalShortcuts portal did not bind %1").arg(missing.join(QStringLiteral(", ")))});
+        missing.isEmpty()
+            ? QString()
+            : QStringLiteral("the GlobalShortcuts portal did not bind %1").arg(missing.join(QStringLiteral(", ")))});
 }
 
 void PortalGlobalShortcuts::onActivated(

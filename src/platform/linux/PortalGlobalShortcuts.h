@@ -24,7 +24,8 @@ class PortalGlobalShortcuts : public GlobalShortcuts {
 public:
     static constexpr int defaultAnswerMs = 2000;
 
-    explicit PortalGlobalShortcuts(QDBusConnection sessionBus, int answerMs = defaultAnswerMs, QObject* parent = nullptr);
+    explicit PortalGlobalShortcuts(
+        QDBusConnection sessionBus, int answerMs = defaultAnswerMs, QObject* parent = nullptr);
     ~PortalGlobalShortcuts() override;
 
     void registerShortcuts(const QList<Shortcut>& shortcuts) override;
@@ -41,7 +42,13 @@ private slots:
     void onActivated(const QDBusObjectPath& session, const QString& id, qulonglong timestamp, const QVariantMap&);
 
 private:
-    enum class Step { idle, probing, creatingSession, binding, bound };
+    enum class Step {
+        idle,
+        probing,
+        creatingSession,
+        binding,
+        bound
+    };
 
     void probed(bool present, const QString& problem);
     void createSession();

@@ -4,7 +4,6 @@
 #include <QGuiApplication>
 #include <QStringList>
 #include <QtGui/qguiapplication_platform.h>
-
 #include <cstdlib>
 #include <memory>
 #include <xcb/xcb.h>
@@ -20,8 +19,7 @@ constexpr std::uint16_t kModifierBits = 0xff; // Shift .. Mod5; the rest are mou
 struct FreeDeleter {
     void operator()(void* p) const { std::free(p); }
 };
-template <typename T>
-using Reply = std::unique_ptr<T, FreeDeleter>;
+template <typename T> using Reply = std::unique_ptr<T, FreeDeleter>;
 
 xcb_connection_t* qtConnection()
 {
@@ -41,8 +39,8 @@ struct KeyboardMap {
         KeyboardMap map;
         map.first = setup->min_keycode;
         const int count = setup->max_keycode - setup->min_keycode + 1;
-        Reply<xcb_get_keyboard_mapping_reply_t> reply(
-            xcb_get_keyboard_mapping_reply(c, xcb_get_keyboard_mapping(c, map.first, static_cast<std::uint8_t>(count)), nullptr));
+        Reply<xcb_get_keyboard_mapping_reply_t> reply(xcb_get_keyboard_mapping_reply(
+            c, xcb_get_keyboard_mapping(c, map.first, static_cast<std::uint8_t>(count)), nullptr));
         if (!reply)
             return map;
         map.perKeycode = reply->keysyms_per_keycode;

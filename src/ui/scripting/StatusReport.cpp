@@ -153,8 +153,8 @@ QJsonObject StatusReport::build(
             QJsonObject{{"installed", fan.helperInstalled()}, {"connected", helperConnected},
                 {"message", text(fan.statusMessage())}}},
         {"hotkeys",
-            QJsonObject{{"enabled", hotkeys.enabled}, {"held", hotkeys.state.held},
-                {"through", hotkeys.state.through}, {"problem", hotkeys.state.problem}}},
+            QJsonObject{{"enabled", hotkeys.enabled}, {"held", hotkeys.state.held}, {"through", hotkeys.state.through},
+                {"problem", hotkeys.state.problem}}},
         {"active", manager.anythingActive()}, {"icon", icon.active ? "active" : "idle"}, {"title", text(icon.title)}};
 }
 

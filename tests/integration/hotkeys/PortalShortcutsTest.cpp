@@ -83,8 +83,7 @@ TEST_F(PortalShortcutsTest, BindsReportsPressesAndClosesItsSession)
     EXPECT_TRUE(shortcuts.state().held) << shortcuts.state().problem.toStdString();
     EXPECT_EQ(shortcuts.state().through, "portal");
     EXPECT_EQ(shortcuts.state().problem, "");
-    EXPECT_EQ(sessions(),
-        QList<Bindings>({{{"toggle-keep-awake", "LOGO+ALT+k"}, {"toggle-fan-boost", "LOGO+ALT+l"}}}));
+    EXPECT_EQ(sessions(), QList<Bindings>({{{"toggle-keep-awake", "LOGO+ALT+k"}, {"toggle-fan-boost", "LOGO+ALT+l"}}}));
 
     press("toggle-fan-boost");
     press("toggle-keep-awake");
@@ -187,8 +186,8 @@ TEST_F(PortalShortcutsTest, WithoutX11OnlyThePortalCanHoldThem)
         LinuxGlobalShortcuts shortcuts(bus.connection(), 100, 500);
         shortcuts.registerShortcuts(kShortcuts);
         ASSERT_TRUE(settled(shortcuts));
-        EXPECT_EQ(shortcuts.state().problem,
-            "the GlobalShortcuts portal did not answer within 0.5 s and not an X11 session");
+        EXPECT_EQ(
+            shortcuts.state().problem, "the GlobalShortcuts portal did not answer within 0.5 s and not an X11 session");
     }
     portal.reset();
     startPortal("portal");

@@ -84,8 +84,8 @@ public:
     {
         const xcb_setup_t* setup = xcb_get_setup(m_c);
         const int count = setup->max_keycode - setup->min_keycode + 1;
-        auto* reply
-            = xcb_get_keyboard_mapping_reply(m_c, xcb_get_keyboard_mapping(m_c, setup->min_keycode, static_cast<uint8_t>(count)), nullptr);
+        auto* reply = xcb_get_keyboard_mapping_reply(
+            m_c, xcb_get_keyboard_mapping(m_c, setup->min_keycode, static_cast<uint8_t>(count)), nullptr);
         xcb_keycode_t found = 0;
         const xcb_keysym_t* syms = xcb_get_keyboard_mapping_keysyms(reply);
         for (int i = 0; i < count && found == 0; ++i) {
@@ -171,8 +171,8 @@ TEST_F(X11ShortcutsTest, ReportsSuperAltKAndLAlsoWithTheLocksOn)
     toggleCapsLock();
     xdotool({"key", "super+alt+l"});
     ASSERT_TRUE(waitUntil([&] { return pressed.size() == 4; })) << "with NumLock and CapsLock on";
-    EXPECT_EQ(ids(pressed),
-        QStringList({"toggle-keep-awake", "toggle-fan-boost", "toggle-keep-awake", "toggle-fan-boost"}));
+    EXPECT_EQ(
+        ids(pressed), QStringList({"toggle-keep-awake", "toggle-fan-boost", "toggle-keep-awake", "toggle-fan-boost"}));
 
     // Other combinations are not ours.
     xdotool({"key", "alt+k", "super+k", "super+alt+shift+k", "ctrl+super+alt+l", "super+alt+j"});

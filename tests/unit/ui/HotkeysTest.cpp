@@ -1,8 +1,9 @@
 // The hotkeys over a fake platform: switching is idempotent, presses reach
 // the handler by action, on the main thread and only after the press's own
 // delivery has returned; unknown ids and presses without a handler do nothing.
-#include "app/Settings.h"
 #include "ui/Hotkeys.h"
+
+#include "app/Settings.h"
 
 #include <QCoreApplication>
 #include <QFile>
