@@ -21,9 +21,17 @@ struct FreeDeleter {
 };
 template <typename T> using Reply = std::unique_ptr<T, FreeDeleter>;
 
+// The GUI application, if this process has one (qGuiApp would cast any
+// application object blindly).
+QGuiApplication* guiApplication()
+{
+    return qobject_cast<QGuiApplication*>(QCoreApplication::instance());
+}
+
 xcb_connection_t* qtConnection()
 {
-    auto* x11 = qGuiApp ? qGuiApp->nativeInterface<QNativeInterface::QX11Application>() : nullptr;
+    QGuiApplication* app = guiApplication();
+    auto* x11 = app ? app->nativeInterface<QNativeInterface::QX11Application>() : nullptr;
     return x11 ? x11->connection() : nullptr;
 }
 
@@ -106,7 +114,7 @@ X11GlobalShortcuts::X11GlobalShortcuts(QObject* parent)
 X11GlobalShortcuts::~X11GlobalShortcuts()
 {
     // The connection goes with the application: nothing to give back then.
-    if (m_connection && qGuiApp) {
+    if (m_connection && guiApplication()) {
         unregisterShortcuts();
         QCoreApplication::instance()->removeNativeEventFilter(this);
     }
@@ -155,8 +163,10 @@ void X11GlobalShortcuts::registerShortcuts(const QList<Shortcut>& shortcuts)
             for (const xcb_keycode_t keycode : keycodes) {
                 for (const std::uint16_t modifiers : std::as_const(variants)) {
                     grabs.append({root, keycode, modifiers});
+                    // owner_events off: a press is reported on the root
+                    // window even while a window of ours has the focus.
                     cookies.append(xcb_grab_key_checked(
-                        m_connection, 1, root, modifiers, keycode, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
+                        m_connection, 0, root, modifiers, keycode, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
                 }
             }
         }

@@ -15,7 +15,8 @@ namespace quillon::platform::linux_ {
 // the app's Qt platform (xcb only): Super+Alt+letter (Mod4|Mod1), also with
 // CapsLock (Lock) and NumLock (whichever modifier bit the server's modifier
 // mapping gives Num_Lock) held, so that those states do not swallow a press.
-// Presses arrive through a native event filter; auto-repeat presses are
+// Presses arrive through a native event filter, on the root window even
+// while a window of ours has the focus; auto-repeat presses are
 // dropped. A key another client grabbed already is answered with BadAccess:
 // the checked grab receives the error itself (no X error handler runs, no
 // message is printed) and that shortcut is reported as taken.
