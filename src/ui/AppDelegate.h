@@ -41,7 +41,8 @@ public:
     ~AppDelegate() override;
 
     // The launch sequence: language, models, tray icon, panel, icon
-    // subscriptions, and a new build's first opening of the panel.
+    // subscriptions, a new build's first opening of the panel, and the global
+    // shortcuts (Super+Alt+K/L), switched by "hotkeysEnabled".
     void applicationDidFinishLaunching();
     // Exports the scripting interface on the session bus; false with the reason.
     bool startScripting(QString& error);
