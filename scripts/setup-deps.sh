@@ -18,6 +18,8 @@ packages=(
   fonts-noto-color-emoji
   # GUI tests and the headless demo: a virtual display, a tray, clicks.
   xvfb trayer xdotool
+  # Global shortcuts on X11: key grabs on the root window.
+  libxcb1-dev
   # The Debian package: CPack's dependency scan.
   dpkg-dev file
 )

@@ -1,6 +1,7 @@
 #include "AppDelegate.h"
 
 #include "AppServices.h"
+#include "Hotkeys.h"
 #include "LaunchRecord.h"
 #include "Relaunch.h"
 #include "app/Settings.h"
@@ -74,6 +75,28 @@ void AppDelegate::applicationDidFinishLaunching()
     // A new or updated build presents itself once; after its intro, the intro opens the panel.
     if (LaunchRecord::recordLaunch(settings, m_options.build) && !introShown)
         QTimer::singleShot(LaunchRecord::kFirstOpenDelayMs, this, &AppDelegate::openPopover);
+
+    wireHotkeys();
+}
+
+void AppDelegate::wireHotkeys()
+{
+    m_hotkeys = std::make_unique<Hotkeys>(m_services->globalShortcuts());
+    m_hotkeys->setHandler([this](Hotkeys::Action action) {
+        app::SleepManager& manager = *m_manager;
+        if (action == Hotkeys::Action::toggleKeepAwake) {
+            using Kind = app::SleepManager::Kind;
+            if (manager.activeKinds().isEmpty()) {
+                manager.apply({Kind::system, Kind::display},
+                    m_services->clock().now().addSecs(static_cast<qint64>(app::SleepManager::defaultToggleSeconds)));
+            } else {
+                manager.apply({}, std::nullopt); // every assertion stopped, no kinds, no expiry
+            }
+        } else if (manager.fan()->helperInstalled()) {
+            manager.fan()->setFansEnabled(!manager.fan()->fansEnabled());
+        }
+    });
+    m_hotkeys->followSetting(m_services->settings());
 }
 
 bool AppDelegate::startOnboarding()
@@ -133,6 +156,10 @@ bool AppDelegate::startScripting(QString& error)
         [this] { openPopover(); },
         [this] { showSettings(); },
         [this] { quit(); },
+        [this] {
+            return m_hotkeys ? StatusReport::HotkeyStatus{m_hotkeys->installed(), m_hotkeys->state()}
+                             : StatusReport::HotkeyStatus{};
+        },
     };
     m_scripting = std::make_unique<ScriptingService>(*m_manager, m_services->helperLink(), std::move(hooks));
     return m_scripting->registerOn(QDBusConnection::sessionBus(), error);

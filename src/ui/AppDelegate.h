@@ -16,6 +16,7 @@ namespace quillon::ui {
 
 class AppServices;
 class OnboardingController;
+class Hotkeys;
 class PanelViews;
 class PanelWindow;
 class RenderOverlay;
@@ -46,7 +47,8 @@ public:
 
     // The launch sequence: language, models, tray icon, panel, icon
     // subscriptions, the intro of a new version, and otherwise a new
-    // build's first opening of the panel.
+    // build's first opening of the panel; the global shortcuts
+    // (Super+Alt+K/L), switched by "hotkeysEnabled".
     void applicationDidFinishLaunching();
     // Exports the scripting interface on the session bus; false with the reason.
     bool startScripting(QString& error);
@@ -72,6 +74,7 @@ private:
     void scheduleIconUpdate();
     void updateIcon();
     void languageChanged();
+    void wireHotkeys();
 
     Options m_options;
     std::unique_ptr<AppServices> m_services;
@@ -84,6 +87,7 @@ private:
     std::unique_ptr<ScriptingService> m_scripting;
     std::unique_ptr<SettingsView> m_settingsView;
     std::unique_ptr<SettingsController> m_settingsWindow;
+    std::unique_ptr<Hotkeys> m_hotkeys;
     QTimer m_iconUpdate;
 };
 

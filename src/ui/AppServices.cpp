@@ -15,6 +15,7 @@
 #include "platform/SoundPlayer.h"
 #include "platform/ThermalPressure.h"
 #include "platform/linux/AppIdentity.h"
+#include "platform/linux/LinuxGlobalShortcuts.h"
 #include "platform/linux/LinuxPlatform.h"
 #include "platform/linux/PkexecRunner.h"
 
@@ -61,6 +62,7 @@ AppServices::AppServices(const QString& settingsFile)
     , m_runningApps(LinuxPlatform::runningApps())
     , m_displays(LinuxPlatform::externalDisplays())
     , m_processWatcher(LinuxPlatform::processWatcher())
+    , m_globalShortcuts(std::make_unique<platform::linux_::LinuxGlobalShortcuts>(QDBusConnection::sessionBus()))
 {
 }
 

@@ -17,6 +17,7 @@ class Settings;
 
 namespace quillon::platform {
 class ExternalDisplays;
+class GlobalShortcuts;
 class LidSensor;
 class LidSwitchOwner;
 class SoundPlayer;
@@ -53,6 +54,8 @@ public:
     std::unique_ptr<app::UninstallFlow> makeUninstallFlow();
     // The display probe, for the display server's screen signals.
     platform::ExternalDisplays& displays() { return *m_displays; }
+    // The desktop's global shortcuts (portal, else X11), for the hotkeys.
+    platform::GlobalShortcuts& globalShortcuts() { return *m_globalShortcuts; }
 
 private:
     std::unique_ptr<app::Settings> m_settings;
@@ -70,6 +73,7 @@ private:
     std::unique_ptr<platform::RunningApps> m_runningApps;
     std::unique_ptr<platform::ExternalDisplays> m_displays;
     std::unique_ptr<platform::ProcessWatcher> m_processWatcher;
+    std::unique_ptr<platform::GlobalShortcuts> m_globalShortcuts;
 };
 
 } // namespace quillon::ui

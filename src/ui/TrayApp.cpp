@@ -98,12 +98,14 @@ bool enterDemo(DemoMode& demo, AppDelegate::Options& options, std::unique_ptr<Si
     options.settingsFile = demo.directory() + QStringLiteral("/Quillon.conf");
     app::Settings settings(options.settingsFile);
     settings.setFlag(app::Settings::Key::showTempInMenuBar, true);
-    // It speaks the user's language, and skips an intro the user has
-    // already completed for this version.
+    // It speaks the user's language, skips an intro the user has already
+    // completed for this version, and takes the shortcuts only if the user
+    // lets the app take them.
     const app::Settings user;
     settings.setAppLanguage(user.appLanguage());
     if (const auto seen = user.text(app::Settings::Key::onboardingSeenVersion))
         settings.setText(app::Settings::Key::onboardingSeenVersion, *seen);
+    settings.setFlag(app::Settings::Key::hotkeysEnabled, user.flag(app::Settings::Key::hotkeysEnabled));
     options.loginItem = LoginItem(demo.directory(), {}, QApplication::applicationFilePath());
     load = std::make_unique<SimulatedLoad>(std::make_unique<smc::SharedSimClient>(demo.socketPath().toStdString()));
     options.load = load.get();

@@ -58,7 +58,8 @@ bool ScriptingService::registerOn(QDBusConnection bus, QString& error)
 
 QString ScriptingService::Status()
 {
-    const QJsonObject report = StatusReport::build(m_manager, m_link.isOpen(), m_hooks.iconState());
+    const QJsonObject report = StatusReport::build(m_manager, m_link.isOpen(), m_hooks.iconState(),
+        m_hooks.hotkeys ? m_hooks.hotkeys() : StatusReport::HotkeyStatus{});
     return QString::fromUtf8(QJsonDocument(report).toJson(QJsonDocument::Compact));
 }
 

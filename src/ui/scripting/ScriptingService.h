@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ui/scripting/StatusReport.h"
 #include "ui/tray/IconState.h"
 
 #include <QDBusConnection>
@@ -30,6 +31,7 @@ public:
         std::function<void()> showPanel;
         std::function<void()> showSettings;
         std::function<void()> quit;
+        std::function<StatusReport::HotkeyStatus()> hotkeys; // may be empty: reported off
     };
 
     ScriptingService(app::SleepManager& manager, app::HelperLink& link, Hooks hooks, QObject* parent = nullptr);

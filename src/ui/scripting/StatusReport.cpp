@@ -137,7 +137,8 @@ QJsonObject temperatures(const app::FanController& fan)
 
 } // namespace
 
-QJsonObject StatusReport::build(const app::SleepManager& manager, bool helperConnected, const IconState& icon)
+QJsonObject StatusReport::build(
+    const app::SleepManager& manager, bool helperConnected, const IconState& icon, const HotkeyStatus& hotkeys)
 {
     const app::FanController& fan = *manager.fan();
     const app::LidManager& lid = *manager.lid();
@@ -151,6 +152,9 @@ QJsonObject StatusReport::build(const app::SleepManager& manager, bool helperCon
         {"helper",
             QJsonObject{{"installed", fan.helperInstalled()}, {"connected", helperConnected},
                 {"message", text(fan.statusMessage())}}},
+        {"hotkeys",
+            QJsonObject{{"enabled", hotkeys.enabled}, {"held", hotkeys.state.held}, {"through", hotkeys.state.through},
+                {"problem", hotkeys.state.problem}}},
         {"active", manager.anythingActive()}, {"icon", icon.active ? "active" : "idle"}, {"title", text(icon.title)}};
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/GlobalShortcuts.h"
 #include "ui/tray/IconState.h"
 
 #include <QJsonObject>
@@ -16,7 +17,15 @@ class StatusReport {
 public:
     StatusReport() = delete;
 
-    static QJsonObject build(const app::SleepManager& manager, bool helperConnected, const IconState& icon);
+    // The global shortcuts' part: whether they are switched on, and whether
+    // and through what the desktop holds them, or why not.
+    struct HotkeyStatus {
+        bool enabled = false;
+        platform::GlobalShortcuts::State state;
+    };
+
+    static QJsonObject build(
+        const app::SleepManager& manager, bool helperConnected, const IconState& icon, const HotkeyStatus& hotkeys);
 };
 
 } // namespace quillon::ui

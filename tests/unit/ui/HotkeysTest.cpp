@@ -1,0 +1,160 @@
+// The hotkeys over a fake platform: switching is idempotent, presses reach
+// the handler by action, on the main thread and only after the press's own
+// delivery has returned; unknown ids and presses without a handler do nothing.
+#include "ui/Hotkeys.h"
+
+#include "app/Settings.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QThread>
+#include <gtest/gtest.h>
+
+namespace {
+
+using quillon::platform::GlobalShortcuts;
+using quillon::ui::Hotkeys;
+
+class FakeShortcuts : public GlobalShortcuts {
+public:
+    int registrations = 0;
+    int unregistrations = 0;
+    QList<Shortcut> registered;
+
+    void registerShortcuts(const QList<Shortcut>& shortcuts) override
+    {
+        ++registrations;
+        registered = shortcuts;
+    }
+    void unregisterShortcuts() override
+    {
+        ++unregistrations;
+        registered.clear();
+    }
+    State state() const override { return {!registered.isEmpty(), false, registered.isEmpty() ? "" : "fake", {}}; }
+    void press(const QString& id) { emit activated(id); }
+};
+
+// Lets queued deliveries run.
+void settle()
+{
+    QTest::qWait(50);
+}
+
+TEST(Hotkeys, AsksForSuperAltKAndL)
+{
+    const auto list = Hotkeys::shortcuts();
+    ASSERT_EQ(list.size(), 2);
+    EXPECT_EQ(list[0].id, Hotkeys::keepAwakeId);
+    EXPECT_EQ(list[0].key, 'k');
+    EXPECT_EQ(list[1].id, Hotkeys::fanBoostId);
+    EXPECT_EQ(list[1].key, 'l');
+}
+
+TEST(Hotkeys, SwitchingTwiceRegistersOnceAndOffWhenOffCallsNothing)
+{
+    FakeShortcuts platform;
+    Hotkeys hotkeys(platform);
+    hotkeys.setEnabled(false);
+    EXPECT_EQ(platform.unregistrations, 0) << "off when never on calls nothing";
+    hotkeys.setEnabled(true);
+    hotkeys.setEnabled(true);
+    EXPECT_EQ(platform.registrations, 1);
+    EXPECT_EQ(platform.registered.size(), 2);
+    EXPECT_TRUE(hotkeys.installed());
+    EXPECT_TRUE(hotkeys.state().held);
+    hotkeys.setEnabled(false);
+    hotkeys.setEnabled(false);
+    EXPECT_EQ(platform.unregistrations, 1);
+    EXPECT_FALSE(hotkeys.installed());
+    hotkeys.setEnabled(true);
+    EXPECT_EQ(platform.registrations, 2) << "on again after off registers again";
+}
+
+TEST(Hotkeys, DeliversEachActionLaterOnTheMainThread)
+{
+    FakeShortcuts platform;
+    Hotkeys hotkeys(platform);
+    QList<Hotkeys::Action> got;
+    bool onMainThread = true;
+    hotkeys.setHandler([&](Hotkeys::Action action) {
+        got.append(action);
+        onMainThread = onMainThread && QThread::currentThread() == QCoreApplication::instance()->thread();
+    });
+    hotkeys.setEnabled(true);
+    platform.press(Hotkeys::keepAwakeId);
+    EXPECT_TRUE(got.isEmpty()) << "not inside the platform's delivery";
+    platform.press(Hotkeys::fanBoostId);
+    platform.press("toggle-something-else");
+    platform.press("");
+    settle();
+    EXPECT_EQ(got, (QList<Hotkeys::Action>{Hotkeys::Action::toggleKeepAwake, Hotkeys::Action::toggleFanBoost}));
+    EXPECT_TRUE(onMainThread);
+}
+
+TEST(Hotkeys, NothingWithoutAHandlerOrAfterSwitchingOff)
+{
+    FakeShortcuts platform;
+    Hotkeys hotkeys(platform);
+    hotkeys.setEnabled(true);
+    platform.press(Hotkeys::keepAwakeId); // no handler: nothing, no crash
+    settle();
+
+    int calls = 0;
+    hotkeys.setHandler([&](Hotkeys::Action) { ++calls; });
+    platform.press(Hotkeys::keepAwakeId);
+    hotkeys.setEnabled(false); // a press still queued when switched off is dropped
+    settle();
+    EXPECT_EQ(calls, 0);
+}
+
+TEST(Hotkeys, GivesTheShortcutsUpWhenItGoes)
+{
+    FakeShortcuts platform;
+    {
+        Hotkeys hotkeys(platform);
+        hotkeys.setEnabled(true);
+    }
+    EXPECT_EQ(platform.unregistrations, 1);
+}
+
+// "hotkeysEnabled": on when absent or unreadable, and a change of the key
+// (the settings window's switch) takes effect at once.
+TEST(Hotkeys, FollowTheSettingLive)
+{
+    using quillon::app::Settings;
+    QTemporaryDir dir;
+    {
+        QFile file(dir.filePath("garbled.ini"));
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write("[General]\nhotkeysEnabled=maybe\n");
+    }
+    for (const char* name : {"absent.ini", "garbled.ini"}) {
+        Settings settings(dir.filePath(name));
+        FakeShortcuts platform;
+        Hotkeys hotkeys(platform);
+        hotkeys.followSetting(settings);
+        EXPECT_TRUE(hotkeys.installed()) << name;
+    }
+
+    Settings settings(dir.filePath("live.ini"));
+    settings.setFlag(Settings::Key::hotkeysEnabled, false);
+    FakeShortcuts platform;
+    Hotkeys hotkeys(platform);
+    hotkeys.followSetting(settings);
+    EXPECT_FALSE(hotkeys.installed());
+    EXPECT_EQ(platform.registrations, 0);
+    settings.setFlag(Settings::Key::hotkeysEnabled, true);
+    EXPECT_TRUE(hotkeys.installed());
+    EXPECT_EQ(platform.registrations, 1);
+    settings.setFlag(Settings::Key::showTempInMenuBar, true); // another key: nothing
+    settings.setFlag(Settings::Key::hotkeysEnabled, true);
+    EXPECT_EQ(platform.registrations, 1);
+    settings.setFlag(Settings::Key::hotkeysEnabled, false);
+    EXPECT_FALSE(hotkeys.installed());
+    EXPECT_EQ(platform.unregistrations, 1);
+}
+
+} // namespace
