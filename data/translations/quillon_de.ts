@@ -1034,6 +1034,21 @@ ist da.</translation>
     </message>
 </context>
 <context>
+    <name>quillon::ui::SettingsView</name>
+    <message>
+        <source>Super+Alt+K: keep-awake · Super+Alt+L: fan control</source>
+        <translation>Super+Alt+K: Wachhalten · Super+Alt+L: Lüftersteuerung</translation>
+    </message>
+    <message>
+        <source>Asking the desktop for the shortcuts…</source>
+        <translation>Der Desktop wird nach den Tastenkürzeln gefragt …</translation>
+    </message>
+    <message>
+        <source>Not in force: %1</source>
+        <translation>Nicht aktiv: %1</translation>
+    </message>
+</context>
+<context>
     <name>quillon::ui::SimulatedLoad</name>
     <message>
         <source>The simulated Mac did not take the new load.</source>

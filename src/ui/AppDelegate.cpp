@@ -97,6 +97,7 @@ void AppDelegate::wireHotkeys()
         }
     });
     m_hotkeys->followSetting(m_services->settings());
+    m_settingsView->watchHotkeys(*m_hotkeys);
 }
 
 bool AppDelegate::startOnboarding()

@@ -11,6 +11,7 @@ Hotkeys::Hotkeys(platform::GlobalShortcuts& shortcuts, QObject* parent)
     , m_shortcuts(shortcuts)
 {
     connect(&m_shortcuts, &platform::GlobalShortcuts::activated, this, &Hotkeys::pressed);
+    connect(&m_shortcuts, &platform::GlobalShortcuts::stateChanged, this, &Hotkeys::stateChanged);
 }
 
 Hotkeys::~Hotkeys()
@@ -31,6 +32,7 @@ void Hotkeys::setEnabled(bool on)
     if (on == m_installed)
         return;
     m_installed = on;
+    emit stateChanged();
     if (on)
         m_shortcuts.registerShortcuts(shortcuts());
     else

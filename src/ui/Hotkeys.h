@@ -46,6 +46,10 @@ public:
     // The shortcuts as the platform is asked for them.
     static QList<platform::GlobalShortcuts::Shortcut> shortcuts();
 
+signals:
+    // Switched on or off, or the platform's hold changed.
+    void stateChanged();
+
 private:
     void pressed(const QString& id);
 

@@ -19,6 +19,7 @@
 #include <QIcon>
 #include <QQuickStyle>
 #include <QQuickWindow>
+#include <csignal>
 #include <cstdio>
 #include <optional>
 
@@ -139,6 +140,11 @@ int TrayApp::run(int argc, char** argv)
             argv[0]);
         return kExitFailed;
     }
+
+    // A reader of our output that has gone (a pipe closed behind a restarted
+    // app, a demo's terminal) must not end a long-running app: such writes
+    // merely fail.
+    std::signal(SIGPIPE, SIG_IGN);
 
     // Qt takes its own options out of argv here.
     QApplication application(argc, argv);

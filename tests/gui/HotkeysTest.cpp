@@ -2,18 +2,21 @@
 // (no GlobalShortcuts portal on its private bus, so X11 key grabs): pressed
 // with xdotool, Super+Alt+K switches keep-awake on (system and display for
 // 24 hours) and off again, Super+Alt+L switches fan control on and off, also
-// while the app's own panel has the keyboard focus; with
-// "hotkeysEnabled" off in the user's settings (which the demo follows) the
-// keys do nothing and `quillon ctl status` says so.
+// while the app's own panel has the keyboard focus; switched off in the
+// settings window, the keys do nothing and `quillon ctl status` says so.
 #include "DemoAppRig.h"
 #include "XDisplay.h"
 
 #include "support/Files.h"
 
+#include <QDBusConnection>
+#include <QDBusMessage>
 #include <QDateTime>
+#include <QDir>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QSettings>
 #include <QTest>
 #include <algorithm>
 #include <csignal>
@@ -21,6 +24,16 @@
 
 namespace quillon::test {
 namespace {
+
+// The settings window's width (qml/Settings.qml), a point on its shortcuts'
+// switch (the third row, rows 38 px apart) and, with the shortcuts off (no
+// caption under them), on the language picker; its list opens over it, one
+// choice every 26 px.
+constexpr int kSettingsWidth = 460;
+const QPoint kHotkeysRow(150, 109);
+const QPoint kLanguagePicker(360, 246);
+// The language question's "Restart now" (German, centred in the window).
+const QPoint kRestartNow(283, 235);
 
 class HotkeysGuiTest : public ::testing::Test {
 protected:
@@ -53,8 +66,19 @@ protected:
         EXPECT_EQ(rig.app.waitForExit(15s), 0) << rig.log();
     }
 
+    // The settings window: the only one of ours this wide.
+    std::optional<XDisplay::Window> settingsWindow() const
+    {
+        for (const XDisplay::Window& w : display.visibleWindows("quillon")) {
+            if (w.frame.width() == kSettingsWidth)
+                return w;
+        }
+        return std::nullopt;
+    }
+
     XDisplay display;
     DemoAppRig rig;
+    QString artifacts = QStringLiteral(QUILLON_ARTIFACT_DIR);
 };
 
 TEST_F(HotkeysGuiTest, SuperAltKAndLToggleKeepAwakeAndFanControl)
@@ -92,18 +116,47 @@ TEST_F(HotkeysGuiTest, SuperAltKAndLToggleKeepAwakeAndFanControl)
     quit();
 }
 
-TEST_F(HotkeysGuiTest, SwitchedOffInTheSettingsTheKeysDoNothing)
+// Switched off in the settings window, which `quillon ctl settings` opens,
+// the keys do nothing at once. Screenshots of the window in English and, once
+// German is chosen there, of its question to restart (in German).
+TEST_F(HotkeysGuiTest, SwitchedOffInTheSettingsWindowTheKeysDoNothing)
 {
-    ASSERT_TRUE(writeFile(rig.home.filePath("config/quillon/Quillon.ini"), "[General]\nhotkeysEnabled=false\n"));
     ASSERT_TRUE(startApp());
-    EXPECT_EQ(section("hotkeys"), (QJsonObject{{"enabled", false}, {"held", false}, {"through", ""}, {"problem", ""}}));
+    ASSERT_TRUE(waitUntil([&] { return section("hotkeys").value("held").toBool(); }, 10s));
     ASSERT_TRUE(waitUntil([&] { return section("helper").value("installed").toBool(); }, 10s));
+    ASSERT_EQ(rig.ctl({"settings"}).exitCode, 0);
+    ASSERT_TRUE(waitUntil([&] { return settingsWindow().has_value(); }, 10s)) << "no settings window";
+    const XDisplay::Window window = *settingsWindow();
+    QTest::qWait(500); // its first frame
+    QDir().mkpath(artifacts);
+    display.grab(artifacts + "/settings-en.png", window.id);
+
+    display.click(window, kHotkeysRow);
+    ASSERT_TRUE(waitUntil([&] { return !section("hotkeys").value("enabled").toBool(); }, 5s));
+    EXPECT_FALSE(section("hotkeys").value("held").toBool());
     press("super+alt+k");
     press("super+alt+l");
     QTest::qWait(1000);
     EXPECT_TRUE(awakeKinds().isEmpty());
     EXPECT_FALSE(fansEnabled());
-    quit();
+
+    // The language picker opened, and German below the current choice.
+    display.click(window, kLanguagePicker);
+    QTest::qWait(500);
+    display.click(window, kLanguagePicker + QPoint(0, 28));
+    QTest::qWait(800); // the question fades in
+    display.grab(artifacts + "/settings-language-alert-de.png", window.id);
+    EXPECT_EQ(QSettings(rig.demoDirectory() + "/Quillon.conf", QSettings::IniFormat).value("appLanguage"), "de");
+
+    // "Restart now": this app ends, and a new one takes over its bus name.
+    display.click(window, kRestartNow);
+    EXPECT_EQ(rig.app.waitForExit(20s), 0) << rig.log();
+    ASSERT_TRUE(waitUntil([&] { return !rig.status().isEmpty(); }, 30s)) << "no app answers after the restart\n"
+                                                                         << rig.log();
+    QDBusMessage quitCall
+        = QDBusMessage::createMethodCall("org.quillon.Quillon", "/org/quillon/Quillon", "org.quillon.Quillon", "Quit");
+    rig.bus.connection().call(quitCall);
+    EXPECT_TRUE(waitUntil([&] { return rig.status().isEmpty(); }, 20s)) << "the restarted app did not quit";
 }
 
 } // namespace

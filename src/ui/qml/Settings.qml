@@ -32,11 +32,20 @@ Pane {
             checked: root.settings.showTemp
             onToggled: root.settings.showTemp = checked
         }
-        SwitchRow {
-            objectName: "hotkeys"
-            text: qsTr("Global keyboard shortcuts")
-            checked: root.settings.hotkeysOn
-            onToggled: root.settings.hotkeysOn = checked
+        ColumnLayout {
+            spacing: 0
+            Layout.fillWidth: true
+            SwitchRow {
+                objectName: "hotkeys"
+                text: qsTr("Global keyboard shortcuts")
+                checked: root.settings.hotkeysOn
+                onToggled: root.settings.hotkeysOn = checked
+            }
+            Caption {
+                objectName: "hotkeysNote"
+                visible: text !== ""
+                text: root.settings.hotkeysNote
+            }
         }
         SwitchRow {
             objectName: "heatAlerts"

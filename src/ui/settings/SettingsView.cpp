@@ -3,6 +3,7 @@
 #include "app/Settings.h"
 #include "app/install/UninstallFlow.h"
 #include "app/install/UpdateChecker.h"
+#include "ui/Hotkeys.h"
 #include "ui/LoginItem.h"
 
 #include <QUrlQuery>
@@ -63,6 +64,25 @@ bool SettingsView::hotkeysOn() const
 void SettingsView::setHotkeysOn(bool on)
 {
     setFlag(Key::hotkeysEnabled, on);
+}
+
+void SettingsView::watchHotkeys(const Hotkeys& hotkeys)
+{
+    m_hotkeys = &hotkeys;
+    connect(&hotkeys, &Hotkeys::stateChanged, this, &SettingsView::changed);
+    emit changed();
+}
+
+QString SettingsView::hotkeysNote() const
+{
+    if (!m_hotkeys || !m_hotkeys->installed())
+        return {};
+    const platform::GlobalShortcuts::State state = m_hotkeys->state();
+    if (state.held)
+        return tr("Super+Alt+K: keep-awake · Super+Alt+L: fan control");
+    if (state.pending)
+        return tr("Asking the desktop for the shortcuts…");
+    return tr("Not in force: %1").arg(state.problem);
 }
 
 bool SettingsView::heatAlerts() const

@@ -14,6 +14,7 @@ class UpdateChecker;
 
 namespace quillon::ui {
 
+class Hotkeys;
 class LoginItem;
 
 // The settings window's view: the app-wide switches, each written to its
@@ -28,6 +29,7 @@ class SettingsView : public QObject {
     Q_PROPERTY(bool launchAtLogin READ launchAtLogin WRITE setLaunchAtLogin NOTIFY changed)
     Q_PROPERTY(bool showTemp READ showTemp WRITE setShowTemp NOTIFY changed)
     Q_PROPERTY(bool hotkeysOn READ hotkeysOn WRITE setHotkeysOn NOTIFY changed)
+    Q_PROPERTY(QString hotkeysNote READ hotkeysNote NOTIFY changed)
     Q_PROPERTY(bool heatAlerts READ heatAlerts WRITE setHeatAlerts NOTIFY changed)
     Q_PROPERTY(bool lowBattStop READ lowBattStop WRITE setLowBattStop NOTIFY changed)
     Q_PROPERTY(QString appLang READ appLang WRITE setAppLang NOTIFY changed)
@@ -65,6 +67,11 @@ public:
     void setShowTemp(bool on);
     bool hotkeysOn() const;
     void setHotkeysOn(bool on);
+    // The shortcuts' row follows what the desktop grants (set once, at launch).
+    void watchHotkeys(const Hotkeys& hotkeys);
+    // Under the switch while it is on: the keys when the desktop holds them,
+    // else why not. Empty while off.
+    QString hotkeysNote() const;
     bool heatAlerts() const;
     void setHeatAlerts(bool on);
     bool lowBattStop() const;
@@ -111,6 +118,7 @@ private:
     app::Settings& m_settings;
     LoginItem& m_loginItem;
     app::UpdateChecker& m_updates;
+    const Hotkeys* m_hotkeys = nullptr;
     QString m_version;
     Hooks m_hooks;
     bool m_languageAlert = false;

@@ -5,6 +5,8 @@
 
 #include "app/Settings.h"
 
+#include "support/FakeGlobalShortcuts.h"
+
 #include <QCoreApplication>
 #include <QFile>
 #include <QTemporaryDir>
@@ -17,25 +19,7 @@ namespace {
 using quillon::platform::GlobalShortcuts;
 using quillon::ui::Hotkeys;
 
-class FakeShortcuts : public GlobalShortcuts {
-public:
-    int registrations = 0;
-    int unregistrations = 0;
-    QList<Shortcut> registered;
-
-    void registerShortcuts(const QList<Shortcut>& shortcuts) override
-    {
-        ++registrations;
-        registered = shortcuts;
-    }
-    void unregisterShortcuts() override
-    {
-        ++unregistrations;
-        registered.clear();
-    }
-    State state() const override { return {!registered.isEmpty(), false, registered.isEmpty() ? "" : "fake", {}}; }
-    void press(const QString& id) { emit activated(id); }
-};
+using FakeShortcuts = quillon::test::FakeGlobalShortcuts;
 
 // Lets queued deliveries run.
 void settle()

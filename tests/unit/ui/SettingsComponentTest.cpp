@@ -6,11 +6,13 @@
 #include "app/install/UninstallFlow.h"
 #include "app/install/Uninstaller.h"
 #include "app/install/UpdateChecker.h"
+#include "ui/Hotkeys.h"
 #include "ui/LoginItem.h"
 #include "ui/settings/SettingsController.h"
 #include "ui/settings/SettingsView.h"
 
 #include "support/EventLoop.h"
+#include "support/FakeGlobalShortcuts.h"
 #include "support/FakeRunner.h"
 #include "support/Files.h"
 #include "support/QStringPrinter.h"
@@ -131,6 +133,25 @@ TEST_F(SettingsComponentTest, SwitchesWriteTheirKeysAtOnce)
 
     settings.setFlag(Key::hotkeysEnabled, true);
     EXPECT_TRUE(checked("hotkeys")) << "follows the key when something else writes it";
+}
+
+// Under the shortcuts' switch: the keys while the desktop holds them, why
+// not when it does not, nothing while they are off.
+TEST_F(SettingsComponentTest, ShortcutsSayWhetherTheyHold)
+{
+    FakeGlobalShortcuts shortcuts;
+    ui::Hotkeys hotkeys(shortcuts);
+    hotkeys.followSetting(settings);
+    view.watchHotkeys(hotkeys);
+    EXPECT_EQ(quick.text("hotkeysNote"), "Super+Alt+K: keep-awake · Super+Alt+L: fan control");
+
+    quick.flip("hotkeys");
+    EXPECT_FALSE(hotkeys.installed());
+    EXPECT_FALSE(quick.shown("hotkeysNote"));
+
+    shortcuts.refusal = "no GlobalShortcuts portal and not an X11 session";
+    quick.flip("hotkeys");
+    EXPECT_EQ(quick.text("hotkeysNote"), "Not in force: no GlobalShortcuts portal and not an X11 session");
 }
 
 // Choosing another language stores it and asks to restart; the same one
