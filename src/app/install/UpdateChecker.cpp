@@ -5,6 +5,7 @@
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QNetworkRequest>
+#include <QRegularExpression>
 
 #ifndef QUILLON_UPDATE_FEED_URL
 #define QUILLON_UPDATE_FEED_URL ""
@@ -12,10 +13,11 @@
 
 namespace quillon::app {
 
-UpdateChecker::UpdateChecker(QUrl feed, QString currentVersion, QObject* parent)
+UpdateChecker::UpdateChecker(QUrl feed, QString currentVersion, QObject* parent, int timeout)
     : QObject(parent)
     , m_feed(std::move(feed))
     , m_currentVersion(currentVersion.isEmpty() ? QStringLiteral("0") : std::move(currentVersion))
+    , m_timeout(timeout)
 {
 }
 
@@ -45,7 +47,7 @@ void UpdateChecker::check()
         m_network = new QNetworkAccessManager(this);
     QNetworkRequest request(m_feed);
     request.setAttribute(QNetworkRequest::CacheLoadControlAttribute, QNetworkRequest::AlwaysNetwork);
-    request.setTransferTimeout(timeoutMs);
+    request.setTransferTimeout(m_timeout);
     m_reply = m_network->get(request);
     connect(m_reply, &QNetworkReply::downloadProgress, this, [this](qint64 received, qint64) {
         if (received > maxFeedBytes && m_reply)
@@ -66,7 +68,7 @@ void UpdateChecker::onFinished()
     const QJsonValue shortVersion = feed.value(QLatin1String("shortVersion"));
     const QString offered
         = shortVersion.isString() ? shortVersion.toString() : feed.value(QLatin1String("version")).toString();
-    m_lastAnswered = body.size() <= maxFeedBytes && !offered.isEmpty();
+    m_lastAnswered = body.size() <= maxFeedBytes && isVersion(offered);
     if (m_lastAnswered) {
         if (compareVersions(offered, m_currentVersion) > 0) {
             m_latestVersion = offered;
@@ -84,6 +86,12 @@ void UpdateChecker::onFinished()
     }
     emit changed();
     emit finished();
+}
+
+bool UpdateChecker::isVersion(const QString& text)
+{
+    static const QRegularExpression version(QStringLiteral("^[0-9]{1,9}(\\.[0-9]{1,9}){0,5}$"));
+    return version.match(text).hasMatch();
 }
 
 int UpdateChecker::compareVersions(const QString& a, const QString& b)

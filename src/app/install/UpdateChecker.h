@@ -16,8 +16,8 @@ namespace quillon::app {
 //
 // One request at a time, never from a cache, given up after 10 s; a body
 // over maxFeedBytes, a transport error or anything but a JSON object with a
-// version is silent and leaves the published values as they were. Results
-// arrive on the main thread.
+// version of dot-separated numbers is silent and leaves the published values
+// as they were. Results arrive on the main thread.
 class UpdateChecker : public QObject {
     Q_OBJECT
     Q_PROPERTY(QString latestVersion READ latestVersion NOTIFY changed)
@@ -33,8 +33,9 @@ public:
 
     // feed: the feed's address; empty switches checking off (a distribution
     // build, whose updates come from its package manager). currentVersion:
-    // the running version.
-    UpdateChecker(QUrl feed, QString currentVersion, QObject* parent = nullptr);
+    // the running version. timeout: how long a check waits for the feed, in
+    // ms (shorter in tests).
+    UpdateChecker(QUrl feed, QString currentVersion, QObject* parent = nullptr, int timeout = timeoutMs);
     ~UpdateChecker() override;
 
     // The build's feed, unless QUILLON_UPDATE_FEED names another (empty: none).
@@ -57,6 +58,8 @@ public:
     // Starts one check unless one is running, or checking is off.
     Q_INVOKABLE void check();
 
+    // Whether a feed's version is one: dot-separated numbers ("1.10.2").
+    static bool isVersion(const QString& text);
     // -1, 0 or 1 as a is older than, the same as or newer than b, comparing
     // dot-separated parts as numbers where they are numbers ("1.10" > "1.9").
     static int compareVersions(const QString& a, const QString& b);
@@ -71,6 +74,7 @@ private:
 
     QUrl m_feed;
     QString m_currentVersion;
+    int m_timeout;
     QNetworkAccessManager* m_network = nullptr;
     QPointer<QNetworkReply> m_reply;
     QString m_latestVersion;

@@ -1,12 +1,15 @@
 // The update check against a real local HTTP server: what a feed offers is
 // published only when newer, numeric version order, and every bad answer
-// (garbage, no version, too big, missing) leaves what was known alone.
+// (garbage, no version or a malformed one, too big, missing, no answer at
+// all) leaves what was known alone.
 #include "app/install/UpdateChecker.h"
 
 #include "support/EventLoop.h"
 #include "support/FeedServer.h"
 #include "support/QStringPrinter.h"
 
+#include <QElapsedTimer>
+#include <QTcpServer>
 #include <gtest/gtest.h>
 
 using quillon::app::UpdateChecker;
@@ -83,7 +86,9 @@ TEST_F(UpdateCheckerTest, BadAnswersChangeNothing)
 
     const QByteArray tooBig = R"({"shortVersion": "9.0", "notes": ")" + QByteArray(100 * 1024, 'x') + R"("})";
     for (const QByteArray& body : {QByteArray("<html>maintenance</html>"), QByteArray("[\"6.0\"]"),
-             QByteArray(R"({"url": "https://example.org/"})"), tooBig}) {
+             QByteArray(R"({"url": "https://example.org/"})"), tooBig, QByteArray(R"({"shortVersion": ""})"),
+             QByteArray(R"({"shortVersion": "v6"})"), QByteArray(R"({"shortVersion": "6..1"})"),
+             QByteArray(R"({"shortVersion": 7})"), QByteArray(R"({"version": "6.0-beta"})")}) {
         feed.serve("appcast.json", body);
         checkAs(checker);
         EXPECT_EQ(checker.latestVersion(), "5.0") << body.left(40).toStdString();
@@ -93,6 +98,26 @@ TEST_F(UpdateCheckerTest, BadAnswersChangeNothing)
     checkAs(missing);
     EXPECT_EQ(missing.latestVersion(), "");
     EXPECT_FALSE(missing.lastAnswered());
+}
+
+// A server that takes the connection and never answers: the check ends by
+// itself after its timeout (shortened here), silently, and can run again.
+TEST(UpdateCheckerSilentServer, GivesUpAfterItsTimeout)
+{
+    QTcpServer silent;
+    ASSERT_TRUE(silent.listen(QHostAddress::LocalHost));
+    UpdateChecker checker(
+        QUrl(QStringLiteral("http://127.0.0.1:%1/appcast.json").arg(silent.serverPort())), "1.0", nullptr, 300);
+    for (int round = 0; round < 2; ++round) {
+        QElapsedTimer took;
+        took.start();
+        checker.check();
+        EXPECT_TRUE(checker.checking());
+        ASSERT_TRUE(waitUntil([&] { return checker.finishedChecks() == round + 1; }, std::chrono::seconds(5)));
+        EXPECT_GE(took.elapsed(), 250);
+        EXPECT_FALSE(checker.lastAnswered());
+        EXPECT_EQ(checker.latestVersion(), "");
+    }
 }
 
 TEST(UpdateCheckerOff, AnEmptyFeedNeverAsks)
