@@ -43,6 +43,8 @@ bool SettingsView::launchAtLogin() const
 void SettingsView::setLaunchAtLogin(bool on)
 {
     m_loginItem.setEnabled(on);
+    // Answered here, the panel need not ask any more.
+    m_settings.setFlag(Key::loginChoiceMade, true);
     emit changed();
 }
 

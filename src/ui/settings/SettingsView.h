@@ -61,7 +61,8 @@ public:
     ~SettingsView() override;
 
     bool launchAtLogin() const;
-    // Asks the session; a failure leaves the switch showing what is in force.
+    // Asks the session, and counts as the answer to the panel's login
+    // question; a failure leaves the switch showing what is in force.
     void setLaunchAtLogin(bool on);
     bool showTemp() const;
     void setShowTemp(bool on);

@@ -130,6 +130,7 @@ TEST_F(SettingsComponentTest, SwitchesWriteTheirKeysAtOnce)
     quick.flip("launchAtLogin");
     EXPECT_TRUE(loginItem.isEnabled());
     EXPECT_TRUE(checked("launchAtLogin"));
+    EXPECT_TRUE(settings.flag(Key::loginChoiceMade)) << "the panel's question is answered too";
 
     settings.setFlag(Key::hotkeysEnabled, true);
     EXPECT_TRUE(checked("hotkeys")) << "follows the key when something else writes it";
