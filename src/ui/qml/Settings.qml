@@ -15,6 +15,7 @@ Pane {
 
     implicitWidth: 460
     padding: 20
+    focus: true
 
     ColumnLayout {
         anchors.fill: parent
@@ -22,6 +23,7 @@ Pane {
 
         SwitchRow {
             objectName: "launchAtLogin"
+            focus: true // the keyboard starts here
             text: qsTr("Launch automatically at login")
             checked: root.settings.launchAtLogin
             onToggled: root.settings.launchAtLogin = checked

@@ -236,6 +236,19 @@ TEST_F(SettingsComponentTest, UninstallAsksThenRemovesAndQuits)
     EXPECT_EQ(quit.size(), 1);
 }
 
+// The keyboard starts on the first switch and Tab walks the controls in order.
+TEST_F(SettingsComponentTest, TabWalksTheControls)
+{
+    QQuickWindow* window = controller.window();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(window));
+    QStringList reached;
+    for (int i = 0; i < 6; ++i) {
+        reached.append(window->activeFocusItem() ? window->activeFocusItem()->objectName() : QString());
+        QTest::keyClick(window, Qt::Key_Tab);
+    }
+    EXPECT_EQ(reached, QStringList({"launchAtLogin", "showTemp", "hotkeys", "heatAlerts", "lowBattStop", "language"}));
+}
+
 // Opening the window again brings the same one forward.
 TEST_F(SettingsComponentTest, OneWindow)
 {
