@@ -135,7 +135,19 @@ ctl reset
 QUILLON_SMC="sim:$demo_dir/mac.sock" "$bin/quillon-helper" --smc-write u8:QLOD 8 >/dev/null
 shot 5-all-off
 
-say "6. Quitting the app stops its simulated Mac and helper."
+say "6. The settings window (quillon ctl settings):"
+ctl settings
+settings_window() { # its id, while it is open (titled in the app's language)
+  xdotool search --onlyvisible --name '^Quillon (Settings|Einstellungen)$' 2>/dev/null | head -n 1
+}
+settings_open() { [ -n "$(settings_window)" ]; }
+if waitfor 5 settings_open; then
+  sleep 0.6
+  "$bin/quillon-screengrab" "$shots/6-settings.png" "$(settings_window)" 2>/dev/null
+  echo "  saved 6-settings.png"
+fi
+
+say "7. Quitting the app stops its simulated Mac and helper."
 kill -TERM "$app"
 wait "$app" 2>/dev/null || true
 
