@@ -22,9 +22,12 @@ public:
     using Done = std::function<void(const Result&)>;
 
     virtual ~PrivilegedRunner() = default;
-    // Runs the script file with /bin/sh as root. done is called once, on the
-    // caller's thread, after the script has ended; the file must stay until then.
-    virtual void run(const QString& scriptPath, Done done) = 0;
+    // Runs the script text with /bin/sh as root. The text travels in the
+    // privileged command's own arguments, never through a file, so nothing
+    // another process can write stands between what the app meant and what
+    // root runs. done is called once, on the caller's thread, after the
+    // script has ended.
+    virtual void run(const QString& script, Done done) = 0;
 };
 
 } // namespace quillon::platform

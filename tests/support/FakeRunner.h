@@ -2,8 +2,6 @@
 
 #include "platform/PrivilegedRunner.h"
 
-#include "support/Files.h"
-
 #include <QString>
 
 namespace quillon::test {
@@ -12,10 +10,10 @@ namespace quillon::test {
 // ends with the result the test chose.
 class FakeRunner : public platform::PrivilegedRunner {
 public:
-    void run(const QString& scriptPath, Done done) override
+    void run(const QString& text, Done done) override
     {
         ++runs;
-        script = QString::fromUtf8(readFile(scriptPath));
+        script = text;
         done(next);
     }
 

@@ -1,10 +1,51 @@
 #include "AppOrigin.h"
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QProcess>
+#include <QSet>
+#include <algorithm>
+#include <sys/stat.h>
 
 namespace quillon::app {
+
+namespace {
+
+// A manifest larger than this is not one `cmake --install` wrote for us.
+constexpr qint64 kMaxManifestBytes = 1024 * 1024;
+
+// Whether path (no link) belongs to the trusted owner and nobody else may write it.
+bool ownedAlone(const QString& path, uint owner)
+{
+    struct stat info { };
+    if (::lstat(QFile::encodeName(path).constData(), &info) != 0 || S_ISLNK(info.st_mode))
+        return false;
+    return info.st_uid == owner && (info.st_mode & (S_IWGRP | S_IWOTH)) == 0;
+}
+
+// The manifest file and every folder above it, up to and including `above`.
+bool trusted(const QString& manifest, const AppOrigin::ManifestTrust& trust)
+{
+    if (!ownedAlone(manifest, trust.owner) || !QFileInfo(manifest).isFile())
+        return false;
+    const QString top = QDir::cleanPath(trust.above);
+    QString folder = QFileInfo(manifest).path();
+    while (true) {
+        if (!ownedAlone(folder, trust.owner))
+            return false;
+        if (folder == top || folder == QLatin1String("/"))
+            return true;
+        folder = QFileInfo(folder).path();
+    }
+}
+
+bool isOurs(const QString& folderName)
+{
+    return folderName.contains(QLatin1String("quillon"), Qt::CaseInsensitive);
+}
+
+} // namespace
 
 QString AppOrigin::manifestPath(const QString& appPath)
 {
@@ -28,27 +69,56 @@ QString AppOrigin::dpkgOwner(const QString& path)
 
 AppOrigin AppOrigin::detect(const QString& appPath, const PackageOwner& owner)
 {
+    return detect(appPath, owner, ManifestTrust{});
+}
+
+AppOrigin AppOrigin::detect(const QString& appPath, const PackageOwner& owner, const ManifestTrust& trust)
+{
     const QString app = QFileInfo(appPath).canonicalFilePath();
     if (const QString package = owner ? owner(app) : QString(); !package.isEmpty())
-        return {Kind::package, package, {}};
+        return {Kind::package, package, {}, {}};
 
-    QFile manifest(manifestPath(appPath));
-    if (manifest.open(QIODevice::ReadOnly)) {
-        QStringList files;
-        bool listsApp = false;
-        for (const QByteArray& line : manifest.readAll().split('\n')) {
-            if (line.isEmpty())
-                continue;
-            const QString file = QString::fromUtf8(line);
-            listsApp = listsApp || QFileInfo(file).canonicalFilePath() == app;
-            files << file;
-        }
-        if (listsApp) {
-            files << QFileInfo(manifest.fileName()).canonicalFilePath();
-            return {Kind::localInstall, {}, files};
+    const QString manifestFile = QFileInfo(manifestPath(appPath)).canonicalFilePath();
+    if (manifestFile.isEmpty() || !trusted(manifestFile, trust))
+        return {};
+    QFile manifest(manifestFile);
+    if (manifest.size() > kMaxManifestBytes || !manifest.open(QIODevice::ReadOnly))
+        return {};
+    // share/quillon/install_manifest.txt lies three levels below the prefix.
+    const QString prefix = QDir::cleanPath(QFileInfo(manifestFile).path() + QStringLiteral("/../.."));
+    QStringList files;
+    QSet<QString> seen;
+    bool listsApp = false;
+    for (const QByteArray& line : manifest.readAll().split('\n')) {
+        const QString file = QDir::cleanPath(QString::fromUtf8(line));
+        if (line.isEmpty() || !file.startsWith(prefix + QLatin1Char('/')) || seen.contains(file))
+            continue;
+        seen.insert(file);
+        listsApp = listsApp || QFileInfo(file).canonicalFilePath() == app;
+        files << file;
+    }
+    if (!listsApp)
+        return {};
+    files << manifestFile;
+    return {Kind::localInstall, {}, prefix, files};
+}
+
+QStringList AppOrigin::ownFolders() const
+{
+    QStringList folders;
+    if (prefix.isEmpty())
+        return folders;
+    const QString top = QDir::cleanPath(prefix);
+    for (const QString& file : files) {
+        QString folder = QFileInfo(QDir::cleanPath(file)).path();
+        while (folder.startsWith(top + QLatin1Char('/')) && isOurs(QFileInfo(folder).fileName())) {
+            if (!folders.contains(folder))
+                folders << folder;
+            folder = QFileInfo(folder).path();
         }
     }
-    return {};
+    std::sort(folders.begin(), folders.end(), [](const QString& a, const QString& b) { return a.size() > b.size(); });
+    return folders;
 }
 
 } // namespace quillon::app

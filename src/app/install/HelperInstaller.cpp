@@ -1,33 +1,68 @@
 #include "HelperInstaller.h"
 
 #include "RootScript.h"
-#include "StagingDir.h"
 #include "platform/PrivilegedRunner.h"
 
 #include "daemon/HelperNames.h"
 
+#include <QCryptographicHash>
+#include <QFile>
 #include <QFileInfo>
-#include <memory>
 
 namespace quillon::app {
 
 namespace {
 
 const QString kName = QString::fromLatin1(daemon::HelperNames::kService);
+// Far above any helper build; a larger file is not ours.
+constexpr qint64 kMaxHelperBytes = 256 * 1024 * 1024;
 
-// One file to put down: where the script copies it from and to, and its mode.
+// One file to put down: its bytes as the script's own text, or (the helper,
+// too large for that) a path root copies from and the digest the copy must
+// have; where it goes and its mode.
 struct Placement {
+    QByteArray text;
     QString source;
+    QByteArray sha256;
     QString destination;
     QString mode;
 };
 
-QStringList placementLines(const Placement& file)
+// The lines that make root's own copy of one file in the root-created folder
+// $stage: written from the script's text, or copied without following a
+// link and then compared with the digest the app took before it asked for
+// the password. A file changed in between stops the install.
+QStringList stagingLines(const Placement& file, int index)
+{
+    const QString staged = QStringLiteral("\"$stage/%1\"").arg(index);
+    if (file.source.isEmpty())
+        return {QStringLiteral("printf '%s' ") + RootScript::quote(QString::fromUtf8(file.text)) + QStringLiteral(" > ")
+            + staged};
+    const QString source = RootScript::quote(file.source);
+    return {
+        QStringLiteral("if ! timeout 120 dd if=") + source + QStringLiteral(" of=") + staged
+            + QStringLiteral(" iflag=nofollow bs=1M status=none; then"),
+        QStringLiteral("    echo 'Could not read the helper '") + source
+            + QStringLiteral("' (a link is not followed).' >&2"),
+        QStringLiteral("    exit 1"),
+        QStringLiteral("fi"),
+        QStringLiteral("if [ \"$(sha256sum < ") + staged + QStringLiteral(" | cut -d ' ' -f 1)\" != '")
+            + QString::fromLatin1(file.sha256) + QStringLiteral("' ]; then"),
+        QStringLiteral("    echo 'The helper '") + source
+            + QStringLiteral("' changed after Quillon checked it; nothing was installed.' >&2"),
+        QStringLiteral("    exit 1"),
+        QStringLiteral("fi"),
+    };
+}
+
+// Root's copy goes next to its destination under a temporary name.
+QStringList placementLines(const Placement& file, int index)
 {
     const QString next = RootScript::quote(file.destination + QStringLiteral(".new"));
     return {
         QStringLiteral("mkdir -p ") + RootScript::quote(QFileInfo(file.destination).path()),
-        QStringLiteral("cp ") + RootScript::quote(file.source) + QLatin1Char(' ') + next,
+        QStringLiteral("rm -f ") + next,
+        QStringLiteral("cp \"$stage/%1\" ").arg(index) + next,
         QStringLiteral("chown root:root ") + next,
         QStringLiteral("chmod ") + file.mode + QLatin1Char(' ') + next,
     };
@@ -41,14 +76,21 @@ QString installScript(const QList<Placement>& files, const HelperLayout& layout)
 
     QStringList lines{
         QStringLiteral("set -e"),
+        QStringLiteral("umask 077"),
+        // Root's own folder (mode 0700): what is checked in it stays as checked.
+        QStringLiteral("stage=$(mktemp -d)"),
         // A run that stops early takes its half-copied files with it.
         QStringLiteral("discard() {"),
+        QStringLiteral("    rm -rf \"$stage\""),
         QStringLiteral("    rm -f ") + pending.join(QLatin1Char(' ')),
         QStringLiteral("}"),
         QStringLiteral("trap 'status=$?; discard; exit $status' EXIT"),
     };
-    for (const Placement& file : files)
-        lines << placementLines(file);
+    for (int i = 0; i < files.size(); ++i)
+        lines << stagingLines(files[i], i);
+    lines << QStringLiteral("umask 022");
+    for (int i = 0; i < files.size(); ++i)
+        lines << placementLines(files[i], i);
     // Renames replace a running helper's executable, which a copy over it
     // cannot ("Text file busy"), and they start only once every copy worked.
     for (const Placement& file : files) {
@@ -56,6 +98,7 @@ QString installScript(const QList<Placement>& files, const HelperLayout& layout)
                 + QLatin1Char(' ') + RootScript::quote(file.destination);
     }
     lines << QStringLiteral("trap - EXIT");
+    lines << QStringLiteral("rm -rf \"$stage\"");
     lines << RootScript::reload(layout);
     lines << RootScript::unitCommand(layout, QStringLiteral("enable"));
     lines << RootScript::stopHelper(layout);
@@ -73,6 +116,36 @@ QString installScript(const QList<Placement>& files, const HelperLayout& layout)
         QStringLiteral("fi"),
     };
     return RootScript::join(lines);
+}
+
+// One of the helper's data files that ship in the app, with the installed
+// helper's path put in for its placeholder; empty with error set when missing.
+QByteArray dataFile(const QString& resource, const QString& helperPath, QString& error)
+{
+    QFile source(QStringLiteral(":/helper-files/") + resource);
+    if (!source.open(QIODevice::ReadOnly)) {
+        error = QStringLiteral("The app carries no %1").arg(resource);
+        return {};
+    }
+    QByteArray text = source.readAll();
+    text.replace("@QUILLON_HELPER_INSTALL_PATH@", helperPath.toUtf8());
+    return text;
+}
+
+// The hex SHA-256 of a regular file of at most kMaxHelperBytes; empty with error set otherwise.
+QByteArray digestOf(const QString& path, QString& error)
+{
+    QFile file(path);
+    if (!QFileInfo(path).isFile() || QFileInfo(path).size() > kMaxHelperBytes || !file.open(QIODevice::ReadOnly)) {
+        error = QStringLiteral("Could not read the helper %1").arg(path);
+        return {};
+    }
+    QCryptographicHash hash(QCryptographicHash::Sha256);
+    if (!hash.addData(&file)) {
+        error = QStringLiteral("Could not read the helper %1: %2").arg(path, file.errorString());
+        return {};
+    }
+    return hash.result().toHex();
 }
 
 } // namespace
@@ -109,32 +182,29 @@ void HelperInstaller::install(Done done)
         return;
     }
 
-    auto staging = std::make_shared<StagingDir>();
     QString error;
     const QString helperPath = m_layout.helperPath();
-    const auto stage = [&](const QString& resource, const QString& name) {
-        return error.isEmpty() ? staging->writeFromResource(resource, name, helperPath, error) : QString();
+    // Root copies the file itself, not a link to it that could be turned elsewhere.
+    const QString source = QFileInfo(m_bundledHelper).canonicalFilePath();
+    const QByteArray digest = digestOf(source, error);
+    const auto data = [&](const QString& resource) {
+        return error.isEmpty() ? dataFile(resource, helperPath, error) : QByteArray();
     };
     const QList<Placement> files{
-        {m_bundledHelper, helperPath, QStringLiteral("755")},
-        {stage(QStringLiteral("systemd/%1.service.in").arg(kName), QStringLiteral("unit")), m_layout.unitPath(),
+        {{}, source, digest, helperPath, QStringLiteral("755")},
+        {data(QStringLiteral("systemd/%1.service.in").arg(kName)), {}, {}, m_layout.unitPath(), QStringLiteral("644")},
+        {data(QStringLiteral("dbus/%1.conf").arg(kName)), {}, {}, m_layout.busPolicyPath(), QStringLiteral("644")},
+        {data(QStringLiteral("dbus/%1.service.in").arg(kName)), {}, {}, m_layout.activationPath(),
             QStringLiteral("644")},
-        {stage(QStringLiteral("dbus/%1.conf").arg(kName), QStringLiteral("policy")), m_layout.busPolicyPath(),
-            QStringLiteral("644")},
-        {stage(QStringLiteral("dbus/%1.service.in").arg(kName), QStringLiteral("activation")),
-            m_layout.activationPath(), QStringLiteral("644")},
-        {stage(QStringLiteral("polkit/%1.policy").arg(kName), QStringLiteral("actions")), m_layout.polkitActionsPath(),
+        {data(QStringLiteral("polkit/%1.policy").arg(kName)), {}, {}, m_layout.polkitActionsPath(),
             QStringLiteral("644")},
     };
-    const QString script = error.isEmpty()
-        ? staging->write(QStringLiteral("install.sh"), installScript(files, m_layout).toUtf8(), error)
-        : QString();
     if (!error.isEmpty()) {
         done(InstallResult::failed(error));
         return;
     }
-    m_runner.run(script,
-        [staging, done](const platform::PrivilegedRunner::Result& result) { done(InstallResult::from(result)); });
+    m_runner.run(installScript(files, m_layout),
+        [done](const platform::PrivilegedRunner::Result& result) { done(InstallResult::from(result)); });
 }
 
 } // namespace quillon::app

@@ -15,12 +15,16 @@ namespace quillon::app {
 // Installs the fan helper that ships beside the app as a system service,
 // with one root script, so the user authenticates once: the helper
 // executable, its systemd unit, its bus policy and activation file and its
-// polkit actions. Every file is first copied in under a temporary name and
-// only renamed into place once all copies and permissions succeeded, so a
-// script that stops midway leaves the earlier installation (or none) as it
-// was. Then the service manager and the bus reload, the old helper stops and
-// a Ping starts the new one by bus activation; no answer after one retry
-// fails the install. Service-manager trouble on the way is never fatal.
+// polkit actions. Root runs only what the app meant: the script travels in
+// the privileged command's arguments, the data files are part of its text,
+// and the helper executable is copied by root, links refused, into a folder
+// of root's own and checked against the SHA-256 the app took before asking
+// for the password; nothing a user's process can write stands in between.
+// Every file is first copied in under a temporary name and only renamed into
+// place once all copies and permissions succeeded, so a script that stops
+// midway leaves the earlier installation (or none) as it was. Then the service manager and the bus reload, the old
+// helper stops and a Ping starts the new one by bus activation; no answer after one retry fails the install.
+// Service-manager trouble on the way is never fatal.
 class HelperInstaller {
 public:
     using Done = std::function<void(const InstallResult&)>;

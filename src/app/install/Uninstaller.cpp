@@ -1,13 +1,11 @@
 #include "Uninstaller.h"
 
 #include "RootScript.h"
-#include "StagingDir.h"
 #include "platform/PrivilegedRunner.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <memory>
 
 namespace quillon::app {
 
@@ -20,16 +18,12 @@ QStringList appRemoval(const AppOrigin& origin)
         return {QStringLiteral("DEBIAN_FRONTEND=noninteractive dpkg --purge ") + RootScript::quote(origin.package)
             + QStringLiteral(" || true")};
     case AppOrigin::Kind::localInstall: {
+        // rm -f takes a link itself, never what it points to.
         QStringList lines;
-        QStringList dirs;
-        for (const QString& file : origin.files) {
+        for (const QString& file : origin.files)
             lines << QStringLiteral("rm -f ") + RootScript::quote(file);
-            const QString dir = QFileInfo(file).path();
-            if (!dirs.contains(dir))
-                dirs << dir;
-        }
-        // Folders the install made and left empty now; shared ones stay.
-        for (const QString& dir : dirs)
+        // Folders of ours the install made and left empty now; shared ones stay.
+        for (const QString& dir : origin.ownFolders())
             lines << QStringLiteral("rmdir ") + RootScript::quote(dir) + QStringLiteral(" 2>/dev/null || true");
         return lines;
     }
@@ -52,11 +46,13 @@ QString removalScript(const AppOrigin& origin, const HelperLayout& layout)
     return RootScript::join(lines);
 }
 
+// A link goes as a link: what it points to is not ours to delete.
 void removeTree(const QString& path)
 {
     if (path.isEmpty())
         return;
-    if (QFileInfo(path).isDir())
+    const QFileInfo item(path);
+    if (item.isDir() && !item.isSymLink())
         QDir(path).removeRecursively();
     else
         QFile::remove(path);
@@ -73,15 +69,7 @@ Uninstaller::Uninstaller(platform::PrivilegedRunner& runner, AppOrigin origin, H
 
 void Uninstaller::performPrivilegedRemoval(Done done)
 {
-    auto staging = std::make_shared<StagingDir>();
-    QString error;
-    const QString script
-        = staging->write(QStringLiteral("uninstall.sh"), removalScript(m_origin, m_layout).toUtf8(), error);
-    if (script.isEmpty()) {
-        done(InstallResult::failed(QStringLiteral("Skript konnte nicht erstellt werden: ") + error));
-        return;
-    }
-    m_runner.run(script, [staging, done](const platform::PrivilegedRunner::Result& result) {
+    m_runner.run(removalScript(m_origin, m_layout), [done](const platform::PrivilegedRunner::Result& result) {
         InstallResult outcome = InstallResult::from(result);
         if (outcome.kind == InstallResult::Kind::failed && outcome.message.isEmpty())
             outcome.message = QStringLiteral("unbekannter Fehler");

@@ -23,13 +23,19 @@ PkexecRunner::PkexecRunner(QString program, QObject* parent)
 {
 }
 
-void PkexecRunner::run(const QString& scriptPath, Done done)
+QString PkexecRunner::noAgentText()
+{
+    return QStringLiteral("No password dialog is available: no polkit authentication agent runs in this session. "
+                          "Start your desktop's authentication agent and try again.");
+}
+
+void PkexecRunner::run(const QString& script, Done done)
 {
     auto* process = new QProcess(this);
     process->setProgram(m_program);
-    // $0 of the inner shell is the script's path: no quoting is involved.
-    process->setArguments({QStringLiteral("/bin/sh"), QStringLiteral("-c"),
-        QStringLiteral("echo '%1'; exec /bin/sh \"$0\"").arg(QString::fromLatin1(kStartedMarker)), scriptPath});
+    // The marker goes first, in the same shell, so that it shows only once root runs the script.
+    process->setArguments({QStringLiteral("--disable-internal-agent"), QStringLiteral("/bin/sh"), QStringLiteral("-c"),
+        QStringLiteral("echo '%1'\n").arg(QString::fromLatin1(kStartedMarker)) + script});
     process->setStandardInputFile(QProcess::nullDevice());
 
     connect(process, &QProcess::errorOccurred, this, [process, done](QProcess::ProcessError error) {
@@ -47,6 +53,8 @@ void PkexecRunner::run(const QString& scriptPath, Done done)
             done({Result::Kind::success, {}});
         } else if (!ranAsRoot && status == QProcess::NormalExit && exitCode == kDismissed) {
             done({Result::Kind::dismissed, {}});
+        } else if (!ranAsRoot && error.contains(QLatin1String("authentication agent"), Qt::CaseInsensitive)) {
+            done({Result::Kind::failed, noAgentText()});
         } else if (!error.isEmpty()) {
             done({Result::Kind::failed, error});
         } else if (status != QProcess::NormalExit) {

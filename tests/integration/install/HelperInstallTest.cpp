@@ -13,6 +13,7 @@
 #include <QDBusReply>
 #include <QDirIterator>
 #include <QTemporaryDir>
+#include <functional>
 #include <gtest/gtest.h>
 #include <optional>
 #include <sys/stat.h>
@@ -128,7 +129,7 @@ protected:
         standIn(dir.path() + "/systemctl",
             "echo \"$*\" >> '" + systemctlLog.toUtf8()
                 + "'\necho 'System has not been booted with systemd' >&2\nexit 1\n")};
-    PkexecRunner runner{standIn(dir.path() + "/pkexec", "exec \"$@\"\n")};
+    PkexecRunner runner{standIn(dir.path() + "/pkexec", "shift\nexec \"$@\"\n")};
     PrivateBus bus{"<includedir>" + root + "/etc/dbus-1/system.d</includedir><servicedir>" + root
             + "/usr/local/share/dbus-1/system-services</servicedir>",
         true};
@@ -202,9 +203,101 @@ TEST_F(RealInstall, RemovalCleansUpAHalfInstallAndALocalInstall)
     for (const QString& file : appFiles)
         ASSERT_TRUE(writeFile(file, "x"));
 
-    ASSERT_EQ(uninstall({AppOrigin::Kind::localInstall, {}, appFiles}).kind, InstallResult::Kind::success);
+    ASSERT_EQ(uninstall({AppOrigin::Kind::localInstall, {}, prefix, appFiles}).kind, InstallResult::Kind::success);
     EXPECT_EQ(filesUnder(root), before);
     EXPECT_FALSE(QFileInfo::exists(prefix + "/share/quillon"));
+    EXPECT_TRUE(QFileInfo::exists(prefix + "/bin")) << "a shared folder stays, empty or not";
+}
+
+// A manifest that names files outside its prefix, read as the app would read
+// it, deletes nothing there.
+TEST_F(RealInstall, AHostileManifestDeletesNothingOutsideItsPrefix)
+{
+    const QString prefix = root + "/usr/local";
+    const QString app = prefix + "/bin/quillon";
+    const QString precious = root + "/etc/precious.conf";
+    ASSERT_TRUE(writeFile(app, "app"));
+    ASSERT_TRUE(writeFile(precious, "keep"));
+    ASSERT_TRUE(writeFile(prefix + "/share/quillon/install_manifest.txt",
+        (app + "\n" + precious + "\n" + prefix + "/../../etc/precious.conf\n").toUtf8()));
+    const AppOrigin origin = AppOrigin::detect(app, {}, {0, dir.path()});
+    ASSERT_EQ(origin.kind, AppOrigin::Kind::localInstall);
+    ASSERT_EQ(uninstall(origin).kind, InstallResult::Kind::success);
+    EXPECT_FALSE(QFileInfo::exists(app));
+    EXPECT_EQ(readFile(precious), "keep");
+    EXPECT_TRUE(QFileInfo(prefix + "/bin").isDir()) << "the install did not make bin/";
+}
+
+// While the password dialog is open, another process of the same user
+// rewrites or relinks everything it can reach; root installs what the app
+// checked or nothing at all.
+TEST_F(RealInstall, ASameUserProcessRacingThePromptChangesNothingRootDoes)
+{
+    const QString go = dir.path() + "/typed";
+    const QString asking = dir.path() + "/asking";
+    // pkexec as a person meets it: it waits for the password before root runs anything.
+    PkexecRunner slow{standIn(dir.path() + "/pkexec-slow",
+        "touch '" + asking.toUtf8() + "'\nwhile [ ! -e '" + go.toUtf8()
+            + "' ]; do sleep 0.05; done\nshift\nexec \"$@\"\n")};
+    QTemporaryDir userTmp;
+    const QByteArray savedTmp = qgetenv("TMPDIR");
+    qputenv("TMPDIR", userTmp.path().toUtf8());
+    const auto before = filesUnder(root);
+
+    struct Tamper {
+        const char* what;
+        std::function<void(const QString& helper)> act;
+    };
+    const QString decoy = helperIn("decoy", "\nnot what the app checked");
+    const QList<Tamper> tampering{
+        {"the helper rewritten",
+            [](const QString& helper) {
+                writeFile(helper, "#!/bin/sh\necho not the app's helper\n");
+            }},
+        {"the helper turned into a link",
+            [&](const QString& helper) {
+                QFile::remove(helper);
+                QFile::link(decoy, helper);
+            }},
+        {"the helper turned into a link to the very same bytes",
+            [&](const QString& helper) {
+                const QString same = helper + ".same";
+                QFile::copy(helper, same);
+                QFile::remove(helper);
+                QFile::link(same, helper);
+            }},
+    };
+    for (const Tamper& tamper : tampering) {
+        QFile::remove(go);
+        QFile::remove(asking);
+        const QString helper = helperIn(QString("app-%1").arg(&tamper - tampering.data()));
+        std::optional<InstallResult> outcome;
+        HelperInstaller installer(slow, helper, layout);
+        installer.install([&](const InstallResult& result) { outcome = result; });
+        ASSERT_TRUE(waitUntil([&] { return QFileInfo::exists(asking); }, 10s));
+        EXPECT_TRUE(QDir(userTmp.path()).isEmpty()) << "nothing staged where the user can write";
+        tamper.act(helper);
+        writeFile(go, "");
+        ASSERT_TRUE(waitUntil([&] { return outcome.has_value(); }, 60s));
+        EXPECT_EQ(outcome->kind, InstallResult::Kind::failed) << tamper.what;
+        EXPECT_FALSE(outcome->message.isEmpty()) << tamper.what;
+        EXPECT_EQ(filesUnder(root), before) << tamper.what << ": nothing was put down";
+        EXPECT_FALSE(helperPid()) << tamper.what;
+    }
+
+    // Untouched, the same slow prompt installs exactly what the app checked.
+    QFile::remove(go);
+    QFile::remove(asking);
+    const QString helper = helperIn("untouched");
+    std::optional<InstallResult> outcome;
+    HelperInstaller installer(slow, helper, layout);
+    installer.install([&](const InstallResult& result) { outcome = result; });
+    ASSERT_TRUE(waitUntil([&] { return QFileInfo::exists(asking); }, 10s));
+    writeFile(go, "");
+    ASSERT_TRUE(waitUntil([&] { return outcome.has_value(); }, 60s));
+    EXPECT_EQ(outcome->kind, InstallResult::Kind::success) << outcome->message.toStdString();
+    EXPECT_EQ(readFile(layout.helperPath()), readFile(helper));
+    qputenv("TMPDIR", savedTmp);
 }
 
 } // namespace

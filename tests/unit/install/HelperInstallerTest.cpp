@@ -7,6 +7,7 @@
 #include "support/Files.h"
 #include "support/QStringPrinter.h"
 
+#include <QCryptographicHash>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
@@ -53,7 +54,7 @@ TEST_F(Installer, OutcomesOfTheRootScript)
     EXPECT_EQ(runner.runs, 3);
 }
 
-TEST_F(Installer, NothingRunsWithoutTheHelperOrAPlaceToStageFiles)
+TEST_F(Installer, NothingRunsWithoutAReadableHelperOrAPlainDestination)
 {
     HelperInstaller missing(runner, dir.path() + "/elsewhere/quillon-helper", layout);
     InstallResult result = install(missing);
@@ -65,15 +66,14 @@ TEST_F(Installer, NothingRunsWithoutTheHelperOrAPlaceToStageFiles)
     HelperInstaller spaced(runner, bundled, HelperLayout(dir.path() + "/with space"));
     EXPECT_EQ(install(spaced).kind, InstallResult::Kind::failed);
 
-    const QByteArray tmp = qgetenv("TMPDIR");
-    for (const QString& unusable : {dir.path() + "/no/such/dir", bundled}) {
-        qputenv("TMPDIR", unusable.toUtf8());
-        HelperInstaller installer(runner, bundled, layout);
-        result = install(installer);
+    // A helper the app cannot read has no digest to hold root's copy to.
+    ASSERT_TRUE(QFile::setPermissions(bundled, QFileDevice::WriteOwner));
+    if (!QFile(bundled).open(QIODevice::ReadOnly)) {
+        HelperInstaller unreadable(runner, bundled, layout);
+        result = install(unreadable);
         EXPECT_EQ(result.kind, InstallResult::Kind::failed);
-        EXPECT_TRUE(result.message.contains("temporary folder")) << result.message.toStdString();
+        EXPECT_TRUE(result.message.contains("Could not read the helper")) << result.message.toStdString();
     }
-    qputenv("TMPDIR", tmp);
     EXPECT_EQ(runner.runs, 0);
 }
 
@@ -111,8 +111,10 @@ TEST(RootScriptQuoting, EveryPathSurvivesTheShell)
     }
 }
 
-// The staged files and the script go once the outcome is known.
-TEST_F(Installer, LeavesNothingInTheTemporaryFolder)
+// Root gets everything in the script's own text: the data files word for
+// word and the digest the helper must have; nothing is left for another
+// process of the user to rewrite while the password is asked for.
+TEST_F(Installer, TheScriptCarriesTheDataFilesAndTheHelpersDigest)
 {
     QTemporaryDir tmp;
     const QByteArray saved = qgetenv("TMPDIR");
@@ -121,8 +123,11 @@ TEST_F(Installer, LeavesNothingInTheTemporaryFolder)
     const InstallResult result = install(installer);
     qputenv("TMPDIR", saved);
     ASSERT_EQ(result.kind, InstallResult::Kind::success);
-    EXPECT_TRUE(runner.script.contains(tmp.path()));
-    EXPECT_TRUE(QDir(tmp.path()).isEmpty());
+    EXPECT_TRUE(QDir(tmp.path()).isEmpty()) << "nothing staged where the user can write";
+    EXPECT_FALSE(runner.script.contains(tmp.path()));
+    EXPECT_TRUE(runner.script.contains(QCryptographicHash::hash("helper bytes", QCryptographicHash::Sha256).toHex()));
+    EXPECT_TRUE(runner.script.contains("ExecStart=" + layout.helperPath() + " --daemon"));
+    EXPECT_TRUE(runner.script.contains("<policyconfig>")) << "the polkit actions travel in the script";
 }
 
 } // namespace

@@ -25,23 +25,20 @@ protected:
         QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
         return path;
     }
-    QString script(const QByteArray& body)
-    {
-        const QString path = dir.path() + "/script with 'quotes'.sh";
-        EXPECT_TRUE(writeFile(path, body));
-        return path;
-    }
-    PrivilegedRunner::Result run(const QString& pkexec, const QString& scriptPath)
+    static QString script(const QByteArray& body) { return QString::fromUtf8(body); }
+    PrivilegedRunner::Result run(const QString& pkexec, const QString& text)
     {
         PkexecRunner runner(pkexec);
         std::optional<PrivilegedRunner::Result> result;
-        runner.run(scriptPath, [&](const PrivilegedRunner::Result& r) { result = r; });
+        runner.run(text, [&](const PrivilegedRunner::Result& r) { result = r; });
         EXPECT_TRUE(waitUntil([&] { return result.has_value(); }, std::chrono::seconds(10)));
         return result.value_or(PrivilegedRunner::Result{});
     }
 
     QTemporaryDir dir;
-    QString granted = standIn("pkexec-granted", "exec \"$@\"\n");
+    // pkexec's own terminal prompt must be off: the app has no terminal to answer it on.
+    QString granted
+        = standIn("pkexec-granted", "[ \"$1\" = --disable-internal-agent ] || exit 99\nshift\nexec \"$@\"\n");
 };
 
 TEST_F(Pkexec, DismissedDialogIsTheOnlyCancel)
@@ -63,7 +60,8 @@ TEST_F(Pkexec, FailuresCarryTheirOwnWords)
                                  "exit 127\n"),
         ok);
     EXPECT_EQ(noAgent.kind, Kind::failed);
-    EXPECT_EQ(noAgent.message, "Error executing command as another user: No authentication agent found.");
+    EXPECT_EQ(noAgent.message, PkexecRunner::noAgentText());
+    EXPECT_TRUE(noAgent.message.startsWith("No password dialog is available")) << noAgent.message.toStdString();
 
     const auto silent = run(granted, script("exit 3\n"));
     EXPECT_EQ(silent.kind, Kind::failed);
@@ -74,11 +72,12 @@ TEST_F(Pkexec, FailuresCarryTheirOwnWords)
     EXPECT_TRUE(absent.message.contains("could not be started")) << absent.message.toStdString();
 }
 
-TEST_F(Pkexec, GrantedScriptRunsOnceWithItsPathIntact)
+TEST_F(Pkexec, GrantedScriptRunsOnceWithItsTextIntact)
 {
     const QString marker = dir.path() + "/ran";
-    EXPECT_EQ(run(granted, script("echo x >> '" + marker.toUtf8() + "'\n")).kind, Kind::success);
-    EXPECT_EQ(readFile(marker), "x\n");
+    const QByteArray text = "printf '%s\\n' 'it'\"'\"'s \"$HOME\" `x` \\' >> '" + marker.toUtf8() + "'\n";
+    EXPECT_EQ(run(granted, script(text)).kind, Kind::success);
+    EXPECT_EQ(readFile(marker), "it's \"$HOME\" `x` \\\n");
 }
 
 } // namespace

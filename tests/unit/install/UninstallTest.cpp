@@ -9,6 +9,7 @@
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 using namespace quillon::app;
 using namespace quillon::test;
@@ -120,8 +121,9 @@ TEST_F(Uninstall, OriginOfTheApp)
     const auto noPackage = [](const QString&) {
         return QString();
     };
+    const AppOrigin::ManifestTrust ours{static_cast<uint>(::geteuid()), dir.path()};
 
-    EXPECT_EQ(AppOrigin::detect(app, noPackage).kind, AppOrigin::Kind::buildTree);
+    EXPECT_EQ(AppOrigin::detect(app, noPackage, ours).kind, AppOrigin::Kind::buildTree);
     const AppOrigin packaged = AppOrigin::detect(
         app, [&](const QString& path) { return path == app ? QStringLiteral("quillon") : QString(); });
     EXPECT_EQ(packaged.kind, AppOrigin::Kind::package);
@@ -129,20 +131,91 @@ TEST_F(Uninstall, OriginOfTheApp)
 
     const QString manifest = prefix + "/share/quillon/install_manifest.txt";
     ASSERT_TRUE(writeFile(manifest, (prefix + "/share/doc/other\n").toUtf8()));
-    EXPECT_EQ(AppOrigin::detect(app, noPackage).kind, AppOrigin::Kind::buildTree) << "a manifest not naming the app";
+    EXPECT_EQ(AppOrigin::detect(app, noPackage, ours).kind, AppOrigin::Kind::buildTree)
+        << "a manifest not naming the app";
     ASSERT_TRUE(
         writeFile(manifest, (app + "\n" + prefix + "/share/applications/org.quillon.Quillon.desktop\n").toUtf8()));
-    const AppOrigin local = AppOrigin::detect(app, noPackage);
+    const AppOrigin local = AppOrigin::detect(app, noPackage, ours);
     EXPECT_EQ(local.kind, AppOrigin::Kind::localInstall);
+    EXPECT_EQ(local.prefix, QFileInfo(prefix).canonicalFilePath());
     EXPECT_EQ(local.files,
         QStringList({app, prefix + "/share/applications/org.quillon.Quillon.desktop",
             QFileInfo(manifest).canonicalFilePath()}));
 }
 
+// Root deletes what the manifest lists, so only a manifest nobody but its
+// owner could have written counts, and only its lines below the prefix.
+TEST_F(Uninstall, OnlyATrustedManifestAndOnlyBelowItsPrefix)
+{
+    const QString prefix = QFileInfo(dir.path()).canonicalFilePath() + "/prefix";
+    const QString app = prefix + "/bin/quillon";
+    const QString manifest = prefix + "/share/quillon/install_manifest.txt";
+    const QString outside = dir.path() + "/etc/precious";
+    ASSERT_TRUE(writeFile(app, "app"));
+    ASSERT_TRUE(writeFile(prefix + "/libexec/quillon/quillon-helper", "helper"));
+    ASSERT_TRUE(writeFile(manifest,
+        (outside + "\n" + app + "\n" + prefix + "/../etc/precious\n" + prefix + "/libexec/quillon/quillon-helper\n"
+            + "relative/path\n" + app + "\n")
+            .toUtf8()));
+    const auto noPackage = [](const QString&) {
+        return QString();
+    };
+    const AppOrigin::ManifestTrust ours{static_cast<uint>(::geteuid()), dir.path()};
+
+    const AppOrigin local = AppOrigin::detect(app, noPackage, ours);
+    ASSERT_EQ(local.kind, AppOrigin::Kind::localInstall);
+    EXPECT_EQ(local.files, QStringList({app, prefix + "/libexec/quillon/quillon-helper", manifest}));
+    // Folders named for the app go once empty; bin/, libexec/ and share/ are everyone's.
+    EXPECT_EQ(local.ownFolders(), QStringList({prefix + "/libexec/quillon", prefix + "/share/quillon"}));
+
+    const auto refused = [&](const char* why) {
+        EXPECT_EQ(AppOrigin::detect(app, noPackage, ours).kind, AppOrigin::Kind::buildTree) << why;
+    };
+    EXPECT_EQ(AppOrigin::detect(app, noPackage, {static_cast<uint>(::geteuid()) + 1, dir.path()}).kind,
+        AppOrigin::Kind::buildTree)
+        << "another owner's manifest";
+    EXPECT_EQ(AppOrigin::detect(app, noPackage).kind, AppOrigin::Kind::buildTree)
+        << "the system's trust reaches up to /, and /tmp is everyone's";
+    QFile::setPermissions(manifest, QFile::permissions(manifest) | QFileDevice::WriteGroup);
+    refused("a manifest the group may write");
+    QFile::setPermissions(manifest, QFile::permissions(manifest) & ~QFileDevice::WriteGroup);
+    const QString share = prefix + "/share";
+    QFile::setPermissions(share, QFile::permissions(share) | QFileDevice::WriteOther);
+    refused("a folder above it that others may write");
+    QFile::setPermissions(share, QFile::permissions(share) & ~QFileDevice::WriteOther);
+    EXPECT_EQ(AppOrigin::detect(app, noPackage, ours).kind, AppOrigin::Kind::localInstall);
+}
+
+// A link among the user's traces goes as a link; what it points to stays.
+TEST_F(Uninstall, LinkedTracesAreRemovedAsLinks)
+{
+    const QString elsewhere = dir.path() + "/elsewhere";
+    ASSERT_TRUE(writeFile(elsewhere + "/keep.txt", "keep"));
+    ASSERT_TRUE(writeFile(elsewhere + "/deeper/keep.txt", "keep"));
+    ASSERT_TRUE(writeFile(dir.path() + "/dotfiles/Quillon.ini", "[General]"));
+    ASSERT_TRUE(QDir(traces.cacheDir).removeRecursively());
+    ASSERT_TRUE(QFile::link(elsewhere, traces.cacheDir));
+    ASSERT_TRUE(QFile::remove(traces.settingsFile));
+    ASSERT_TRUE(QFile::link(dir.path() + "/dotfiles/Quillon.ini", traces.settingsFile));
+    // and a link inside a folder of ours
+    const QString realCache = dir.path() + "/cache2/quillon";
+    ASSERT_TRUE(QDir().mkpath(realCache));
+    ASSERT_TRUE(QFile::link(elsewhere + "/deeper", realCache + "/icons"));
+
+    Uninstaller::clearUserTraces({traces.settingsFile, traces.autostartEntry, traces.cacheDir});
+    Uninstaller::clearUserTraces({{}, {}, realCache});
+    EXPECT_FALSE(QFileInfo(traces.cacheDir).isSymLink());
+    EXPECT_FALSE(QFileInfo(traces.settingsFile).isSymLink());
+    EXPECT_FALSE(QFileInfo::exists(realCache));
+    EXPECT_EQ(readFile(elsewhere + "/keep.txt"), "keep");
+    EXPECT_EQ(readFile(elsewhere + "/deeper/keep.txt"), "keep");
+    EXPECT_EQ(readFile(dir.path() + "/dotfiles/Quillon.ini"), "[General]");
+}
+
 TEST_F(Uninstall, BuildTreeIsNamedInTheQuestion)
 {
     EXPECT_TRUE(flow.text().contains("folder it was built in")) << flow.text().toStdString();
-    Uninstaller packaged(runner, AppOrigin{AppOrigin::Kind::package, "quillon", {}}, HelperLayout(dir.path()));
+    Uninstaller packaged(runner, AppOrigin{AppOrigin::Kind::package, "quillon", {}, {}}, HelperLayout(dir.path()));
     UninstallFlow question(packaged, traces);
     EXPECT_FALSE(question.text().contains("folder it was built in")) << question.text().toStdString();
     EXPECT_TRUE(question.text().startsWith("This removes: the fan background helper")) << question.text().toStdString();
@@ -151,7 +224,7 @@ TEST_F(Uninstall, BuildTreeIsNamedInTheQuestion)
 TEST_F(Uninstall, TheDialogsInGerman)
 {
     Translations::apply(true);
-    Uninstaller packaged(runner, AppOrigin{AppOrigin::Kind::package, "quillon", {}}, HelperLayout(dir.path()));
+    Uninstaller packaged(runner, AppOrigin{AppOrigin::Kind::package, "quillon", {}, {}}, HelperLayout(dir.path()));
     UninstallFlow german(packaged, traces);
     EXPECT_EQ(german.title(), "Quillon wirklich entfernen?");
     EXPECT_EQ(german.text(),
