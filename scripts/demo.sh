@@ -135,7 +135,28 @@ ctl reset
 QUILLON_SMC="sim:$demo_dir/mac.sock" "$bin/quillon-helper" --smc-write u8:QLOD 8 >/dev/null
 shot 5-all-off
 
-say "6. The settings window (quillon ctl settings):"
+say "6. Render Mode (quillon ctl render on): a dim overlay with the render's figures covers the screen;"
+echo "  its own Exit button, clicked, leaves Render Mode:"
+ctl render on
+overlay_window() { # its id, while it is shown
+  xdotool search --onlyvisible --name '^Quillon Render Mode$' 2>/dev/null | head -n 1
+}
+overlay_shown() { [ -n "$(overlay_window)" ]; }
+if waitfor 10 overlay_shown; then
+  sleep 0.6
+  "$bin/quillon-screengrab" "$shots/6-render-mode.png" 2>/dev/null && echo "  saved 6-render-mode.png"
+  eval "$(xdotool getwindowgeometry --shell "$(overlay_window)")"
+  # The button sits centred, 64 px above the overlay's bottom edge.
+  xdotool mousemove $((X + WIDTH / 2)) $((Y + HEIGHT - 84)) click 1
+  if waitfor 10 sh -c "! xdotool search --onlyvisible --name '^Quillon Render Mode\$'"; then
+    state=$(ctl status | python3 -c 'import json, sys; print("on" if json.load(sys.stdin)["render"]["enabled"] else "off")')
+    echo "  the overlay is gone; Render Mode is $state"
+  else
+    echo "  the overlay did not go away" >&2
+  fi
+fi
+
+say "7. The settings window (quillon ctl settings):"
 ctl settings
 settings_window() { # its id, while it is open (titled in the app's language)
   xdotool search --onlyvisible --name '^Quillon (Settings|Einstellungen)$' 2>/dev/null | head -n 1
@@ -143,11 +164,11 @@ settings_window() { # its id, while it is open (titled in the app's language)
 settings_open() { [ -n "$(settings_window)" ]; }
 if waitfor 5 settings_open; then
   sleep 0.6
-  "$bin/quillon-screengrab" "$shots/6-settings.png" "$(settings_window)" 2>/dev/null
-  echo "  saved 6-settings.png"
+  "$bin/quillon-screengrab" "$shots/7-settings.png" "$(settings_window)" 2>/dev/null
+  echo "  saved 7-settings.png"
 fi
 
-say "7. Quitting the app stops its simulated Mac and helper."
+say "8. Quitting the app stops its simulated Mac and helper."
 kill -TERM "$app"
 wait "$app" 2>/dev/null || true
 

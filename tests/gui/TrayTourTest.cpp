@@ -18,6 +18,7 @@
 #include <QJsonObject>
 #include <QTest>
 #include <csignal>
+#include <functional>
 #include <gtest/gtest.h>
 
 namespace quillon::test {
@@ -222,6 +223,46 @@ TEST_F(TrayTourTest, RenderModeOverlayFinishAndReport)
     EXPECT_EQ(enabled("lid"), lidBefore);
     EXPECT_EQ(enabled("drives"), drivesBefore);
     display.grab(artifact("7-render-off.png"));
+}
+
+// The overlay covers every screen, so its own controls are the user's way
+// out: a real click on Exit, then a real Escape, each switch Render Mode off
+// and take the overlay away, and the app lives on.
+TEST_F(TrayTourTest, TheOverlaysExitButtonAndEscapeLeaveRenderMode)
+{
+    ASSERT_TRUE(startApp());
+    const auto overlayWindow = [&]() -> std::optional<XDisplay::Window> {
+        for (const XDisplay::Window& w : display.visibleWindows("quillon")) {
+            if (w.frame.width() >= 1280 && w.frame.height() >= 800)
+                return w;
+        }
+        return std::nullopt;
+    };
+    const auto renderOn = [&] {
+        return rig.status().value("render").toObject().value("enabled").toBool();
+    };
+    // The button sits centred, 64 px above the bottom edge, about 40 px tall.
+    constexpr int kExitFromBottom = 64 + 20;
+    using Leave = std::function<void(const XDisplay::Window&)>;
+    const QList<std::pair<const char*, Leave>> ways{
+        {"Exit",
+            [&](const XDisplay::Window& w) {
+                display.click(w, QPoint(w.frame.width() / 2, w.frame.height() - kExitFromBottom));
+            }},
+        {"Escape",
+            [&](const XDisplay::Window& w) {
+                display.key(w, "Escape");
+            }},
+    };
+    for (const auto& [name, leave] : ways) {
+        ASSERT_EQ(rig.ctl({"render", "on"}).exitCode, 0) << name;
+        ASSERT_TRUE(waitUntil([&] { return overlayWindow().has_value(); }, 15s)) << name << ": no overlay";
+        letItDraw();
+        leave(*overlayWindow());
+        EXPECT_TRUE(waitUntil([&] { return !renderOn(); }, 10s)) << name << " left Render Mode on";
+        EXPECT_TRUE(waitUntil([&] { return !overlayWindow(); }, 10s)) << name << ": the overlay stayed";
+        ASSERT_TRUE(rig.app.running()) << name << " ended the app:\n" << rig.log();
+    }
 }
 
 } // namespace

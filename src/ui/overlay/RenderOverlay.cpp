@@ -15,17 +15,29 @@ RenderOverlay::RenderOverlay(RenderView& view, QObject* parent)
     connect(&m_view, &RenderView::changed, this, &RenderOverlay::sync);
     if (auto* app = qobject_cast<QGuiApplication*>(QCoreApplication::instance())) {
         connect(app, &QGuiApplication::screenAdded, this, [this] {
-            m_windows.clear();
+            dropWindows();
             sync();
         });
         connect(app, &QGuiApplication::screenRemoved, this, [this] {
-            m_windows.clear();
+            dropWindows();
             sync();
         });
     }
 }
 
 RenderOverlay::~RenderOverlay() = default;
+
+void RenderOverlay::dropWindows()
+{
+    // Render Mode is switched off from inside the overlay too (its Exit
+    // button, Esc), while that window's QML handler is still running: the
+    // windows are hidden now and deleted once control is back in the event loop.
+    for (auto& window : m_windows) {
+        window->hide();
+        window.release()->deleteLater();
+    }
+    m_windows.clear();
+}
 
 void RenderOverlay::retranslate()
 {
@@ -36,7 +48,7 @@ void RenderOverlay::retranslate()
 void RenderOverlay::sync()
 {
     if (!m_view.enabled()) {
-        m_windows.clear();
+        dropWindows();
         return;
     }
     if (!m_windows.empty())
@@ -45,6 +57,7 @@ void RenderOverlay::sync()
         auto window = std::make_unique<QQuickView>();
         window->setFlags(Qt::Window | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
         window->setColor(Qt::transparent);
+        window->setTitle(QStringLiteral("Quillon Render Mode"));
         window->setResizeMode(QQuickView::SizeRootObjectToView);
         window->setInitialProperties({{QStringLiteral("render"), QVariant::fromValue(static_cast<QObject*>(&m_view))}});
         window->setSource(QUrl(QStringLiteral("qrc:/qml/RenderOverlay.qml")));

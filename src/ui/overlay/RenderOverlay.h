@@ -25,6 +25,7 @@ public:
 
 private:
     void sync();
+    void dropWindows();
 
     RenderView& m_view;
     std::vector<std::unique_ptr<QQuickView>> m_windows;

@@ -79,12 +79,15 @@ Rectangle {
             font.pixelSize: 15
             Layout.alignment: Qt.AlignHCenter
         }
-        Button {
-            objectName: "overlayExit"
-            text: qsTr("Exit Render Mode")
-            Layout.alignment: Qt.AlignHCenter
-            Layout.topMargin: 12
-            onClicked: overlay.render.enabled = false
-        }
+    }
+
+    // The way out stays in one place on every screen, whatever the figures above show.
+    Button {
+        objectName: "overlayExit"
+        text: qsTr("Exit Render Mode")
+        anchors.horizontalCenter: parent.horizontalCenter
+        anchors.bottom: parent.bottom
+        anchors.bottomMargin: 64
+        onClicked: overlay.render.enabled = false
     }
 }
