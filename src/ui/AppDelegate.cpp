@@ -145,6 +145,33 @@ void AppDelegate::buildSettings()
     m_settingsWindow = std::make_unique<SettingsController>(*m_settingsView);
 }
 
+void AppDelegate::uninstallConfirmed(std::function<void(const app::InstallResult&)> done)
+{
+    // The settings window's flow, its question already answered with yes.
+    app::UninstallFlow* flow = m_services->makeUninstallFlow().release();
+    flow->setParent(this);
+    connect(flow, &app::UninstallFlow::changed, this, [flow, done] {
+        using State = app::UninstallFlow::State;
+        switch (flow->state()) {
+        case State::removed:
+            done(app::InstallResult::success());
+            break;
+        case State::failed:
+            done(app::InstallResult::failed(flow->text()));
+            break;
+        case State::closed:
+            done(app::InstallResult::cancelled());
+            break;
+        case State::confirming:
+        case State::working:
+            return;
+        }
+        flow->disconnect();
+        flow->deleteLater();
+    });
+    flow->accept();
+}
+
 void AppDelegate::showSettings()
 {
     m_settingsWindow->show();
@@ -161,6 +188,7 @@ bool AppDelegate::startScripting(QString& error)
             return m_hotkeys ? StatusReport::HotkeyStatus{m_hotkeys->installed(), m_hotkeys->state()}
                              : StatusReport::HotkeyStatus{};
         },
+        [this](std::function<void(const app::InstallResult&)> done) { uninstallConfirmed(std::move(done)); },
     };
     m_scripting = std::make_unique<ScriptingService>(*m_manager, m_services->helperLink(), std::move(hooks));
     return m_scripting->registerOn(QDBusConnection::sessionBus(), error);

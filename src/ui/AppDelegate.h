@@ -6,11 +6,13 @@
 #include <QObject>
 #include <QString>
 #include <QTimer>
+#include <functional>
 #include <memory>
 
 namespace quillon::app {
 class SleepManager;
-}
+struct InstallResult;
+} // namespace quillon::app
 
 namespace quillon::ui {
 
@@ -59,6 +61,9 @@ public:
     // Opens the settings window, or raises it.
     void showSettings();
     void quit();
+    // Runs the uninstall as if its question had been answered with yes
+    // (`quillon ctl helper uninstall`); done hears the outcome once.
+    void uninstallConfirmed(std::function<void(const app::InstallResult&)> done);
 
     app::SleepManager& manager() { return *m_manager; }
     // The welcome window ("Show intro again": onboarding().show()); made at launch.

@@ -363,38 +363,49 @@ void FanController::checkHeatAlert()
         m_overheatNotified = false;
 }
 
-void FanController::installHelper()
+void FanController::installHelper(std::function<void(const InstallResult&)> done)
 {
     if (!m_parts.installer) {
         setStatusMessage(QStringLiteral("Fehler: ") + tr("this build has no helper installer"));
+        if (done)
+            done(InstallResult::failed(tr("this build has no helper installer")));
         return;
     }
-    if (m_helperInstalling)
+    if (m_helperInstalling) {
+        if (done)
+            done(InstallResult::failed(QStringLiteral("an installation is already under way")));
         return;
+    }
     m_helperInstalling = true;
     emit helperStateChanged();
     QPointer<FanController> self(this);
-    m_parts.installer([self](const InstallResult& result) {
-        if (!self)
-            return;
-        self->m_helperInstalling = false;
-        emit self->helperStateChanged();
-        switch (result.kind) {
-        case InstallResult::Kind::success:
-            self->m_helperInstalled = true;
-            self->m_helperNeedsUpdate = false;
-            self->setStatusMessage(QStringLiteral("Helper installiert"));
-            self->m_parts.link->invalidate();
-            self->connectIfNeeded();
-            break;
-        case InstallResult::Kind::cancelled:
-            self->setStatusMessage(QStringLiteral("Installation abgebrochen"));
-            break;
-        case InstallResult::Kind::failed:
-            self->setStatusMessage(QStringLiteral("Fehler: ") + result.message);
-            break;
-        }
+    m_parts.installer([self, done](const InstallResult& result) {
+        if (self)
+            self->applyInstallResult(result);
+        if (done)
+            done(result);
     });
+}
+
+void FanController::applyInstallResult(const InstallResult& result)
+{
+    m_helperInstalling = false;
+    emit helperStateChanged();
+    switch (result.kind) {
+    case InstallResult::Kind::success:
+        m_helperInstalled = true;
+        m_helperNeedsUpdate = false;
+        setStatusMessage(QStringLiteral("Helper installiert"));
+        m_parts.link->invalidate();
+        connectIfNeeded();
+        break;
+    case InstallResult::Kind::cancelled:
+        setStatusMessage(QStringLiteral("Installation abgebrochen"));
+        break;
+    case InstallResult::Kind::failed:
+        setStatusMessage(QStringLiteral("Fehler: ") + result.message);
+        break;
+    }
 }
 
 void FanController::setStatusMessage(const QString& message)

@@ -131,7 +131,11 @@ public:
     // Asks the helper for its status once and applies it.
     void refresh();
     // Runs the installer unless it is already running; reconnects after success.
-    Q_INVOKABLE void installHelper();
+    Q_INVOKABLE void installHelper() { installHelper({}); }
+    // The same, for a caller that waits for the outcome (`quillon ctl helper
+    // install`): done hears it once, on the main thread; a run already under
+    // way is refused with `failed`.
+    void installHelper(std::function<void(const InstallResult&)> done);
     // Used by the lid manager: holds (on) or releases the helper's lid lock.
     // done, when given, hears the helper's answer (false with its reason, or
     // when the helper cannot be reached).
@@ -249,6 +253,8 @@ private:
     void scheduleBoostExpiry(double seconds);
     void cancelBoostExpiry();
     void setStatusMessage(const QString& message);
+    // The installer's outcome, as the panel shows it.
+    void applyInstallResult(const InstallResult& result);
     void setTargetPercent(double percent);
     void setBoosted(bool boosted);
     void notify(const QString& title, const QString& body);

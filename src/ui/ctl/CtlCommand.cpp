@@ -24,6 +24,8 @@ namespace {
 constexpr const char* kService = "org.quillon.Quillon";
 constexpr const char* kObjectPath = "/org/quillon/Quillon";
 constexpr int kCallTimeoutMs = 10000;
+// An install or removal answers once the user has dealt with the password dialog.
+constexpr int kPasswordTimeoutMs = 15 * 60 * 1000;
 
 void print(std::FILE* stream, const QString& text)
 {
@@ -198,6 +200,13 @@ int CtlCommand::run(int argc, char** argv, const QStringList& args)
         return report(app.AddAutomationApp(request.appId, request.cooling));
     case Verb::autoRemove:
         return report(app.RemoveAutomationApp(request.appId));
+    case Verb::helperInstall:
+    case Verb::helperUpdate:
+        app.setTimeout(kPasswordTimeoutMs);
+        return report(app.InstallHelper(request.verb == Verb::helperUpdate));
+    case Verb::uninstall:
+        app.setTimeout(kPasswordTimeoutMs);
+        return report(app.Uninstall());
     case Verb::settings: {
         QDBusPendingReply<> shown = app.ShowSettings();
         shown.waitForFinished();

@@ -228,6 +228,12 @@ std::variant<CtlRequest, CtlRequest::Error> CtlRequest::parse(const QStringList&
         request.verb = Verb::reset;
     } else if (verb == QLatin1String("settings") && rest.isEmpty()) {
         request.verb = Verb::settings;
+    } else if (verb == QLatin1String("helper") && rest.size() == 1
+        && (rest[0] == QLatin1String("install") || rest[0] == QLatin1String("update")
+            || rest[0] == QLatin1String("uninstall"))) {
+        request.verb = rest[0] == QLatin1String("install") ? Verb::helperInstall
+            : rest[0] == QLatin1String("update")           ? Verb::helperUpdate
+                                                           : Verb::uninstall;
     } else if (verb == QLatin1String("awake")) {
         return parseAwake(rest, now);
     } else if (verb == QLatin1String("fans")) {
@@ -243,7 +249,8 @@ std::variant<CtlRequest, CtlRequest::Error> CtlRequest::parse(const QStringList&
     } else if (verb.isEmpty()) {
         return error(QStringLiteral("which command?"));
     } else if (verb == QLatin1String("status") || verb == QLatin1String("reset") || verb == QLatin1String("lid")
-        || verb == QLatin1String("render") || verb == QLatin1String("update") || verb == QLatin1String("settings")) {
+        || verb == QLatin1String("render") || verb == QLatin1String("update") || verb == QLatin1String("settings")
+        || verb == QLatin1String("helper")) {
         return error(QStringLiteral("wrong arguments for %1").arg(verb));
     } else {
         return error(QStringLiteral("unknown command: %1").arg(verb));
@@ -271,6 +278,9 @@ QString CtlRequest::usage()
         "  reset                                    Render Mode, keep-awake, closed lid, fan control and automation "
         "off\n"
         "  settings                                 opens the settings window\n"
+        "  helper install|update                    installs or replaces the fan helper (asks for the password)\n"
+        "  helper uninstall                         removes the helper, the app and its settings, as the settings\n"
+        "                                           window's \"Uninstall Quillon…\" does; the app then quits\n"
         "DURATION: 90s, 45m, 1h30m, 2d. TIME: HH:MM (next such time) or YYYY-MM-DDTHH:MM, local time.\n"
         "Exit status: 0 done, 1 refused or the app is not running, 2 usage error; awake -- COMMAND exits\n"
         "with the command's status (127: it could not be started).\n");

@@ -29,7 +29,10 @@ struct CtlRequest {
         automation, // the master switch
         autoAdd,
         autoRemove,
-        settings // open the settings window
+        settings,      // open the settings window
+        helperInstall, // the fan helper, through the password dialog
+        helperUpdate,
+        uninstall // the helper and the app, through the password dialog
     };
 
     Verb verb = Verb::help;

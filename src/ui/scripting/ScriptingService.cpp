@@ -5,6 +5,7 @@
 #include "app/automation/TriggerManager.h"
 #include "app/fan/FanController.h"
 #include "app/fan/HelperLink.h"
+#include "app/install/InstallResult.h"
 #include "app/install/UpdateChecker.h"
 #include "app/power/LidManager.h"
 #include "app/power/ProcessKeepAwake.h"
@@ -15,6 +16,7 @@
 
 #include <QDBusConnectionInterface>
 #include <QJsonDocument>
+#include <QPointer>
 #include <QTimer>
 #include <cmath>
 
@@ -274,6 +276,57 @@ void ScriptingService::ShowPanel()
 void ScriptingService::ShowSettings()
 {
     m_hooks.showSettings();
+}
+
+std::function<void(const app::InstallResult&)> ScriptingService::laterReply(
+    const QString& doneText, std::function<void()> after)
+{
+    setDelayedReply(true);
+    QDBusConnection bus = connection();
+    QDBusMessage call = message();
+    QPointer<ScriptingService> self(this);
+    return [bus, call, doneText, after, self](const app::InstallResult& result) mutable {
+        QString text = doneText;
+        if (result.kind == app::InstallResult::Kind::cancelled)
+            text = QStringLiteral("the password dialog was dismissed; nothing changed");
+        else if (result.kind == app::InstallResult::Kind::failed)
+            text = result.message.isEmpty() ? QStringLiteral("unknown error") : result.message;
+        bus.send(call.createReply({result.kind == app::InstallResult::Kind::success, text}));
+        if (after && self && result.kind == app::InstallResult::Kind::success)
+            QTimer::singleShot(0, self, after);
+    };
+}
+
+bool ScriptingService::InstallHelper(bool update, QString& text)
+{
+    app::FanController& fan = *m_manager.fan();
+    if (update && !fan.helperInstalled()) {
+        text = QStringLiteral("the helper is not installed; 'quillon ctl helper install' installs it");
+        return false;
+    }
+    if (!update && fan.helperInstalled()) {
+        text = fan.helperNeedsUpdate() ? QStringLiteral(
+                   "the helper is installed, but older than this app; 'quillon ctl helper update' replaces it")
+                                       : QStringLiteral("the helper is installed already");
+        return !fan.helperNeedsUpdate();
+    }
+    if (!calledFromDBus()) {
+        text = QStringLiteral("only over D-Bus");
+        return false;
+    }
+    fan.installHelper(laterReply(update ? QStringLiteral("the helper is updated and running")
+                                        : QStringLiteral("the helper is installed and running")));
+    return false;
+}
+
+bool ScriptingService::Uninstall(QString& text)
+{
+    if (!m_hooks.uninstall || !calledFromDBus()) {
+        text = QStringLiteral("this app cannot uninstall itself");
+        return false;
+    }
+    m_hooks.uninstall(laterReply(QStringLiteral("Quillon has been removed; it quits now"), m_hooks.quit));
+    return false;
 }
 
 void ScriptingService::Quit()

@@ -4,6 +4,7 @@
 #include "ui/tray/IconState.h"
 
 #include <QDBusConnection>
+#include <QDBusContext>
 #include <QObject>
 #include <QString>
 #include <QStringList>
@@ -12,6 +13,7 @@
 namespace quillon::app {
 class HelperLink;
 class SleepManager;
+struct InstallResult;
 } // namespace quillon::app
 
 namespace quillon::ui {
@@ -20,7 +22,7 @@ namespace quillon::ui {
 // /org/quillon/Quillon on the session bus (data/dbus/org.quillon.Quillon.xml;
 // the adaptor generated from it calls the methods below). Every method does
 // what the panel's control for it does, through the same model calls.
-class ScriptingService : public QObject {
+class ScriptingService : public QObject, protected QDBusContext {
     Q_OBJECT
 public:
     static constexpr const char* kService = "org.quillon.Quillon";
@@ -32,6 +34,9 @@ public:
         std::function<void()> showSettings;
         std::function<void()> quit;
         std::function<StatusReport::HotkeyStatus()> hotkeys; // may be empty: reported off
+        // The settings window's uninstall, confirmed: done hears its outcome
+        // once; after `success` the app quits. May be empty: refused.
+        std::function<void(std::function<void(const app::InstallResult&)> done)> uninstall;
     };
 
     ScriptingService(app::SleepManager& manager, app::HelperLink& link, Hooks hooks, QObject* parent = nullptr);
@@ -56,12 +61,20 @@ public:
     bool SetAutomation(bool on, QString& text);
     bool AddAutomationApp(const QString& id, const QString& cooling, QString& text);
     bool RemoveAutomationApp(const QString& id, QString& text);
+    // These two answer once their flow has ended, which includes the time
+    // the user takes in the password dialog.
+    bool InstallHelper(bool update, QString& text);
+    bool Uninstall(QString& text);
     void ShowPanel();
     void ShowSettings();
     void Quit();
 
 private:
     bool fanControlAvailable(QString& text) const;
+    // Answers the D-Bus call being served later, with (ok, text) from the
+    // outcome; then runs after, when given.
+    std::function<void(const app::InstallResult&)> laterReply(
+        const QString& doneText, std::function<void()> after = {});
 
     app::SleepManager& m_manager;
     app::HelperLink& m_link;

@@ -3,10 +3,12 @@
 #include "DemoAppRig.h"
 
 #include "support/FeedServer.h"
+#include "support/Files.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QTemporaryDir>
 #include <gtest/gtest.h>
 
 namespace quillon::test {
@@ -173,6 +175,61 @@ TEST(CtlUpdate, CheckSaysWhatTheFeedOffers)
 
     feed.serve("appcast.json", "not a feed");
     EXPECT_EQ(rig.ctl({"update", "check"}).exitCode, 1);
+}
+
+// `ctl helper ...` runs the panel's and the settings window's flows, password
+// dialog included; pkexec is a stand-in that answers as the test says (and
+// never runs anything as root), so each outcome reaches the command line.
+TEST(CtlHelper, InstallUpdateAndUninstallGoThroughThePasswordDialog)
+{
+    QTemporaryDir bin;
+    const QString answer = bin.path() + "/answer";
+    const QString asked = bin.path() + "/script";
+    writeFile(bin.path() + "/pkexec",
+        "#!/bin/sh\nprintf '%s' \"$4\" > '" + asked.toUtf8() + "'\ncase $(cat '" + answer.toUtf8()
+            + "') in\n"
+              "dismiss) exit 126 ;;\n"
+              "noagent) echo 'Error executing command as another user: No authentication agent found.' >&2; exit "
+              "127 ;;\n"
+              "grant) echo 'quillon: running as root'; exit 0 ;;\n"
+              "esac\nexit 1\n");
+    QFile::setPermissions(bin.path() + "/pkexec", QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    DemoAppRig rig;
+    ASSERT_TRUE(rig.start(offscreen + QStringList{"PATH=" + bin.path() + ":" + qEnvironmentVariable("PATH")}))
+        << rig.log();
+    const auto says = [&](const char* how, const QStringList& args) {
+        writeFile(answer, how);
+        QFile::remove(asked);
+        return rig.ctl(QStringList{"helper"} + args);
+    };
+
+    // The demo's helper counts as installed and current: nothing to ask.
+    auto result = says("grant", {"install"});
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_TRUE(contains(result.out, "installed already")) << result.out;
+    EXPECT_FALSE(QFileInfo::exists(asked)) << "no password asked for";
+
+    result = says("dismiss", {"update"});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_TRUE(contains(result.err, "dismissed")) << result.err;
+    result = says("noagent", {"update"});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_TRUE(contains(result.err, "No password dialog is available")) << result.err;
+    EXPECT_TRUE(section(rig.status(), "helper")["message"].toString().startsWith("Fehler: No password dialog"))
+        << "the panel shows the same";
+    result = says("grant", {"update"});
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_TRUE(contains(result.out, "updated")) << result.out;
+    EXPECT_TRUE(readFile(asked).contains("sha256sum")) << "root was handed the install script itself";
+
+    result = says("dismiss", {"uninstall"});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_TRUE(rig.app.running()) << "a dismissed removal keeps the app";
+    result = says("grant", {"uninstall"});
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_TRUE(contains(result.out, "removed")) << result.out;
+    EXPECT_TRUE(readFile(asked).contains("rm -f")) << "root was handed the removal script itself";
+    EXPECT_TRUE(waitUntil([&] { return !rig.app.running(); }, 10s)) << "the app quits after its removal";
 }
 
 } // namespace
