@@ -88,6 +88,9 @@ Rectangle {
         anchors.horizontalCenter: parent.horizontalCenter
         anchors.bottom: parent.bottom
         anchors.bottomMargin: 64
+        // About 40 px tall: a target that is easy to hit on a dimmed screen.
+        font.pixelSize: 16
+        padding: 12
         onClicked: overlay.render.enabled = false
     }
 }
