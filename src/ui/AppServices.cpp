@@ -102,7 +102,7 @@ std::unique_ptr<app::UninstallFlow> AppServices::makeUninstallFlow()
 {
     if (!m_uninstaller) {
         m_uninstaller = std::make_unique<app::Uninstaller>(
-            *m_runner, app::AppOrigin::detect(QCoreApplication::applicationFilePath(), app::AppOrigin::dpkgOwner));
+            *m_runner, app::AppOrigin::detectInBackground(QCoreApplication::applicationFilePath()));
     }
     const QString config = QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation);
     const QString cache = QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation);

@@ -4,8 +4,11 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QProcess>
+#include <QPromise>
 #include <QSet>
+#include <QThreadPool>
 #include <algorithm>
+#include <memory>
 #include <sys/stat.h>
 
 namespace quillon::app {
@@ -50,6 +53,18 @@ bool isOurs(const QString& folderName)
 QString AppOrigin::manifestPath(const QString& appPath)
 {
     return QFileInfo(appPath).absolutePath() + QStringLiteral("/../share/quillon/install_manifest.txt");
+}
+
+QFuture<AppOrigin> AppOrigin::detectInBackground(const QString& appPath)
+{
+    auto promise = std::make_shared<QPromise<AppOrigin>>();
+    QFuture<AppOrigin> future = promise->future();
+    promise->start();
+    QThreadPool::globalInstance()->start([promise, appPath] {
+        promise->addResult(detect(appPath, dpkgOwner));
+        promise->finish();
+    });
+    return future;
 }
 
 QString AppOrigin::dpkgOwner(const QString& path)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QFuture>
 #include <QString>
 #include <QStringList>
 #include <functional>
@@ -37,7 +38,10 @@ struct AppOrigin {
     static AppOrigin detect(const QString& appPath, const PackageOwner& owner, const ManifestTrust& trust);
     // The same with the system's trust: root's manifest, root's folders.
     static AppOrigin detect(const QString& appPath, const PackageOwner& owner);
-    // dpkg's answer.
+    // The system's detect, dpkg asked, on a pool thread: dpkg-query may take
+    // seconds, and the caller is the GUI.
+    static QFuture<AppOrigin> detectInBackground(const QString& appPath);
+    // dpkg's answer (waits up to 10 s for dpkg-query).
     static QString dpkgOwner(const QString& path);
     // Where an install puts its manifest, relative to the app's folder.
     static QString manifestPath(const QString& appPath);

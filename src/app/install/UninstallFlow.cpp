@@ -9,6 +9,8 @@ UninstallFlow::UninstallFlow(Uninstaller& uninstaller, Uninstaller::UserTraces t
     , m_uninstaller(uninstaller)
     , m_traces(std::move(traces))
 {
+    // The question names a build tree once the origin is known.
+    m_uninstaller.whenOriginKnown(this, [this] { emit changed(); });
 }
 
 QString UninstallFlow::title() const
@@ -38,7 +40,7 @@ QString UninstallFlow::text() const
     }
     QString text = tr("This removes: the fan background helper, the app itself and all settings. Fan control "
                       "immediately returns to macOS. You'll be asked for your password once.");
-    if (m_uninstaller.origin().kind == AppOrigin::Kind::buildTree)
+    if (m_uninstaller.originKnown() && m_uninstaller.origin().kind == AppOrigin::Kind::buildTree)
         text += QLatin1Char(' ') + tr("Quillon runs from the folder it was built in; that folder stays as it is.");
     return text;
 }

@@ -61,15 +61,42 @@ void removeTree(const QString& path)
 } // namespace
 
 Uninstaller::Uninstaller(platform::PrivilegedRunner& runner, AppOrigin origin, HelperLayout layout)
+    : Uninstaller(runner, QtFuture::makeReadyFuture(std::move(origin)), std::move(layout))
+{
+}
+
+Uninstaller::Uninstaller(platform::PrivilegedRunner& runner, QFuture<AppOrigin> origin, HelperLayout layout)
     : m_runner(runner)
     , m_origin(std::move(origin))
+    , m_watcher(std::make_unique<QFutureWatcher<AppOrigin>>())
     , m_layout(std::move(layout))
 {
+    m_watcher->setFuture(m_origin);
+}
+
+Uninstaller::~Uninstaller() = default;
+
+AppOrigin Uninstaller::origin() const
+{
+    return m_origin.isFinished() && m_origin.resultCount() > 0 ? m_origin.result() : AppOrigin{};
+}
+
+void Uninstaller::whenOriginKnown(QObject* context, std::function<void()> then)
+{
+    if (!originKnown())
+        QObject::connect(m_watcher.get(), &QFutureWatcherBase::finished, context, std::move(then));
 }
 
 void Uninstaller::performPrivilegedRemoval(Done done)
 {
-    m_runner.run(removalScript(m_origin, m_layout), [done](const platform::PrivilegedRunner::Result& result) {
+    if (!originKnown()) {
+        QObject::connect(
+            m_watcher.get(), &QFutureWatcherBase::finished, m_watcher.get(),
+            [this, done] { performPrivilegedRemoval(done); }, Qt::SingleShotConnection);
+        return;
+    }
+    const AppOrigin origin = this->origin();
+    m_runner.run(removalScript(origin, m_layout), [done](const platform::PrivilegedRunner::Result& result) {
         InstallResult outcome = InstallResult::from(result);
         if (outcome.kind == InstallResult::Kind::failed && outcome.message.isEmpty())
             outcome.message = QStringLiteral("unbekannter Fehler");

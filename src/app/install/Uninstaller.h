@@ -4,8 +4,11 @@
 #include "HelperLayout.h"
 #include "InstallResult.h"
 
+#include <QFuture>
+#include <QFutureWatcher>
 #include <QString>
 #include <functional>
+#include <memory>
 
 namespace quillon::platform {
 class PrivilegedRunner;
@@ -32,17 +35,26 @@ public:
     };
 
     Uninstaller(platform::PrivilegedRunner& runner, AppOrigin origin, HelperLayout layout = HelperLayout());
+    // With the origin still being found out (AppOrigin::detectInBackground).
+    Uninstaller(platform::PrivilegedRunner& runner, QFuture<AppOrigin> origin, HelperLayout layout = HelperLayout());
+    ~Uninstaller();
 
-    const AppOrigin& origin() const { return m_origin; }
+    // How the app came; a build tree (nothing of the app removed) until it is known.
+    AppOrigin origin() const;
+    bool originKnown() const { return m_origin.isFinished(); }
+    // Calls then, on context's thread, once the origin is known; never when it already is.
+    void whenOriginKnown(QObject* context, std::function<void()> then);
     // done hears `cancelled` for a dismissed authentication, else `failed`
-    // only when the script could not run at all (German text).
+    // only when the script could not run at all (German text). Waits for
+    // the origin first, never the caller.
     void performPrivilegedRemoval(Done done);
     // Each missing item or failure is ignored.
     static void clearUserTraces(const UserTraces& traces);
 
 private:
     platform::PrivilegedRunner& m_runner;
-    AppOrigin m_origin;
+    QFuture<AppOrigin> m_origin;
+    std::unique_ptr<QFutureWatcher<AppOrigin>> m_watcher;
     HelperLayout m_layout;
 };
 

@@ -2,10 +2,12 @@
 #include "app/install/UninstallFlow.h"
 #include "app/install/Uninstaller.h"
 
+#include "support/EventLoop.h"
 #include "support/FakeRunner.h"
 #include "support/Files.h"
 #include "support/QStringPrinter.h"
 
+#include <QPromise>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
@@ -210,6 +212,25 @@ TEST_F(Uninstall, LinkedTracesAreRemovedAsLinks)
     EXPECT_EQ(readFile(elsewhere + "/keep.txt"), "keep");
     EXPECT_EQ(readFile(elsewhere + "/deeper/keep.txt"), "keep");
     EXPECT_EQ(readFile(dir.path() + "/dotfiles/Quillon.ini"), "[General]");
+}
+
+// How the app came is found out off the GUI thread (dpkg-query may take
+// seconds); the removal waits for it, the caller does not.
+TEST_F(Uninstall, WaitsForTheOriginWithoutBlocking)
+{
+    QPromise<AppOrigin> promise;
+    promise.start();
+    Uninstaller later(runner, promise.future(), HelperLayout(dir.path() + "/root"));
+    UninstallFlow asking(later, traces);
+    EXPECT_FALSE(asking.text().contains("folder it was built in")) << "not known yet";
+    asking.accept();
+    EXPECT_EQ(asking.state(), State::working);
+    EXPECT_EQ(runner.runs, 0) << "nothing runs before the origin is known";
+    promise.addResult(AppOrigin{AppOrigin::Kind::package, "quillon", {}, {}});
+    promise.finish();
+    EXPECT_TRUE(waitUntil([&] { return runner.runs == 1; }, std::chrono::seconds(5)));
+    EXPECT_TRUE(runner.script.contains("dpkg --purge 'quillon'")) << runner.script.toStdString();
+    EXPECT_EQ(asking.state(), State::removed);
 }
 
 TEST_F(Uninstall, BuildTreeIsNamedInTheQuestion)
