@@ -16,6 +16,7 @@
 #include "ui/panel/PanelState.h"
 #include "ui/panel/PanelViews.h"
 #include "ui/panel/PanelWindow.h"
+#include "ui/panel/RenderView.h"
 #include "ui/scripting/ScriptingService.h"
 #include "ui/settings/SettingsController.h"
 #include "ui/settings/SettingsView.h"
@@ -50,7 +51,7 @@ void AppDelegate::applicationDidFinishLaunching()
         if (key == QLatin1String(app::Settings::Key::appLanguage))
             languageChanged();
         else if (key == QLatin1String(app::Settings::Key::showTempInMenuBar))
-            scheduleIconUpdate();
+            temperatureInTrayChanged();
     });
 
     m_manager = std::make_unique<app::SleepManager>(m_services->services());
@@ -66,6 +67,7 @@ void AppDelegate::applicationDidFinishLaunching()
     buildPanel();
     buildSettings();
 
+    temperatureInTrayChanged();
     connect(m_manager.get(), &app::SleepManager::anythingActiveChanged, this, &AppDelegate::scheduleIconUpdate);
     connect(m_manager->fan(), &app::FanController::temperaturesChanged, this, &AppDelegate::scheduleIconUpdate);
     updateIcon();
@@ -115,6 +117,11 @@ void AppDelegate::buildPanel()
     m_panel = std::make_unique<PanelWindow>(m_views->rootProperties());
     PanelState& state = m_views->state();
     connect(m_panel.get(), &PanelWindow::shownChanged, &state, &PanelState::setShown);
+    // Live figures on screen keep the fan poll at once a second.
+    connect(m_panel.get(), &PanelWindow::shownChanged, this,
+        [this](bool shown) { m_manager->fan()->setLiveView(QStringLiteral("panel"), shown); });
+    connect(&m_views->render(), &RenderView::changed, this,
+        [this] { m_manager->fan()->setLiveView(QStringLiteral("overlay"), m_views->render().enabled()); });
     connect(&state, &PanelState::closeRequested, m_panel.get(), &PanelWindow::hide);
     connect(&state, &PanelState::quitRequested, this, &AppDelegate::quit);
     connect(&state, &PanelState::settingsRequested, this, [this] {
@@ -170,6 +177,13 @@ void AppDelegate::uninstallConfirmed(std::function<void(const app::InstallResult
         flow->deleteLater();
     });
     flow->accept();
+}
+
+void AppDelegate::temperatureInTrayChanged()
+{
+    m_manager->fan()->setLiveView(
+        QStringLiteral("tray"), m_services->settings().flag(app::Settings::Key::showTempInMenuBar));
+    scheduleIconUpdate();
 }
 
 void AppDelegate::showSettings()

@@ -63,6 +63,8 @@ public:
     void quit();
     // Runs the uninstall as if its question had been answered with yes
     // (`quillon ctl helper uninstall`); done hears the outcome once.
+    // The temperature in the tray is live figures too.
+    void temperatureInTrayChanged();
     void uninstallConfirmed(std::function<void(const app::InstallResult&)> done);
 
     app::SleepManager& manager() { return *m_manager; }

@@ -15,6 +15,9 @@ namespace {
 using Level = platform::ThermalPressure::Level;
 
 constexpr int kPollIntervalMs = 1000;
+// At rest the helper holds nothing its watchdog could hand back and nothing on
+// screen shows live figures: a status every few seconds is enough.
+constexpr int kRestPollIntervalMs = 5000;
 constexpr int kSelfHealPatience = 4; // mismatching polls tolerated before the fifth acts
 constexpr double kSpinUpReachedShare = 0.85;
 constexpr qint64 kSpinUpGiveUpS = 20;
@@ -94,7 +97,7 @@ FanController::FanController(Parts parts, QObject* parent)
     if (m_helperInstalled)
         connectIfNeeded();
 
-    m_pollTimer.setInterval(kPollIntervalMs);
+    m_pollTimer.setInterval(kRestPollIntervalMs);
     connect(&m_pollTimer, &QTimer::timeout, this, &FanController::pollTick);
     m_boostExpiryTimer.setSingleShot(true);
     connect(&m_boostExpiryTimer, &QTimer::timeout, this, &FanController::boostExpired);
@@ -280,8 +283,37 @@ void FanController::setSafetyHold(const QString& reason)
     emit helperStateChanged();
 }
 
+void FanController::setLiveView(const QString& source, bool shown)
+{
+    const bool had = m_liveViews.contains(source);
+    if (shown == had)
+        return;
+    if (shown)
+        m_liveViews.insert(source);
+    else
+        m_liveViews.remove(source);
+    updatePollInterval();
+    // Whoever just looked wants today's figures, not those of up to five seconds ago.
+    if (shown)
+        refresh();
+}
+
+void FanController::updatePollInterval()
+{
+    const bool holding = m_isBoosted || m_intendedLidLock || m_helperHolds;
+    m_pollTimer.setInterval(holding || !m_liveViews.isEmpty() ? kPollIntervalMs : kRestPollIntervalMs);
+}
+
+void FanController::pollFast()
+{
+    // Before a floor or the lid lock goes out, so the helper's watchdog is fed every second from its start.
+    m_pollTimer.setInterval(kPollIntervalMs);
+}
+
 void FanController::reconcileDaemonState(bool daemonForcingFans, bool daemonLidLock)
 {
+    m_helperHolds = daemonForcingFans || daemonLidLock;
+    updatePollInterval();
     const bool wantsFansHeld = m_fansEnabled || m_triggerProfile || m_autoEngaged;
     const bool fansMismatch = daemonForcingFans && !wantsFansHeld;
     const bool lidMismatch = daemonLidLock && !m_intendedLidLock;
@@ -309,6 +341,8 @@ void FanController::setLidStayAwake(bool on, HelperLink::Reply done)
 {
     // Set before the request goes out: self-heal compares against it.
     m_intendedLidLock = on;
+    if (on)
+        pollFast();
     connectIfNeeded();
     if (!m_parts.link->isOpen()) {
         if (done)

@@ -13,6 +13,7 @@
 #include <QMap>
 #include <QObject>
 #include <QPointer>
+#include <QSet>
 #include <QTimer>
 #include <QVariant>
 #include <functional>
@@ -27,7 +28,9 @@ namespace quillon::app {
 class Notifier;
 class Settings;
 
-// The app's one model of the fans. Polls the helper once a second and
+// The app's one model of the fans. Polls the helper once a second while it
+// holds anything (a floor, a boost, the lid lock) or live figures are on
+// screen (setLiveView), every five seconds otherwise, and
 // publishes what it reports (fans, temperatures and their medians and trend,
 // boost and override flags); decides the floor the helper gets from the
 // user's choice (off, a manual floor as a timed boost, or a cooling profile)
@@ -136,6 +139,13 @@ public:
     // install`): done hears it once, on the main thread; a run already under
     // way is refused with `failed`.
     void installHelper(std::function<void(const InstallResult&)> done);
+    // Something on screen shows live figures (source: the caller's name for
+    // it: the panel, the temperature in the tray, Render Mode's overlay):
+    // while any does, the poll runs every second; a newly shown one gets a
+    // status at once.
+    void setLiveView(const QString& source, bool shown);
+    // The poll's interval now, in ms.
+    int pollIntervalMs() const { return m_pollTimer.interval(); }
     // Used by the lid manager: holds (on) or releases the helper's lid lock.
     // done, when given, hears the helper's answer (false with its reason, or
     // when the helper cannot be reached).
@@ -253,6 +263,8 @@ private:
     void scheduleBoostExpiry(double seconds);
     void cancelBoostExpiry();
     void setStatusMessage(const QString& message);
+    void updatePollInterval();
+    void pollFast();
     // The installer's outcome, as the panel shows it.
     void applyInstallResult(const InstallResult& result);
     void setTargetPercent(double percent);
@@ -301,6 +313,9 @@ private:
     QDateTime m_spinUpStarted;
     QMap<QString, Kind> m_coolingRequests;
     bool m_intendedLidLock = false;
+    // The last status said the helper forces the fans or holds the lid lock.
+    bool m_helperHolds = false;
+    QSet<QString> m_liveViews;
     int m_reconcileMismatchTicks = 0;
     bool m_releasePending = false;
     QString m_safetyHold;

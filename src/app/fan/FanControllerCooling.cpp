@@ -40,6 +40,8 @@ void FanController::sendFloor(double percent)
         m_pendingCommand = std::optional<double>(percent);
         return;
     }
+    if (percent > 0)
+        pollFast();
     m_parts.link->setFanFloor(percent, this, [this](bool ok, const QString&) { onFloorReply(ok); });
 }
 

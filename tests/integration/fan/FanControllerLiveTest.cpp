@@ -109,6 +109,8 @@ TEST_F(FanControllerLive, ASafetyReleaseIsNotFoughtOverAndARestartedHelperIsFoll
 TEST_F(FanControllerLive, AHelperTooSlowToAnswerIsWaitedForNotDropped)
 {
     connectFan(300);
+    // The panel is open: the poll runs every second.
+    fan->setLiveView("panel", true);
     ASSERT_TRUE(waitUntil([&] { return fan->cpuTemp().has_value(); }, 5s));
     rig.helper.signal(SIGSTOP);
     EXPECT_TRUE(waitUntil([&] { return !fan->statusMessage().isEmpty(); }, 3s));

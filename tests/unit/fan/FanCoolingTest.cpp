@@ -23,7 +23,10 @@ protected:
         fc->setFansEnabled(true);
         link.deliver();
     }
-    double secondsUntilExpiry() const { return static_cast<double>(clock.now().msecsTo(fc->boostExpiresAt())) / 1000.0; }
+    double secondsUntilExpiry() const
+    {
+        return static_cast<double>(clock.now().msecsTo(fc->boostExpiresAt())) / 1000.0;
+    }
 };
 
 TEST_F(FanCooling, AutoSendsOnEngageThenOnlyOnTwoPointChanges)
@@ -83,6 +86,43 @@ TEST_F(FanCooling, AutoLetsGoOnlyOnTheSixthQuietEvaluation)
     EXPECT_EQ(link.count("stopBoost"), 1);
     EXPECT_FALSE(fc->isBoosted());
     EXPECT_TRUE(fc->autoActive()); // still watching
+}
+
+// The poll runs every second while the helper holds a floor or the lid lock
+// or live figures are on screen, every five seconds otherwise; a floor goes
+// out with the poll already at one second, so the helper's watchdog (six
+// seconds of silence) is fed from the moment it has something to hand back.
+TEST_F(FanCooling, PollsEverySecondOnlyWhileSomethingIsHeldOrShown)
+{
+    poll(status(50));
+    EXPECT_EQ(fc->pollIntervalMs(), 5000) << "at rest";
+
+    const int asked = link.count("getStatus");
+    fc->setLiveView("panel", true);
+    EXPECT_EQ(link.count("getStatus"), asked + 1) << "an opened panel gets today's figures at once";
+    fc->setLiveView("tray", true);
+    fc->setLiveView("panel", false);
+    EXPECT_EQ(fc->pollIntervalMs(), 1000) << "the temperature in the tray still shows";
+    fc->setLiveView("tray", false);
+    EXPECT_EQ(fc->pollIntervalMs(), 5000);
+
+    fc->setCoolingMode(CoolingMode::manual);
+    fc->setFansEnabled(true);
+    ASSERT_EQ(link.floors.size(), 1);
+    EXPECT_EQ(fc->pollIntervalMs(), 1000) << "before the floor's reply is in";
+    link.deliver();
+    poll(status(50));
+    EXPECT_EQ(fc->pollIntervalMs(), 1000) << "while the helper holds the floor";
+    fc->setFansEnabled(false);
+    link.deliver();
+    poll(status(50));
+    EXPECT_EQ(fc->pollIntervalMs(), 5000) << "let go";
+
+    fc->setLidStayAwake(true);
+    EXPECT_EQ(fc->pollIntervalMs(), 1000) << "the lid lock is the watchdog's to hand back too";
+    link.deliver();
+    poll(status(50, qQNaN(), false, true));
+    EXPECT_EQ(fc->pollIntervalMs(), 1000);
 }
 
 TEST_F(FanCooling, ManualBoostRunsForItsDurationThenTurnsOff)
@@ -206,27 +246,28 @@ TEST_F(FanCooling, SpinUpIndicatorEndsAtEightyFivePercentOrAfterTwentySeconds)
     EXPECT_TRUE(fc->spinningUp());
     EXPECT_EQ(fc->spinUpRemaining(), 5);
     QVariantMap s = status(50);
-    s.insert("fans", QVariantList{QVariantMap{
-                         {"index", 0}, {"currentRPM", 2000}, {"minRPM", 1200}, {"maxRPM", 5700}, {"targetRPM", 5700}}});
+    s.insert("fans",
+        QVariantList{
+            QVariantMap{{"index", 0}, {"currentRPM", 2000}, {"minRPM", 1200}, {"maxRPM", 5700}, {"targetRPM", 5700}}});
     poll(s);
     EXPECT_TRUE(fc->spinningUp());
     EXPECT_EQ(fc->spinUpRemaining(), 4);
     for (int i = 0; i < 8; ++i)
         poll(s);
     EXPECT_EQ(fc->spinUpRemaining(), 0);
-    s["fans"] = QVariantList{QVariantMap{
-        {"index", 0}, {"currentRPM", 4844}, {"minRPM", 1200}, {"maxRPM", 5700}, {"targetRPM", 5700}}};
+    s["fans"] = QVariantList{
+        QVariantMap{{"index", 0}, {"currentRPM", 4844}, {"minRPM", 1200}, {"maxRPM", 5700}, {"targetRPM", 5700}}};
     poll(s);
     EXPECT_TRUE(fc->spinningUp());
-    s["fans"] = QVariantList{QVariantMap{
-        {"index", 0}, {"currentRPM", 4845}, {"minRPM", 1200}, {"maxRPM", 5700}, {"targetRPM", 5700}}};
+    s["fans"] = QVariantList{
+        QVariantMap{{"index", 0}, {"currentRPM", 4845}, {"minRPM", 1200}, {"maxRPM", 5700}, {"targetRPM", 5700}}};
     poll(s);
     EXPECT_FALSE(fc->spinningUp()); // 85 % of 5700
 
     fc->setFansEnabled(false);
     link.deliver();
-    s["fans"] = QVariantList{QVariantMap{
-        {"index", 0}, {"currentRPM", 1300}, {"minRPM", 1200}, {"maxRPM", 5700}, {"targetRPM", 5700}}};
+    s["fans"] = QVariantList{
+        QVariantMap{{"index", 0}, {"currentRPM", 1300}, {"minRPM", 1200}, {"maxRPM", 5700}, {"targetRPM", 5700}}};
     link.status = s;
     fc->setFansEnabled(true);
     link.deliver();
