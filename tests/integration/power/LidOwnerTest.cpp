@@ -1,7 +1,7 @@
 // Who acts on the lid, read from logind's locks, and handing it back from a
 // desktop power manager: KDE's keeps it (no interface lets go), Xfce's hands
 // it to logind through its xfconf setting, which is put back afterwards, even
-// after a crash. Stand-ins as in DesktopRoutesTest; logind is dbusmock's.
+// after a crash. Stand-ins as in DesktopRoutesTest; logind is the real one.
 #include "InhibitBusFixture.h"
 #include "platform/linux/LinuxLidSwitchOwner.h"
 
@@ -51,7 +51,7 @@ protected:
 TEST_F(LidOwnerTest, WhereLogindOwnsTheLidTheAppsOwnLockIsListed)
 {
     // GNOME, wlroots compositors, bare sessions.
-    startLogind();
+    START_LOGIND();
     auto owner = makeOwner();
     EXPECT_EQ(owner->owner().desktop, LidSwitchOwner::Desktop::none);
 
@@ -68,7 +68,7 @@ TEST_F(LidOwnerTest, WhereLogindOwnsTheLidTheAppsOwnLockIsListed)
 
 TEST_F(LidOwnerTest, KdeKeepsTheLidAndCannotHandItBack)
 {
-    startLogind();
+    START_LOGIND();
     startDesktop("kde", "org.kde.Solid.PowerManagement");
     auto owner = makeOwner();
     const auto found = owner->owner();
@@ -79,7 +79,7 @@ TEST_F(LidOwnerTest, KdeKeepsTheLidAndCannotHandItBack)
 
 TEST_F(LidOwnerTest, XfceHandsTheLidToLogindAndGetsItsSettingBack)
 {
-    startLogind();
+    START_LOGIND();
     startDesktop("xfce", "org.freedesktop.PowerManagement");
     auto owner = makeOwner();
     const auto found = owner->owner();
@@ -101,7 +101,7 @@ TEST_F(LidOwnerTest, XfceHandsTheLidToLogindAndGetsItsSettingBack)
 
 TEST_F(LidOwnerTest, AfterACrashTheNextStartPutsXfcesSettingBack)
 {
-    startLogind();
+    START_LOGIND();
     startDesktop("xfce", "org.freedesktop.PowerManagement");
     setXfceLidSetting(false); // the user's own value, to be kept
     {
@@ -120,7 +120,7 @@ TEST_F(LidOwnerTest, AfterACrashTheNextStartPutsXfcesSettingBack)
 
 TEST_F(LidOwnerTest, WithoutXfconfTheHandOverFailsWithAReasonAndNothingToPutBack)
 {
-    startLogind();
+    START_LOGIND();
     auto owner = makeOwner();
     QString problem;
     EXPECT_FALSE(owner->handOver(problem));
