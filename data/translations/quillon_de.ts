@@ -782,6 +782,10 @@ ist da.</translation>
         <translation>Die Deckelsperre wurde abgelehnt: %1</translation>
     </message>
     <message>
+        <source>Nothing keeps the system awake with the lid closed: %1</source>
+        <translation>Nichts hält das System bei geschlossenem Deckel wach: %1</translation>
+    </message>
+    <message>
         <source>KDE&apos;s power management acts on the lid itself. In System Settings → Power Management, set &quot;When laptop lid closed&quot; to &quot;Do nothing&quot; on AC power, on battery and on low battery.</source>
         <translation>Die Energieverwaltung von KDE reagiert selbst auf den Deckel. Stelle in den Systemeinstellungen unter Energieverwaltung „Wenn der Laptopdeckel geschlossen wird“ auf „Nichts tun“ – im Netzbetrieb, im Akkubetrieb und bei niedrigem Akkustand.</translation>
     </message>
