@@ -491,6 +491,14 @@ ist da.</translation>
         <translation>Automatisch wach ist nicht aktiv: %1</translation>
     </message>
     <message>
+        <source>🎬 Render Mode keeps the system and network awake</source>
+        <translation>🎬 Render Mode hält System und Netzwerk wach</translation>
+    </message>
+    <message>
+        <source>Render Mode&apos;s keep-awake is not in force: %1</source>
+        <translation>Das Wachhalten von Render Mode ist nicht aktiv: %1</translation>
+    </message>
+    <message>
         <source>Awake while %1 runs</source>
         <translation>Wach, solange %1 läuft</translation>
     </message>
