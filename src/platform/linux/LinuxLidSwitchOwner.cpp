@@ -112,11 +112,15 @@ void LinuxLidSwitchOwner::restore()
         return;
     const QByteArray before = marker.read(16).trimmed();
     marker.close();
-    const QDBusMessage call = before == kWasAbsent
-        ? xfconf(QStringLiteral("ResetProperty"), {kChannel, kProperty, false})
-        : xfconf(
-            QStringLiteral("SetProperty"), {kChannel, kProperty, QVariant::fromValue(QDBusVariant(before == "true"))});
-    const QDBusMessage reply = m_session.call(call, QDBus::Block, DBusTimeouts::callMs);
+    // xfce4-power-manager does not hear a reset of this property (it only
+    // follows values it is sent), so it gets false first, which has it take
+    // the lid again; the reset then leaves the setting absent, as it was.
+    QDBusMessage reply = m_session.call(xfconf(QStringLiteral("SetProperty"),
+                                            {kChannel, kProperty, QVariant::fromValue(QDBusVariant(before == "true"))}),
+        QDBus::Block, DBusTimeouts::callMs);
+    if (reply.type() == QDBusMessage::ReplyMessage && before == kWasAbsent)
+        reply = m_session.call(
+            xfconf(QStringLiteral("ResetProperty"), {kChannel, kProperty, false}), QDBus::Block, DBusTimeouts::callMs);
     // Kept for the next start when xfconf cannot be reached now.
     if (reply.type() == QDBusMessage::ReplyMessage)
         QFile::remove(m_markerPath);

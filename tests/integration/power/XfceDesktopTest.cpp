@@ -1,0 +1,71 @@
+// Xfce, against Debian's own xfce4-power-manager and xfconfd and the real
+// logind: the power manager holds logind's lid lock until its setting
+// "logind-handle-lid-switch" hands the lid to logind, and takes it back
+// when the setting is put back as it was, absent or the user's own value,
+// also by the next start after a crash.
+#include "LidOwnerFixture.h"
+#include "RealXfcePowerManager.h"
+
+#include <QFile>
+
+using quillon::platform::LidSwitchOwner;
+using quillon::test::RealXfcePowerManager;
+
+namespace {
+
+class XfceDesktopTest : public quillon::test::LidOwnerFixture {
+protected:
+    void startXfce()
+    {
+        xfce = std::make_unique<RealXfcePowerManager>(sessionBus, systemBus, *logind);
+        ASSERT_TRUE(xfce->started());
+    }
+
+    std::unique_ptr<RealXfcePowerManager> xfce;
+};
+
+TEST_F(XfceDesktopTest, TheLidGoesToLogindAndBackWithTheSettingAbsentAgain)
+{
+    START_LOGIND();
+    ASSERT_NO_FATAL_FAILURE(startXfce());
+    auto owner = makeOwner();
+    ASSERT_TRUE(ownedBy(*owner, LidSwitchOwner::Desktop::xfce));
+    EXPECT_EQ(owner->owner().who, "xfce4-power-manager");
+    ASSERT_TRUE(owner->owner().canHandOver);
+    ASSERT_EQ(xfceLidSetting(), "absent");
+
+    QString problem;
+    ASSERT_TRUE(owner->handOver(problem)) << problem.toStdString();
+    EXPECT_EQ(xfceLidSetting(), "true");
+    EXPECT_TRUE(ownedBy(*owner, LidSwitchOwner::Desktop::none)) << "the power manager kept its lid lock";
+
+    owner->restore();
+    EXPECT_EQ(xfceLidSetting(), "absent");
+    EXPECT_TRUE(ownedBy(*owner, LidSwitchOwner::Desktop::xfce)) << "the power manager left the lid to logind";
+    EXPECT_FALSE(QFile::exists(marker));
+    owner->restore(); // nothing left to put back: no change
+    EXPECT_EQ(xfceLidSetting(), "absent");
+}
+
+TEST_F(XfceDesktopTest, AfterACrashTheNextStartPutsTheUsersSettingBack)
+{
+    START_LOGIND();
+    ASSERT_NO_FATAL_FAILURE(startXfce());
+    setXfceLidSetting(false); // the user's own value, to be kept
+    {
+        auto crashed = makeOwner();
+        ASSERT_TRUE(ownedBy(*crashed, LidSwitchOwner::Desktop::xfce));
+        QString problem;
+        ASSERT_TRUE(crashed->handOver(problem)) << problem.toStdString();
+        EXPECT_EQ(xfceLidSetting(), "true");
+        EXPECT_TRUE(ownedBy(*crashed, LidSwitchOwner::Desktop::none));
+    } // no restore(): as if the app died here
+    EXPECT_TRUE(QFile::exists(marker));
+
+    auto next = makeOwner();
+    EXPECT_EQ(xfceLidSetting(), "false");
+    EXPECT_FALSE(QFile::exists(marker));
+    EXPECT_TRUE(ownedBy(*next, LidSwitchOwner::Desktop::xfce));
+}
+
+} // namespace
