@@ -43,6 +43,17 @@ TEST_F(LidOwnerTest, KdeKeepsTheLidAndCannotHandItBack)
     EXPECT_FALSE(found.canHandOver);
 }
 
+TEST_F(LidOwnerTest, MatesLockIsKnownByWhatItSaysNotByTheUserItIsSignedWith)
+{
+    START_LOGIND();
+    startDesktop("mate", "org.mate.PowerManager");
+    auto owner = makeOwner();
+    const auto found = owner->owner();
+    EXPECT_EQ(found.desktop, LidSwitchOwner::Desktop::mate);
+    EXPECT_EQ(found.who, "mate-power-manager");
+    EXPECT_FALSE(found.canHandOver);
+}
+
 TEST_F(LidOwnerTest, WithoutXfconfTheHandOverFailsWithAReasonAndNothingToPutBack)
 {
     START_LOGIND();
