@@ -8,8 +8,10 @@
 
 #include <QFile>
 
+using quillon::app::SleepAssertions;
 using quillon::platform::LidSwitchOwner;
 using quillon::test::RealXfcePowerManager;
+using quillon::test::waitUntil;
 
 namespace {
 
@@ -66,6 +68,32 @@ TEST_F(XfceDesktopTest, AfterACrashTheNextStartPutsTheUsersSettingBack)
     EXPECT_EQ(xfceLidSetting(), "false");
     EXPECT_FALSE(QFile::exists(marker));
     EXPECT_TRUE(ownedBy(*next, LidSwitchOwner::Desktop::xfce));
+}
+
+TEST_F(XfceDesktopTest, KeepAwakeIsHeldByThePowerManagerAndListedThere)
+{
+    START_LOGIND();
+    ASSERT_NO_FATAL_FAILURE(startXfce());
+    const auto inhibitors = [&] {
+        const QDBusMessage reply = sessionBus.connection().call(QDBusMessage::createMethodCall(
+            "org.freedesktop.PowerManagement", "/org/freedesktop/PowerManagement/Inhibit",
+            "org.freedesktop.PowerManagement.Inhibit", "GetInhibitors"));
+        return reply.arguments().value(0).toStringList();
+    };
+    SleepAssertions owner(backend);
+    ASSERT_TRUE(owner.start(SleepAssertions::Kind::system));
+    ASSERT_TRUE(owner.start(SleepAssertions::Kind::display));
+    for (const auto kind : {SleepAssertions::Kind::system, SleepAssertions::Kind::display}) {
+        const auto held = settled(owner, kind);
+        EXPECT_EQ(held.phase, SleepAssertions::KindState::Phase::inForce) << held.problem.toStdString();
+        EXPECT_EQ(held.through, "PowerManagement (Xfce)");
+    }
+    EXPECT_EQ(inhibitors(), (QStringList{"Quillon", "Quillon"}));
+
+    owner.stopAll();
+    EXPECT_TRUE(waitUntil([&] { return inhibitors().isEmpty(); })) << inhibitors().join(", ").toStdString();
+    EXPECT_TRUE(sessionBus.connection().interface()->isServiceRegistered("org.xfce.PowerManager").value())
+        << "the power manager ended with the inhibition";
 }
 
 } // namespace
