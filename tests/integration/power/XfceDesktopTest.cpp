@@ -23,6 +23,15 @@ protected:
         ASSERT_TRUE(xfce->started());
     }
 
+    // The applications the power manager lists as inhibiting.
+    QStringList inhibitors()
+    {
+        const QDBusMessage reply = sessionBus.connection().call(QDBusMessage::createMethodCall(
+            "org.freedesktop.PowerManagement", "/org/freedesktop/PowerManagement/Inhibit",
+            "org.freedesktop.PowerManagement.Inhibit", "GetInhibitors"));
+        return reply.arguments().value(0).toStringList();
+    }
+
     std::unique_ptr<RealXfcePowerManager> xfce;
 };
 
@@ -74,12 +83,6 @@ TEST_F(XfceDesktopTest, KeepAwakeIsHeldByThePowerManagerAndListedThere)
 {
     START_LOGIND();
     ASSERT_NO_FATAL_FAILURE(startXfce());
-    const auto inhibitors = [&] {
-        const QDBusMessage reply = sessionBus.connection().call(QDBusMessage::createMethodCall(
-            "org.freedesktop.PowerManagement", "/org/freedesktop/PowerManagement/Inhibit",
-            "org.freedesktop.PowerManagement.Inhibit", "GetInhibitors"));
-        return reply.arguments().value(0).toStringList();
-    };
     SleepAssertions owner(backend);
     ASSERT_TRUE(owner.start(SleepAssertions::Kind::system));
     ASSERT_TRUE(owner.start(SleepAssertions::Kind::display));
@@ -94,6 +97,32 @@ TEST_F(XfceDesktopTest, KeepAwakeIsHeldByThePowerManagerAndListedThere)
     EXPECT_TRUE(waitUntil([&] { return inhibitors().isEmpty(); })) << inhibitors().join(", ").toStdString();
     EXPECT_TRUE(sessionBus.connection().interface()->isServiceRegistered("org.xfce.PowerManager").value())
         << "the power manager ended with the inhibition";
+}
+
+TEST_F(XfceDesktopTest, ARestartedPowerManagerIsAskedAgainAndConfirmsAgain)
+{
+    START_LOGIND();
+    ASSERT_NO_FATAL_FAILURE(startXfce());
+    SleepAssertions owner(backend);
+    ASSERT_TRUE(owner.start(SleepAssertions::Kind::system));
+    ASSERT_EQ(settled(owner, SleepAssertions::Kind::system).through, "PowerManagement (Xfce)");
+
+    // It forgets every inhibition when it restarts.
+    ASSERT_TRUE(xfce->restart());
+    EXPECT_TRUE(waitUntil(
+        [&] {
+            const auto held = owner.state(SleepAssertions::Kind::system);
+            return inhibitors() == QStringList{"Quillon"} && held.phase == SleepAssertions::KindState::Phase::inForce
+                && held.through == "PowerManagement (Xfce)";
+        },
+        std::chrono::seconds(10)))
+        << inhibitors().join(", ").toStdString() << " / "
+        << owner.state(SleepAssertions::Kind::system).through.toStdString();
+    // What held it meanwhile was let go.
+    EXPECT_TRUE(logindHolds(1)) << "only the power manager's own lid lock";
+
+    owner.stopAll();
+    EXPECT_TRUE(waitUntil([&] { return inhibitors().isEmpty(); }));
 }
 
 } // namespace
