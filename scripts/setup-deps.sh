@@ -20,6 +20,9 @@ packages=(
   xvfb trayer xdotool
   # Global shortcuts on X11: key grabs on the root window.
   libxcb1-dev
+  # Keep-awake and the lid tested against the desktops' own power services
+  # (systemd-logind comes with systemd).
+  xfce4-power-manager xfconf
   # The Debian package: CPack's dependency scan.
   dpkg-dev file
 )

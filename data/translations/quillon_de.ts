@@ -491,6 +491,14 @@ ist da.</translation>
         <translation>Automatisch wach ist nicht aktiv: %1</translation>
     </message>
     <message>
+        <source>🎬 Render Mode keeps the system and network awake</source>
+        <translation>🎬 Render Mode hält System und Netzwerk wach</translation>
+    </message>
+    <message>
+        <source>Render Mode&apos;s keep-awake is not in force: %1</source>
+        <translation>Das Wachhalten von Render Mode ist nicht aktiv: %1</translation>
+    </message>
+    <message>
         <source>Awake while %1 runs</source>
         <translation>Wach, solange %1 läuft</translation>
     </message>
@@ -780,6 +788,10 @@ ist da.</translation>
     <message>
         <source>The lid lock was refused: %1</source>
         <translation>Die Deckelsperre wurde abgelehnt: %1</translation>
+    </message>
+    <message>
+        <source>Nothing keeps the system awake with the lid closed: %1</source>
+        <translation>Nichts hält das System bei geschlossenem Deckel wach: %1</translation>
     </message>
     <message>
         <source>KDE&apos;s power management acts on the lid itself. In System Settings → Power Management, set &quot;When laptop lid closed&quot; to &quot;Do nothing&quot; on AC power, on battery and on low battery.</source>

@@ -14,12 +14,15 @@ namespace quillon::test {
 class BusService {
 public:
     // Starts program and waits until it owns name; started() says whether it
-    // did. Its system bus is systemAddress, or bus when empty.
+    // did. Its system bus is systemAddress, or bus when empty; env as for
+    // ChildProcess::environment.
     BusService(const QString& program, const QStringList& args, PrivateBus& bus, const QString& name,
-        const QString& systemAddress = {})
+        const QString& systemAddress = {}, const QStringList& env = {})
     {
-        m_process.setProcessEnvironment(ChildProcess::environment({"DBUS_SESSION_BUS_ADDRESS=" + bus.address(),
-            "DBUS_SYSTEM_BUS_ADDRESS=" + (systemAddress.isEmpty() ? bus.address() : systemAddress)}));
+        m_process.setProcessEnvironment(ChildProcess::environment(
+            QStringList{"DBUS_SESSION_BUS_ADDRESS=" + bus.address(),
+                "DBUS_SYSTEM_BUS_ADDRESS=" + (systemAddress.isEmpty() ? bus.address() : systemAddress)}
+            + env));
         m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
         m_process.start(program, args);
         const auto served = [&] {

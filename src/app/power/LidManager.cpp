@@ -57,6 +57,7 @@ LidManager::LidManager(Parts parts, QObject* parent)
         connect(m_parts.thermal, &platform::ThermalPressure::levelChanged, this, &LidManager::checkThermal);
     connect(
         m_parts.assertions.get(), &platform::PowerAssertionBackend::stateChanged, this, &LidManager::onAssertionState);
+    connect(&m_assertions, &SleepAssertions::stateChanged, this, &LidManager::onSystemState);
     if (m_parts.notifier) {
         QPointer<LidManager> self(this);
         m_parts.notifier->onLidReminderDisable = [self] {
@@ -98,6 +99,8 @@ void LidManager::switchOn()
     if (m_parts.notifier)
         m_parts.notifier->requestAuthorizationIfNeeded();
     m_assertions.start(SleepAssertions::Kind::system);
+    if (!m_enabled)
+        return; // refused at once (onSystemState)
     m_fan->requestCooling(coolingProfile, QStringLiteral("lid"));
     // Each enablement watches its own closings of the lid.
     m_lidWasClosed = false;
@@ -189,14 +192,37 @@ void LidManager::onAssertionState(platform::PowerAssertionBackend::AssertionId i
     }
 }
 
+void LidManager::onSystemState()
+{
+    if (!m_enabled)
+        return;
+    const SleepAssertions::KindState system = m_assertions.state(SleepAssertions::Kind::system);
+    if (system.phase == Phase::failed)
+        refuse(tr("Nothing keeps the system awake with the lid closed: %1").arg(system.problem));
+    else
+        emit holdChanged();
+}
+
+SleepAssertions::KindState LidManager::holdState() const
+{
+    if (m_hold.phase != Phase::inForce)
+        return m_hold;
+    if (m_assertions.state(SleepAssertions::Kind::system).phase == Phase::inForce)
+        return m_hold;
+    return {Phase::confirming, m_hold.through, {}};
+}
+
 void LidManager::refuse(const QString& problem)
 {
+    const bool wasHeld = m_enabled && holdState().phase == Phase::inForce;
     if (m_enabled) {
         m_enabled = false;
         switchOff();
         emit enabledChanged();
     }
     setHold(Phase::failed, {}, problem);
+    if (wasHeld)
+        announceStop(problem);
 }
 
 void LidManager::setHold(Phase phase, const QString& through, const QString& problem)
@@ -263,6 +289,11 @@ void LidManager::checkThermal()
 void LidManager::autoStop(const QString& reason)
 {
     setEnabled(false);
+    announceStop(reason);
+}
+
+void LidManager::announceStop(const QString& reason)
+{
     m_lastAutoOff = reason;
     emit lastAutoOffChanged();
     if (m_parts.notifier)

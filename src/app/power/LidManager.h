@@ -76,8 +76,10 @@ public:
     bool enabled() const { return m_enabled; }
     void setEnabled(bool on);
     QString lastAutoOff() const { return m_lastAutoOff; }
-    // Whether the lid is held and through what, or why it could not be.
-    const SleepAssertions::KindState& holdState() const { return m_hold; }
+    // Whether the lid is held and through what, or why it could not be. It
+    // counts as held only while its system assertion is in force too: a lid
+    // that does not suspend the machine still lets it sleep on idle.
+    SleepAssertions::KindState holdState() const;
     QString holdNote() const;
     const SleepAssertions& assertions() const { return m_assertions; }
 
@@ -102,7 +104,12 @@ private:
     // Takes the lid: hands it back from a power manager, then locks it.
     void claimLid();
     void lockLid();
+    // Switches off with the reason in holdState(). A hold lost after it was in
+    // force (found by the watchdog or told by the system) is an automatic stop
+    // and told as one.
     void refuse(const QString& problem);
+    void announceStop(const QString& reason);
+    void onSystemState();
     void setHold(Phase phase, const QString& through = {}, const QString& problem = {});
     void onAssertionState(platform::PowerAssertionBackend::AssertionId id);
 
@@ -116,9 +123,9 @@ private:
     bool m_lidWasClosed = false;
     bool m_remindedThisClose = false;
     QDateTime m_openedAt;
-    SleepAssertions::KindState m_hold;
-    QDateTime m_handOverAsked; // valid while waiting for a power manager to let go
-    bool m_handedOver = false; // a power manager's setting is ours to put back
+    SleepAssertions::KindState m_hold; // the lid lock's own state
+    QDateTime m_handOverAsked;         // valid while waiting for a power manager to let go
+    bool m_handedOver = false;         // a power manager's setting is ours to put back
     std::optional<platform::PowerAssertionBackend::AssertionId> m_ownLock; // without a helper
 };
 

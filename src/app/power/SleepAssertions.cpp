@@ -186,4 +186,14 @@ void SleepAssertions::stopAll()
     }
 }
 
+QString SleepAssertions::firstProblem() const
+{
+    for (const Kind kind : allKinds) {
+        const KindState kindState = state(kind);
+        if (kindState.phase == KindState::Phase::failed)
+            return kindState.problem;
+    }
+    return {};
+}
+
 } // namespace quillon::app

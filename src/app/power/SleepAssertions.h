@@ -76,6 +76,8 @@ public:
     KindState state(Kind kind) const;
     // True when the kind is asked for and not failed (confirming or in force).
     bool holding(Kind kind) const;
+    // Why the first kind that nothing holds is not held; empty when none failed.
+    QString firstProblem() const;
 
 signals:
     // Some kind's state() changed: started, confirmed, failed, stopped.

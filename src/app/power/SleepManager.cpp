@@ -112,12 +112,7 @@ bool SleepManager::holdsAnything() const
 
 QString SleepManager::firstProblem() const
 {
-    for (const Kind kind : SleepAssertions::allKinds) {
-        const auto state = m_assertions.state(kind);
-        if (state.phase == SleepAssertions::KindState::Phase::failed)
-            return state.problem;
-    }
-    return {};
+    return m_assertions.firstProblem();
 }
 
 SleepManager::~SleepManager() = default;

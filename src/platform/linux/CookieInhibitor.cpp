@@ -10,13 +10,15 @@ namespace quillon::platform::linux_ {
 
 namespace {
 
+// Released to the connection that took it, never to the well-known name,
+// which may belong to a restarted service by then.
 class Cookie : public Inhibitor::Held {
 public:
-    Cookie(QDBusConnection bus, const CookieInhibitor::Service& service, quint32 cookie, Phase phase)
+    Cookie(
+        QDBusConnection bus, const CookieInhibitor::Service& service, const QString& owner, quint32 cookie, Phase phase)
         : Inhibition(phase)
         , m_bus(std::move(bus))
-        , m_release(
-              QDBusMessage::createMethodCall(service.name, service.path, service.interface, service.uninhibitMethod))
+        , m_release(QDBusMessage::createMethodCall(owner, service.path, service.interface, service.uninhibitMethod))
     {
         m_release << cookie;
     }
@@ -128,8 +130,10 @@ std::unique_ptr<Inhibitor::Held> CookieInhibitor::inhibit(const QString& reason,
         return nullptr;
     }
     const bool confirms = !m_service.confirmMethod.isEmpty();
+    // A reply's sender is the unique name of the connection that answered.
+    const QString owner = reply.service().isEmpty() ? m_service.name : reply.service();
     auto held = std::make_unique<Cookie>(
-        m_bus, m_service, cookie.value<quint32>(), confirms ? Held::Phase::confirming : Held::Phase::inForce);
+        m_bus, m_service, owner, cookie.value<quint32>(), confirms ? Held::Phase::confirming : Held::Phase::inForce);
     if (confirms) {
         QDBusMessage query = QDBusMessage::createMethodCall(
             m_service.name, m_service.path, m_service.interface, m_service.confirmMethod);

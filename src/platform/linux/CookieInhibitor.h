@@ -33,6 +33,7 @@ public:
     static std::unique_ptr<CookieInhibitor> powerManagement(QDBusConnection sessionBus, int settleMs);
 
     QString through() const override;
+    QString serviceName() const override { return m_service.name; }
     std::unique_ptr<Held> inhibit(const QString& reason, QString& problem) override;
 
     struct Service {

@@ -23,6 +23,10 @@ public:
 
     // The mechanism as the user sees it, e.g. "logind" or "GNOME session".
     virtual QString through() const = 0;
+    // The session-bus name of the service that holds our inhibitions and
+    // forgets them when it restarts; empty where they outlive a restart
+    // (logind keeps its locks).
+    virtual QString serviceName() const { return {}; }
 
     // A new inhibition with this reason, or nullptr when the service is
     // missing or refused; problem then says why (empty when the service is

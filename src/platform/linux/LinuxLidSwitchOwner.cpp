@@ -42,6 +42,48 @@ LidSwitchOwner::Desktop desktopOf(const QString& who)
     return Desktop::other;
 }
 
+// The power manager's own name, for a lock that does not sign with it.
+QString holderName(LidSwitchOwner::Desktop desktop)
+{
+    using Desktop = LidSwitchOwner::Desktop;
+    switch (desktop) {
+    case Desktop::kde:
+        return QStringLiteral("PowerDevil");
+    case Desktop::xfce:
+        return QStringLiteral("xfce4-power-manager");
+    case Desktop::mate:
+        return QStringLiteral("mate-power-manager");
+    case Desktop::lxqt:
+        return QStringLiteral("lxqt-powermanagement");
+    case Desktop::none:
+    case Desktop::other:
+        break;
+    }
+    return {};
+}
+
+// The file name of a process's executable; empty when it cannot be read.
+QString executableName(quint32 pid)
+{
+    return QFileInfo(QFile::symLinkTarget(QStringLiteral("/proc/%1/exe").arg(pid))).fileName();
+}
+
+// Who holds a lid lock. MATE's power manager signs its lock with the user's
+// login name, so a who that names no desktop is looked up by the lock's why
+// and by the holder's executable.
+LidSwitchOwner::Owner ownerOf(const LogindLock& lock)
+{
+    using Desktop = LidSwitchOwner::Desktop;
+    Desktop desktop = desktopOf(lock.who);
+    QString who = lock.who;
+    if (desktop == Desktop::other) {
+        desktop = desktopOf(lock.why + u' ' + executableName(lock.pid));
+        if (desktop != Desktop::other)
+            who = holderName(desktop);
+    }
+    return {desktop, who, desktop == Desktop::xfce};
+}
+
 } // namespace
 
 LinuxLidSwitchOwner::LinuxLidSwitchOwner(QDBusConnection sessionBus, QDBusConnection systemBus, QString markerPath)
@@ -69,8 +111,7 @@ LidSwitchOwner::Owner LinuxLidSwitchOwner::owner()
         if (lock.mode != u"block" || !lock.covers(QStringLiteral("handle-lid-switch")) || lock.who == u"Quillon"
             || lock.why.startsWith(QLatin1String("External monitor attached")))
             continue;
-        const Desktop desktop = desktopOf(lock.who);
-        return {desktop, lock.who, desktop == Desktop::xfce};
+        return ownerOf(lock);
     }
     return {};
 }
@@ -112,11 +153,15 @@ void LinuxLidSwitchOwner::restore()
         return;
     const QByteArray before = marker.read(16).trimmed();
     marker.close();
-    const QDBusMessage call = before == kWasAbsent
-        ? xfconf(QStringLiteral("ResetProperty"), {kChannel, kProperty, false})
-        : xfconf(
-            QStringLiteral("SetProperty"), {kChannel, kProperty, QVariant::fromValue(QDBusVariant(before == "true"))});
-    const QDBusMessage reply = m_session.call(call, QDBus::Block, DBusTimeouts::callMs);
+    // xfce4-power-manager does not hear a reset of this property (it only
+    // follows values it is sent), so it gets false first, which has it take
+    // the lid again; the reset then leaves the setting absent, as it was.
+    QDBusMessage reply = m_session.call(xfconf(QStringLiteral("SetProperty"),
+                                            {kChannel, kProperty, QVariant::fromValue(QDBusVariant(before == "true"))}),
+        QDBus::Block, DBusTimeouts::callMs);
+    if (reply.type() == QDBusMessage::ReplyMessage && before == kWasAbsent)
+        reply = m_session.call(
+            xfconf(QStringLiteral("ResetProperty"), {kChannel, kProperty, false}), QDBus::Block, DBusTimeouts::callMs);
     // Kept for the next start when xfconf cannot be reached now.
     if (reply.type() == QDBusMessage::ReplyMessage)
         QFile::remove(m_markerPath);

@@ -7,6 +7,7 @@
 #include "PortalInhibitor.h"
 
 #include <QCoreApplication>
+#include <algorithm>
 
 namespace quillon::platform::linux_ {
 
@@ -35,6 +36,20 @@ LinuxPowerAssertions::LinuxPowerAssertions(QDBusConnection sessionBus, QDBusConn
     m_idleRoutes.push_back(std::make_unique<PortalInhibitor>(sessionBus, PortalInhibitor::idle, timing.portalAnswerMs));
 
     m_lidRoutes.push_back(std::make_unique<LogindInhibitor>(systemBus, QStringLiteral("handle-lid-switch")));
+
+    m_serviceWatcher.setConnection(sessionBus);
+    m_serviceWatcher.setWatchMode(QDBusServiceWatcher::WatchForOwnerChange);
+    for (const Routes* routes : {&m_suspendRoutes, &m_idleRoutes}) {
+        for (const auto& route : *routes) {
+            const QString name = route->serviceName();
+            if (!name.isEmpty() && !m_serviceWatcher.watchedServices().contains(name))
+                m_serviceWatcher.addWatchedService(name);
+        }
+    }
+    connect(&m_serviceWatcher, &QDBusServiceWatcher::serviceOwnerChanged, this,
+        [this](const QString& service, const QString&, const QString& owner) {
+            onOwnerChanged(service, !owner.isEmpty());
+        });
 }
 
 LinuxPowerAssertions::~LinuxPowerAssertions() = default;
@@ -108,6 +123,30 @@ void LinuxPowerAssertions::onSettled(AssertionId id)
         takeFrom(id, assertion, assertion.route + 1);
     }
     emit stateChanged(id);
+}
+
+void LinuxPowerAssertions::onOwnerChanged(const QString& service, bool appeared)
+{
+    std::vector<AssertionId> retake;
+    for (const auto& [id, assertion] : m_assertions) {
+        const Routes& routes = *assertion.routes;
+        const auto route = std::find_if(routes.begin(), routes.end(),
+            [&](const std::unique_ptr<Inhibitor>& inhibitor) { return inhibitor->serviceName() == service; });
+        if (route == routes.end())
+            continue;
+        const auto index = static_cast<std::size_t>(route - routes.begin());
+        // Gone: what it held is lost. Back (or new): it comes before the
+        // route holding the assertion now, or nothing holds it.
+        if (assertion.route == index || (appeared && (!assertion.held || assertion.route > index)))
+            retake.push_back(id);
+    }
+    for (const AssertionId id : retake) {
+        Assertion& assertion = m_assertions.at(id);
+        assertion.held.reset();
+        assertion.problems.clear();
+        takeFrom(id, assertion, 0);
+        emit stateChanged(id);
+    }
 }
 
 void LinuxPowerAssertions::release(AssertionId id)

@@ -4,6 +4,7 @@
 #include "platform/PowerAssertionBackend.h"
 
 #include <QDBusConnection>
+#include <QDBusServiceWatcher>
 #include <map>
 #include <vector>
 
@@ -21,6 +22,11 @@ namespace quillon::platform::linux_ {
 // never confirms is left for the next route. The desktop's own power manager
 // comes first because it is what suspends or blanks on idle; the portal
 // last, because it cannot show that anything is in force.
+//
+// A desktop service that restarts forgets every inhibition it held, so the
+// services' names are watched: when one gets a new owner or goes, each
+// assertion it held is taken again, from the first route on, and confirmed
+// again.
 //
 // Every assertion carries its name as the reason the desktop shows.
 class LinuxPowerAssertions : public PowerAssertionBackend {
@@ -57,12 +63,14 @@ private:
     // Takes the assertion through routes from `from` on; false when none took it.
     bool takeFrom(AssertionId id, Assertion& assertion, std::size_t from);
     void onSettled(AssertionId id);
+    void onOwnerChanged(const QString& service, bool appeared);
     static QString summary(const QStringList& problems);
 
     QDBusConnection m_systemBus;
     Routes m_suspendRoutes;
     Routes m_idleRoutes;
     Routes m_lidRoutes;
+    QDBusServiceWatcher m_serviceWatcher;
     std::map<AssertionId, Assertion> m_assertions;
     AssertionId m_lastId = 0;
     QString m_lastProblem;

@@ -51,7 +51,7 @@ std::unique_ptr<Inhibitor::Held> LogindInhibitor::inhibit(const QString& reason,
         [what = m_what, who, reason](const QDBusMessage& list) {
             const auto locks = LogindInhibitorList::parse(list);
             return std::any_of(locks.begin(), locks.end(), [&](const LogindLock& lock) {
-                return lock.what == what && lock.who == who && lock.why == reason && lock.mode == u"block";
+                return lock.coversExactly(what) && lock.who == who && lock.why == reason && lock.mode == u"block";
             });
         },
         QStringLiteral("logind took the lock but does not list it"));

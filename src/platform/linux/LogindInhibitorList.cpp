@@ -3,8 +3,18 @@
 #include "DBusTimeouts.h"
 
 #include <QDBusArgument>
+#include <QSet>
 
 namespace quillon::platform::linux_ {
+
+bool LogindLock::coversExactly(const QString& items) const
+{
+    const auto asSet = [](const QString& list) {
+        const QStringList parts = list.split(u':', Qt::SkipEmptyParts);
+        return QSet<QString>(parts.begin(), parts.end());
+    };
+    return asSet(what) == asSet(items);
+}
 
 QDBusMessage LogindInhibitorList::query()
 {

@@ -17,6 +17,9 @@ struct LogindLock {
     quint32 pid = 0;
 
     bool covers(const QString& item) const { return what.split(u':').contains(item); }
+    // logind lists the items in an order of its own ("idle:sleep" comes back
+    // as "sleep:idle"), so a lock is recognised by the set of its items.
+    bool coversExactly(const QString& items) const;
 };
 
 // logind's list of inhibitor locks (org.freedesktop.login1.Manager.ListInhibitors).

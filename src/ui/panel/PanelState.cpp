@@ -2,6 +2,7 @@
 
 #include "PanelTexts.h"
 #include "app/Settings.h"
+#include "app/automation/RenderModeManager.h"
 #include "app/power/LidManager.h"
 #include "app/power/PowerSource.h"
 #include "app/power/SleepManager.h"
@@ -19,6 +20,8 @@ PanelState::PanelState(app::SleepManager& manager, app::Settings& settings, Logi
         {&app::SleepManager::sessionChanged, &app::SleepManager::nowChanged, &app::SleepManager::anythingActiveChanged})
         connect(&manager, signal, this, &PanelState::statusChanged);
     connect(manager.lid(), &app::LidManager::enabledChanged, this, &PanelState::statusChanged);
+    connect(manager.renderMode(), &app::RenderModeManager::enabledChanged, this, &PanelState::statusChanged);
+    connect(&manager.renderMode()->assertions(), &app::SleepAssertions::stateChanged, this, &PanelState::statusChanged);
     for (auto signal : {&app::FanController::coolingChanged, &app::FanController::boostChanged,
              &app::FanController::spinUpChanged, &app::FanController::helperStateChanged})
         connect(manager.fan(), signal, this, &PanelState::statusChanged);

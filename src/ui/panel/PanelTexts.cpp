@@ -1,5 +1,6 @@
 #include "PanelTexts.h"
 
+#include "app/automation/RenderModeManager.h"
 #include "app/automation/TriggerManager.h"
 #include "app/fan/FanController.h"
 #include "app/power/BatteryFlow.h"
@@ -46,6 +47,13 @@ QStringList PanelTexts::statusLines(const app::SleepManager& manager)
     }
     if (manager.lid()->enabled())
         lines.append(tr("Stays awake with the lid closed"));
+    const app::RenderModeManager& render = *manager.renderMode();
+    if (render.enabled()) {
+        if (render.assertions().holding(app::SleepAssertions::Kind::system))
+            lines.append(tr("🎬 Render Mode keeps the system and network awake"));
+        else
+            lines.append(tr("Render Mode's keep-awake is not in force: %1").arg(render.assertions().firstProblem()));
+    }
     const app::FanController& fan = *manager.fan();
     if (fan.fansEnabled() || fan.isBoosted() || fan.triggerProfile() || fan.releasePending()
         || !fan.safetyHold().isEmpty())

@@ -86,10 +86,16 @@ bool ScriptingService::StayAwake(const QStringList& kinds, const QString& until,
         }
     }
     m_manager.applyNames(kinds, end);
+    if (!m_manager.holdsAnything()) {
+        text = QStringLiteral("keep-awake refused: %1").arg(m_manager.firstProblem());
+        return false;
+    }
     const auto remaining = m_manager.remainingText();
     text = remaining ? QStringLiteral("keeping %1 awake for %2 (until %3)")
                            .arg(kindList(kinds), *remaining, end.toLocalTime().toString(Qt::ISODate))
                      : QStringLiteral("keeping %1 awake until turned off").arg(kindList(kinds));
+    if (const QString problem = m_manager.firstProblem(); !problem.isEmpty())
+        text += QStringLiteral("; not everything holds: %1").arg(problem);
     return true;
 }
 
@@ -224,9 +230,14 @@ bool ScriptingService::SetAutomation(bool on, QString& text)
 {
     app::TriggerManager& triggers = *m_manager.triggers();
     triggers.setAutomationEnabled(on);
+    if (on && !triggers.active() && triggers.ruleHolds()) {
+        text = QStringLiteral("automation on, but its keep-awake is refused (%1): %2")
+                   .arg(triggers.activeReason(), triggers.assertions().firstProblem());
+        return false;
+    }
     if (!on)
         text = QStringLiteral("automation off");
-    else if (triggers.ruleHolds())
+    else if (triggers.active())
         text = QStringLiteral("automation on, keeping awake: %1").arg(triggers.activeReason());
     else
         text = QStringLiteral("automation on; no rule holds now");

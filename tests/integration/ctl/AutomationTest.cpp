@@ -129,5 +129,30 @@ TEST_F(AutomationTest, AwakeRunsACommandHoldsWhileItRunsAndPassesOnItsStatus)
     EXPECT_NE(gone.err.find("no process 999999999 is running"), std::string::npos) << gone.err;
 }
 
+// With nothing to hold keep-awake (no logind, no desktop power manager),
+// a rule that holds is not reported as keeping the computer awake.
+class AutomationWithNothingToHoldTest : public AutomationTest {
+protected:
+    void SetUp() override
+    {
+        rig.withLogind = false;
+        AutomationTest::SetUp();
+    }
+};
+
+TEST_F(AutomationWithNothingToHoldTest, SwitchingOnExitsWithTheReason)
+{
+    QProcess editor;
+    editor.start(program, {"60"});
+    ASSERT_TRUE(editor.waitForStarted());
+    run({"auto", "add", "org.quillon.TestEditor"});
+    const auto on = rig.ctl({"auto", "on"});
+    EXPECT_EQ(on.exitCode, 1) << on.out;
+    EXPECT_NE(on.err.find("keep-awake is refused (Test Editor): nothing on this desktop"), std::string::npos) << on.err;
+    EXPECT_FALSE(section("automation")["active"].toBool());
+    editor.kill();
+    editor.waitForFinished();
+}
+
 } // namespace
 } // namespace quillon::test

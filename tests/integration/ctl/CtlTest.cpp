@@ -145,6 +145,21 @@ TEST_F(CtlTest, UsageErrorsAndASecondInstance)
     EXPECT_TRUE(contains(second.err, "already running")) << second.err;
 }
 
+// Where nothing can hold keep-awake (no logind, no desktop power manager),
+// asking for it fails with the reason instead of claiming it holds.
+TEST(CtlWithNothingToHoldKeepAwake, AwakeExitsWithTheReason)
+{
+    DemoAppRig rig;
+    rig.withLogind = false;
+    ASSERT_TRUE(rig.start(offscreen)) << rig.log();
+    const auto awake = rig.ctl({"awake", "--for", "1h"});
+    EXPECT_EQ(awake.exitCode, 1) << awake.out;
+    EXPECT_TRUE(contains(awake.err, "keep-awake refused: nothing on this desktop")) << awake.err;
+    const QJsonObject held = section(rig.status(), "awake")["held"].toObject();
+    EXPECT_EQ(held["system"].toObject()["state"], "failed");
+    EXPECT_FALSE(rig.status()["active"].toBool());
+}
+
 TEST(CtlWithoutApp, SaysTheAppIsNotRunning)
 {
     DemoAppRig rig;

@@ -70,10 +70,16 @@ bool DemoAppRig::start(const QStringList& env)
         return false;
     if (seedOnboarding)
         setUserSetting("onboardingSeenVersion", QUILLON_VERSION);
-    logind = std::make_unique<BusService>(
-        QUILLON_PYTHON, QStringList{"-m", "dbusmock", "--template", "logind"}, systemBus, "org.freedesktop.login1");
-    if (!logind->started())
-        return false;
+    if (withLogind && RealLogind::canRun()) {
+        logind = std::make_unique<RealLogind>(systemBus);
+        if (!logind->started())
+            return false;
+    } else if (withLogind) {
+        logindStandIn = std::make_unique<BusService>(
+            QUILLON_PYTHON, QStringList{"-m", "dbusmock", "--template", "logind"}, systemBus, "org.freedesktop.login1");
+        if (!logindStandIn->started())
+            return false;
+    }
     app.start(QUILLON_APP_BIN, {"--demo"}, environment() + env, home.path() + "/app.log");
     return waitUntil([&] { return !app.running() || !status().isEmpty(); }, 20s) && app.running();
 }

@@ -4,17 +4,19 @@
 
 #include "support/BusService.h"
 #include "support/ChildProcess.h"
+#include "support/RealLogind.h"
 
 #include <QJsonObject>
-#include <QVariant>
 #include <QTemporaryDir>
+#include <QVariant>
 
 namespace quillon::test {
 
 // `quillon --demo` on a private session bus, with a home of its own, and
 // `quillon ctl` pointed at it; its system bus is another private one where
-// python3-dbusmock's logind takes the app's and the helper's locks. Shared by
-// the scripting and the GUI tests.
+// the real systemd-logind takes the app's and the helper's locks (where this
+// process may not run it, as another user than root, python3-dbusmock's
+// stand-in for it does). Shared by the scripting and the GUI tests.
 class DemoAppRig {
 public:
     DemoAppRig();
@@ -46,9 +48,12 @@ public:
     std::string log() const;
 
     bool seedOnboarding = true;
+    // Off: nothing serves logind, so nothing on the system bus holds keep-awake.
+    bool withLogind = true;
     PrivateBus bus;
     PrivateBus systemBus;
-    std::unique_ptr<BusService> logind;
+    std::unique_ptr<RealLogind> logind;
+    std::unique_ptr<BusService> logindStandIn;
     QTemporaryDir home;
     LineProcess app;
 };

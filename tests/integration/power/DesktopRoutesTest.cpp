@@ -2,7 +2,7 @@
 // the desktop confirms it: KDE (PowerDevil), Xfce (its power manager), GNOME
 // (the session), wlroots compositors and bare sessions (logind), and a
 // sandbox (the portal alone). The desktops are stand-ins (desktop_standin.py,
-// inhibit_standin.py); logind is python3-dbusmock's.
+// inhibit_standin.py); logind is the real one.
 #include "InhibitBusFixture.h"
 
 using quillon::app::SleepAssertions;
@@ -20,7 +20,7 @@ using DesktopRoutesTest = quillon::test::InhibitBusFixture;
 
 TEST_F(DesktopRoutesTest, KdeCountsOnlyOncePowerDevilHasAppliedIt)
 {
-    startLogind();
+    START_LOGIND();
     startStandIn("portal", "org.freedesktop.portal.Desktop");
     startDesktop("kde", "org.kde.Solid.PowerManagement", 0.2);
 
@@ -43,7 +43,7 @@ TEST_F(DesktopRoutesTest, KdeCountsOnlyOncePowerDevilHasAppliedIt)
 
 TEST_F(DesktopRoutesTest, APowerManagerThatNeverConfirmsIsLeftForTheNextRoute)
 {
-    startLogind();
+    START_LOGIND();
     // Accepts everything and applies nothing within the wait.
     startDesktop("kde", "org.kde.Solid.PowerManagement", 60);
 
@@ -53,7 +53,7 @@ TEST_F(DesktopRoutesTest, APowerManagerThatNeverConfirmsIsLeftForTheNextRoute)
     EXPECT_EQ(state.phase, Phase::inForce);
     EXPECT_EQ(state.through, "logind");
     EXPECT_TRUE(waitUntil([&] {
-        return logindLocks().contains(LogindLock{"idle:sleep", "Quillon", systemReason, "block"});
+        return logindLocks().contains(LogindLock{"sleep:idle", "Quillon", systemReason, "block"});
     }));
     // Its unconfirmed inhibition was handed back, not left behind.
     EXPECT_TRUE(waitUntil([&] { return held("org.kde.Solid.PowerManagement").isEmpty(); }));
@@ -61,7 +61,7 @@ TEST_F(DesktopRoutesTest, APowerManagerThatNeverConfirmsIsLeftForTheNextRoute)
 
 TEST_F(DesktopRoutesTest, XfceHoldsBothKindsThroughItsPowerManager)
 {
-    startLogind();
+    START_LOGIND();
     startDesktop("xfce", "org.freedesktop.PowerManagement");
 
     SleepAssertions owner(backend);
@@ -80,7 +80,7 @@ TEST_F(DesktopRoutesTest, XfceHoldsBothKindsThroughItsPowerManager)
 TEST_F(DesktopRoutesTest, WithOnlyLogindTheDisplayIsAnIdleLockThatIdleDaemonsWatch)
 {
     // wlroots compositors with swayidle, and bare sessions: logind alone.
-    startLogind();
+    START_LOGIND();
     SleepAssertions owner(backend);
     ASSERT_TRUE(owner.start(Kind::display));
     EXPECT_EQ(settled(owner, Kind::display).through, "logind");
@@ -115,7 +115,7 @@ TEST_F(DesktopRoutesTest, APortalReplyAloneProvesNothing)
 
 TEST_F(DesktopRoutesTest, OtherInhibitorsListEveryoneButUs)
 {
-    startLogind();
+    START_LOGIND();
     startDesktop("xfce", "org.freedesktop.PowerManagement");
     SleepAssertions owner(backend);
     ASSERT_TRUE(owner.start(Kind::display));

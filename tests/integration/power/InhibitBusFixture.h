@@ -1,7 +1,7 @@
 #pragma once
 
 // The Linux power assertions against real D-Bus services on private buses:
-// python3-dbusmock's logind on the "system" bus, stand-ins for the desktop
+// the real systemd-logind on the "system" bus, stand-ins for the desktop
 // services on the session bus (inhibit_standin.py, desktop_standin.py).
 #include "app/power/SleepAssertions.h"
 #include "platform/linux/LinuxPowerAssertions.h"
@@ -9,10 +9,20 @@
 #include "support/BusService.h"
 #include "support/LogindLocks.h"
 #include "support/QStringPrinter.h"
+#include "support/RealLogind.h"
 
 #include <QDBusArgument>
 #include <QDBusMessage>
+#include <algorithm>
 #include <gtest/gtest.h>
+
+// Starts the real logind, or ends the test: skipped where it cannot run, failed where it does not start.
+#define START_LOGIND()                                                                                                 \
+    do {                                                                                                               \
+        startLogind();                                                                                                 \
+        if (IsSkipped() || HasFatalFailure())                                                                          \
+            return;                                                                                                    \
+    } while (false)
 
 namespace quillon::test {
 
@@ -33,11 +43,13 @@ protected:
         backend = std::make_shared<LinuxPowerAssertions>(sessionBus.connection(), systemBus.connection(), timing);
     }
 
+    // Through START_LOGIND(), which ends the test where logind cannot run.
     void startLogind()
     {
-        services.push_back(std::make_unique<BusService>(QUILLON_PYTHON,
-            QStringList{"-m", "dbusmock", "--template", "logind"}, systemBus, "org.freedesktop.login1"));
-        ASSERT_TRUE(services.back()->started());
+        if (!RealLogind::canRun())
+            GTEST_SKIP() << "systemd-logind runs as root";
+        logind = std::make_unique<RealLogind>(systemBus);
+        ASSERT_TRUE(logind->started());
     }
     BusService& startStandIn(const QString& kind, const QString& name)
     {
@@ -80,7 +92,13 @@ protected:
         array.endArray();
         return list;
     }
-    QList<LogindLock> logindLocks() { return logindLocksOn(systemBus.connection()); }
+    // logind lists its locks in an order of its own: compared sorted.
+    QList<LogindLock> logindLocks() { return sorted(logindLocksOn(systemBus.connection())); }
+    static QList<LogindLock> sorted(QList<LogindLock> locks)
+    {
+        std::sort(locks.begin(), locks.end());
+        return locks;
+    }
     // The stand-ins and logind notice a release asynchronously (a closed
     // descriptor, a message from another connection): wait for it.
     ::testing::AssertionResult portalHolds(const QList<Inhibition>& expected)
@@ -99,6 +117,7 @@ protected:
     platform::linux_::LinuxPowerAssertions::Timing timing{600, 400};
     PrivateBus sessionBus;
     PrivateBus systemBus;
+    std::unique_ptr<RealLogind> logind;
     std::vector<std::unique_ptr<BusService>> services;
     std::shared_ptr<platform::linux_::LinuxPowerAssertions> backend;
 };

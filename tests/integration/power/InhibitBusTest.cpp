@@ -37,7 +37,7 @@ TEST_F(InhibitBusTest, WhereOnlyThePortalRunsEveryOwnerHoldsItsOwnRequestThere)
 
 TEST_F(InhibitBusTest, WithoutAPortalSleepGoesToLogindAndTheDisplayToTheScreenSaver)
 {
-    startLogind();
+    START_LOGIND();
     startStandIn("screensaver", "org.freedesktop.ScreenSaver");
 
     SleepAssertions session(backend);
@@ -45,10 +45,10 @@ TEST_F(InhibitBusTest, WithoutAPortalSleepGoesToLogindAndTheDisplayToTheScreenSa
     ASSERT_TRUE(session.start(Kind::system));
     ASSERT_TRUE(renderMode.start(Kind::network));
     ASSERT_TRUE(renderMode.start(Kind::display));
-    const LogindLock systemLock{"idle:sleep", "Quillon", systemReason, "block"};
-    const LogindLock networkLock{"idle:sleep", "Quillon", "SleepTimer: keep network active", "block"};
+    const LogindLock systemLock{"sleep:idle", "Quillon", systemReason, "block"};
+    const LogindLock networkLock{"sleep:idle", "Quillon", "SleepTimer: keep network active", "block"};
     ASSERT_TRUE(logindHolds(2));
-    EXPECT_EQ(logindLocks(), (QList{systemLock, networkLock}));
+    EXPECT_EQ(logindLocks(), sorted({systemLock, networkLock}));
     EXPECT_EQ(held("org.freedesktop.ScreenSaver"), (QList<Inhibition>{{8, displayReason}}));
 
     // A child started meanwhile must not inherit the lock's descriptor, or
@@ -71,7 +71,7 @@ TEST_F(InhibitBusTest, WithoutAPortalSleepGoesToLogindAndTheDisplayToTheScreenSa
 
 TEST_F(InhibitBusTest, GnomeSessionIsAskedBeforeLogind)
 {
-    startLogind();
+    START_LOGIND();
     startStandIn("gnome-session", "org.gnome.SessionManager");
     SleepAssertions owner(backend);
     ASSERT_TRUE(owner.start(Kind::system));
@@ -101,7 +101,7 @@ TEST_F(InhibitBusTest, APortalThatWentAwayNeitherBreaksReleaseNorLaterStarts)
     ASSERT_TRUE(owner.start(Kind::system));
     portal.stop();
     owner.stop(Kind::system);
-    startLogind();
+    START_LOGIND();
     ASSERT_TRUE(owner.start(Kind::system));
     EXPECT_TRUE(logindHolds(1));
 }

@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""Stand-ins for two desktop power managers, for tests on private buses. Each
+"""Stand-ins for three desktop power managers, for tests on private buses. Each
 behaves as the real one does in what the app relies on (taken from their
 sources and D-Bus interfaces, not run against them). One per process, chosen
 by the first argument; the second, if given, is how many seconds KDE's takes
@@ -16,13 +16,17 @@ to apply an inhibition (5 in PowerDevil).
          (GetProperty, SetProperty, ResetProperty), and logind's lid lock
          (who "xfce4-power-manager"), dropped while the setting
          /xfce4-power-manager/logind-handle-lid-switch is true and taken again
-         when it turns false or is reset.
+         when it turns false (a reset goes unheard, as in 4.18).
+  mate   MATE's power manager as far as the lid goes: the org.mate.PowerManager
+         name and logind's lid lock, signed with the user's login name and the
+         why "Mate power manager handles these events".
 
 The session bus is DBUS_SESSION_BUS_ADDRESS; logind is looked for on
 DBUS_SYSTEM_BUS_ADDRESS. org.quillon.Test.Inhibitions() at /org/quillon/Test
 lists the inhibitions asked for as (flags, reason): KDE's by type (applied or
 not yet), Xfce's as 4.
 """
+import getpass
 import os
 import sys
 import time
@@ -40,8 +44,9 @@ settle_s = float(sys.argv[2]) if len(sys.argv) > 2 else 0.0
 class LidLock:
     """logind's handle-lid-switch block lock, held through its descriptor."""
 
-    def __init__(self, who):
+    def __init__(self, who, why=None):
         self.who = who
+        self.why = why or who + ' handles power events'
         self.fd = None
 
     def take(self):
@@ -50,8 +55,7 @@ class LidLock:
         system = dbus.bus.BusConnection(os.environ['DBUS_SYSTEM_BUS_ADDRESS'])
         manager = dbus.Interface(system.get_object('org.freedesktop.login1', '/org/freedesktop/login1'),
                                  'org.freedesktop.login1.Manager')
-        self.fd = manager.Inhibit('handle-power-key:handle-lid-switch', self.who,
-                                  self.who + ' handles power events', 'block').take()
+        self.fd = manager.Inhibit('handle-power-key:handle-lid-switch', self.who, self.why, 'block').take()
 
     def drop(self):
         if self.fd is not None:
@@ -139,7 +143,6 @@ class Xfconf(dbus.service.Object):
     @dbus.service.method(IFACE, in_signature='ssb')
     def ResetProperty(self, channel, prop, recursive):
         self.values.pop((str(channel), str(prop)), None)
-        self.changed()
 
 
 if __name__ == '__main__':
@@ -150,6 +153,9 @@ if __name__ == '__main__':
         lid = LidLock('PowerDevil')
         keep.append(PolicyAgent(bus, '/org/kde/Solid/PowerManagement/PolicyAgent'))
         names = ['org.kde.Solid.PowerManagement.PolicyAgent', 'org.kde.Solid.PowerManagement']
+    elif sys.argv[1] == 'mate':
+        lid = LidLock(getpass.getuser(), 'Mate power manager handles these events')
+        names = ['org.mate.PowerManager']
     else:
         lid = LidLock('xfce4-power-manager')
         keep.append(FdoInhibit(bus, '/org/freedesktop/PowerManagement/Inhibit'))

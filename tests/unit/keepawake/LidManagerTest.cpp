@@ -156,6 +156,53 @@ TEST_F(LidManagerTest, APowerManagerTakingTheLidLaterIsCaughtByTheWatchdog)
     lid().tick();
     EXPECT_FALSE(lid().enabled());
     EXPECT_TRUE(lid().holdState().problem.contains("MATE")) << lid().holdState().problem.toStdString();
+    // Told like every other automatic stop.
+    EXPECT_EQ(lid().lastAutoOff(), lid().holdState().problem);
+    ASSERT_EQ(center.titles().count("🌡️ Closed-lid stopped"), 1);
+    EXPECT_EQ(center.shown.last().body, lid().holdState().problem);
+}
+
+TEST_F(LidManagerTest, ARefusalWhenSwitchedOnIsAnswerNotNews)
+{
+    lidOwner.current = {Desktop::mate, "mate-power-manager", false};
+    lid().setEnabled(true);
+    EXPECT_FALSE(lid().enabled());
+    EXPECT_TRUE(lid().lastAutoOff().isEmpty());
+    EXPECT_EQ(center.titles().count("🌡️ Closed-lid stopped"), 0);
+}
+
+TEST_F(LidManagerTest, TheLidIsHeldOnlyWhileItsSystemAssertionIsInForceToo)
+{
+    backend->confirmLater = true;
+    lid().setEnabled(true);
+    link.deliver();
+    EXPECT_EQ(lid().holdState().phase, Phase::confirming) << "the lid lock alone lets the machine sleep on idle";
+    const auto system = lid().assertions().ids().at(quillon::app::SleepAssertions::Kind::system);
+    backend->settle(system, quillon::platform::PowerAssertionState::Phase::inForce);
+    EXPECT_EQ(lid().holdState().phase, Phase::inForce);
+    EXPECT_EQ(lid().holdState().through, "logind (fan helper)");
+}
+
+TEST_F(LidManagerTest, ASystemAssertionNothingHoldsSwitchesItOffWithTheReason)
+{
+    backend->confirmLater = true;
+    lid().setEnabled(true);
+    link.deliver();
+    const auto system = lid().assertions().ids().at(quillon::app::SleepAssertions::Kind::system);
+    backend->settle(system, quillon::platform::PowerAssertionState::Phase::failed, "no power manager answers");
+    EXPECT_FALSE(lid().enabled());
+    EXPECT_EQ(lid().holdState().phase, Phase::failed);
+    EXPECT_TRUE(lid().holdState().problem.contains("no power manager answers"))
+        << lid().holdState().problem.toStdString();
+    EXPECT_EQ(link.requests.last(), "setLidStayAwake 0");
+    EXPECT_FALSE(manager->fan()->triggerProfile().has_value());
+
+    // Refused at once: the helper is not even asked.
+    backend->refuse = true;
+    lid().setEnabled(true);
+    EXPECT_FALSE(lid().enabled());
+    EXPECT_TRUE(lid().holdState().problem.contains("nothing here")) << lid().holdState().problem.toStdString();
+    EXPECT_EQ(link.count("setLidStayAwake 1"), 1);
 }
 
 TEST_F(LidManagerTest, HeatStopsAtOnceFairDoesNothing)

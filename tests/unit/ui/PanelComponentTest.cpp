@@ -154,6 +154,8 @@ TEST_F(PanelComponentTest, RenderModeShowsProgressAndTheLastSession)
     EXPECT_TRUE(manager->renderMode()->enabled());
     EXPECT_EQ(text("renderSummary"), "On · 0m 00s · Waiting for DaVinci Resolve");
     EXPECT_FALSE(shown("renderBar"));
+    EXPECT_TRUE(texts("statusLine").contains("🎬 Render Mode keeps the system and network awake"))
+        << texts("statusLine").join(" | ").toStdString();
 
     manager->renderMode()->davinci()->apply(QJsonObject{
         {"ok", true}, {"rendering", true}, {"percent", 42}, {"index", 2}, {"total", 3}, {"project", "Trailer"}});
@@ -164,9 +166,20 @@ TEST_F(PanelComponentTest, RenderModeShowsProgressAndTheLastSession)
     speak("de");
     EXPECT_EQ(text("renderSummary"), "An · 1m 05s · Auftrag 2 von 3 · 42 %");
 
+    EXPECT_TRUE(texts("statusLine").contains("🎬 Render Mode hält System und Netzwerk wach"))
+        << texts("statusLine").join(" | ").toStdString();
+
     flip("renderSwitch");
     EXPECT_EQ(text("renderSummary"), "Aus");
     EXPECT_EQ(text("renderNote"), "Der Mac blieb kühl · Peak CPU 0° / GPU 0°");
+    EXPECT_FALSE(texts("statusLine").join(' ').contains("Render Mode"));
+
+    // Nothing holds it: said so, not shown as keeping anything awake.
+    speak("en");
+    backend->refuse = true;
+    flip("renderSwitch");
+    EXPECT_TRUE(texts("statusLine").contains("Render Mode's keep-awake is not in force: nothing here"))
+        << texts("statusLine").join(" | ").toStdString();
 }
 
 // A lid lock the helper cannot take leaves the switch off, with the reason.

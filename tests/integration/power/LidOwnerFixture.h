@@ -1,0 +1,48 @@
+#pragma once
+
+// Who acts on the lid, and handing it back, against the buses of
+// InhibitBusFixture; the setting to put back is recorded in a folder of the test's.
+#include "InhibitBusFixture.h"
+#include "platform/linux/LinuxLidSwitchOwner.h"
+
+#include <QDBusVariant>
+#include <QTemporaryDir>
+
+namespace quillon::test {
+
+class LidOwnerFixture : public InhibitBusFixture {
+protected:
+    using LidSwitchOwner = platform::LidSwitchOwner;
+    using LinuxLidSwitchOwner = platform::linux_::LinuxLidSwitchOwner;
+
+    std::unique_ptr<LinuxLidSwitchOwner> makeOwner()
+    {
+        return std::make_unique<LinuxLidSwitchOwner>(sessionBus.connection(), systemBus.connection(), marker);
+    }
+    bool ownedBy(LinuxLidSwitchOwner& owner, LidSwitchOwner::Desktop desktop)
+    {
+        return waitUntil([&] { return owner.owner().desktop == desktop; });
+    }
+    // Xfce's setting as xfconf holds it: "absent", "true" or "false".
+    QString xfceLidSetting()
+    {
+        const QDBusMessage reply = sessionBus.connection().call(
+            QDBusMessage::createMethodCall("org.xfce.Xfconf", "/org/xfce/Xfconf", "org.xfce.Xfconf", "GetProperty")
+            << QString("xfce4-power-manager") << QString("/xfce4-power-manager/logind-handle-lid-switch"));
+        if (reply.type() != QDBusMessage::ReplyMessage)
+            return "absent";
+        return reply.arguments().value(0).value<QDBusVariant>().variant().toBool() ? "true" : "false";
+    }
+    void setXfceLidSetting(bool value)
+    {
+        sessionBus.connection().call(
+            QDBusMessage::createMethodCall("org.xfce.Xfconf", "/org/xfce/Xfconf", "org.xfce.Xfconf", "SetProperty")
+            << QString("xfce4-power-manager") << QString("/xfce4-power-manager/logind-handle-lid-switch")
+            << QVariant::fromValue(QDBusVariant(value)));
+    }
+
+    QTemporaryDir state;
+    QString marker = state.filePath("quillon/xfce-lid-handover");
+};
+
+} // namespace quillon::test

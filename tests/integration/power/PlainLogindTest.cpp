@@ -1,0 +1,71 @@
+// Sessions where logind is the only power service (sway, Hyprland, i3, a bare
+// X session), against the real systemd-logind: every kind is held by a lock
+// of its own, counts only once logind lists it, and stays held while logind
+// restarts.
+#include "InhibitBusFixture.h"
+
+using quillon::app::SleepAssertions;
+using quillon::platform::PowerAssertionState;
+using quillon::platform::PowerAssertionType;
+using quillon::test::displayReason;
+using quillon::test::LogindLock;
+using quillon::test::systemReason;
+using quillon::test::waitUntil;
+using Kind = SleepAssertions::Kind;
+using Phase = SleepAssertions::KindState::Phase;
+
+namespace {
+
+using PlainLogindTest = quillon::test::InhibitBusFixture;
+
+const QString networkReason = "SleepTimer: keep network active";
+
+TEST_F(PlainLogindTest, EveryKindIsInForceOnceLogindListsItAndGoneWhenReleased)
+{
+    START_LOGIND();
+    SleepAssertions owner(backend);
+    for (Kind kind : SleepAssertions::allKinds)
+        ASSERT_TRUE(owner.start(kind)) << SleepAssertions::rawValue(kind).toStdString();
+    for (Kind kind : SleepAssertions::allKinds) {
+        const auto state = settled(owner, kind);
+        EXPECT_EQ(state.phase, Phase::inForce)
+            << SleepAssertions::rawValue(kind).toStdString() << ": " << state.problem.toStdString();
+        EXPECT_EQ(state.through, "logind");
+    }
+    // logind names the items in its own order, whatever order they were asked in.
+    EXPECT_EQ(logindLocks(),
+        sorted({{"sleep:idle", "Quillon", systemReason, "block"}, {"idle", "Quillon", displayReason, "block"},
+            {"sleep:idle", "Quillon", networkReason, "block"}}));
+
+    owner.stop(Kind::display);
+    ASSERT_TRUE(logindHolds(2));
+    EXPECT_FALSE(logindLocks().contains(LogindLock{"idle", "Quillon", displayReason, "block"}));
+    owner.stopAll();
+    EXPECT_TRUE(logindHolds(0));
+}
+
+TEST_F(PlainLogindTest, ALogindRestartKeepsEveryLockInForce)
+{
+    START_LOGIND();
+    SleepAssertions owner(backend);
+    ASSERT_TRUE(owner.start(Kind::system));
+    const auto lid = backend->create(PowerAssertionType::preventLidSleep, "lid closed");
+    ASSERT_TRUE(lid);
+    ASSERT_EQ(settled(owner, Kind::system).phase, Phase::inForce);
+    ASSERT_TRUE(logindHolds(2));
+
+    ASSERT_TRUE(logind->restart());
+    // logind took both back from its FIFOs: still listed, still in force.
+    EXPECT_TRUE(logindHolds(2)) << logindLocks().size();
+    EXPECT_EQ(owner.state(Kind::system).phase, Phase::inForce);
+    EXPECT_EQ(backend->state(*lid).phase, PowerAssertionState::Phase::inForce);
+    EXPECT_TRUE(backend->otherInhibitors().isEmpty()) << backend->otherInhibitors().join('\n').toStdString();
+
+    // And the restarted logind notices the release.
+    backend->release(*lid);
+    EXPECT_TRUE(logindHolds(1));
+    owner.stopAll();
+    EXPECT_TRUE(logindHolds(0));
+}
+
+} // namespace
