@@ -13,9 +13,9 @@ namespace {
 class LidManagerTest : public KeepAwakeRig {
 protected:
     LidManager& lid() { return *manager->lid(); }
-    // The lid poll while the lid stays in one state for this many seconds:
-    // one tick when the state is first seen, then one a second.
-    void lidFor(int seconds, bool closed)
+    // The lid poll while the lid stays in one state (nullopt: no reading) for
+    // this many seconds: one tick when the state is first seen, then one a second.
+    void lidFor(int seconds, std::optional<bool> closed)
     {
         lidSensor.closed = closed;
         for (int i = 0; i <= seconds; ++i) {
@@ -211,6 +211,12 @@ TEST_F(LidManagerTest, ReminderAfterFiveSecondsOpenOncePerClosing)
     lidFor(6, false);
     EXPECT_EQ(center.shown.size(), 1); // the newer reminder replaced the older one
     EXPECT_EQ(reminders(), 1);
+
+    center.shown.clear();
+    center.present = false;
+    lidFor(1, true);
+    lidFor(6, false);
+    EXPECT_TRUE(center.shown.isEmpty()) << "no notification service: no reminder";
 }
 
 TEST_F(LidManagerTest, TurnOffOnTheReminderSwitchesItOff)
@@ -226,15 +232,17 @@ TEST_F(LidManagerTest, TurnOffOnTheReminderSwitchesItOff)
     EXPECT_EQ(liveAssertions(), 0);
 }
 
-TEST_F(LidManagerTest, NoLidReadingNeverReminds)
+// A tick without a reading tells nothing: the lid is neither opened nor closed by it.
+TEST_F(LidManagerTest, NoLidReadingNeitherOpensNorClosesTheLid)
 {
     lid().setEnabled(true);
-    lidSensor.closed = std::nullopt;
-    lidFor(20, true);
-    lidSensor.closed = std::nullopt;
-    for (int i = 0; i < 10; ++i)
-        lid().lidTick();
-    EXPECT_EQ(reminders(), 0);
+    lidFor(2, true);
+    lidFor(10, std::nullopt);
+    EXPECT_EQ(reminders(), 0) << "not read as opened";
+    lidFor(1, false);
+    lidFor(10, std::nullopt);
+    lidFor(0, false);
+    EXPECT_EQ(reminders(), 1) << "not read as closed: the lid has stayed open over 5 s";
 }
 
 } // namespace
