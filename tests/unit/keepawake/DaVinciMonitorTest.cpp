@@ -63,7 +63,9 @@ TEST_F(DaVinciMonitorTest, AFailedPollIsNotAFinishAndDoesNotHideOne)
         EXPECT_EQ(monitor.percent(), 0);
     }
     EXPECT_EQ(finishes, 0);
-    EXPECT_EQ(monitor.jobTotal(), 2) << "kept through failures";
+    EXPECT_EQ(monitor.jobIndex(), 1) << "kept through failures";
+    EXPECT_EQ(monitor.jobTotal(), 2);
+    EXPECT_EQ(monitor.project(), "Trailer");
     monitor.apply(rendering(false));
     EXPECT_EQ(finishes, 1);
 }
@@ -91,12 +93,20 @@ TEST_F(DaVinciMonitorTest, ValuesOfTheWrongTypeReadAsTheirDefaults)
     EXPECT_EQ(monitor.project(), "");
 }
 
-TEST_F(DaVinciMonitorTest, WithoutAnInterpreterAPollIsAFailedPoll)
+// From start() to stop() it polls every 3 s; without an interpreter each
+// poll is a failed one.
+TEST_F(DaVinciMonitorTest, PollsEveryThreeSecondsWhileStartedFailingWithoutAnInterpreter)
 {
     monitor.apply(rendering(true));
     monitor.poll();
     EXPECT_FALSE(monitor.available());
     EXPECT_EQ(finishes, 0);
+
+    monitor.start();
+    EXPECT_TRUE(monitor.running());
+    EXPECT_EQ(monitor.pollTimer().interval(), 3000);
+    monitor.stop();
+    EXPECT_FALSE(monitor.running());
 }
 
 } // namespace

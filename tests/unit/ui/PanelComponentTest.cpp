@@ -10,6 +10,7 @@
 #include "ui/panel/FanView.h"
 #include "ui/panel/PanelState.h"
 #include "ui/panel/PanelViews.h"
+#include "ui/panel/RenderView.h"
 
 #include "support/Files.h"
 #include "support/KeepAwakeRig.h"
@@ -161,6 +162,9 @@ TEST_F(PanelComponentTest, RenderModeShowsProgressAndTheLastSession)
     manager->renderMode()->sample();
     EXPECT_EQ(text("renderSummary"), "On · 1m 05s · Job 2 of 3 · 42 %");
     EXPECT_EQ(item("renderBar")->property("value").toDouble(), 42.0);
+    for (const double gpu : {60.0, 60.0, 95.0})
+        helperReports({{"cpuTemp", 71.0}, {"gpuTemp", gpu}});
+    EXPECT_EQ(views->render().liveText(), "CPU 71° · GPU 60°") << "the overlay shows no single GPU spike";
     speak("de");
     EXPECT_EQ(text("renderSummary"), "An · 1m 05s · Auftrag 2 von 3 · 42 %");
 
