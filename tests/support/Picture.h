@@ -7,12 +7,10 @@
 
 namespace quillon::test {
 
-// Shows the window and keeps what it shows now as folder/name, for people to
-// look at. It is a picture, not a check: the test that takes it asserts what
-// it shows.
-// Nothing is drawn in a sanitizer build: Qt Quick's renderer keeps what it
-// drew in caches it never frees at exit, which the leak check would report
-// as ours.
+// Shows the window and keeps what it shows as folder/name for people to look
+// at: a picture, not a check (the test taking it asserts what it shows). Not
+// drawn in a sanitizer build: Qt Quick's renderer keeps what it drew in caches
+// it never frees at exit, which the leak check would report as ours.
 inline void keepPicture(
     [[maybe_unused]] QQuickWindow& window, [[maybe_unused]] const QString& folder, [[maybe_unused]] const QString& name)
 {

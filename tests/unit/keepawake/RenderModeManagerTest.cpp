@@ -53,11 +53,8 @@ TEST_F(RenderModeManagerTest, OnHoldsItsPartsAndOffPutsBackWhatItFound)
     EXPECT_FALSE(manager->drives()->enabled());
     EXPECT_FALSE(manager->fan()->triggerProfile().has_value());
     EXPECT_EQ(liveAssertions(), 0);
-}
 
-TEST_F(RenderModeManagerTest, ALidAndDrivesAlreadyOnStayOn)
-{
-    manager->drives()->setEnabled(true);
+    manager->drives()->setEnabled(true); // already on before: left on after
     manager->lid()->setEnabled(true);
     render().setEnabled(true);
     render().setEnabled(false);

@@ -41,21 +41,24 @@ TEST(Hotkeys, AsksForSuperAltKAndL)
 TEST(Hotkeys, SwitchingTwiceRegistersOnceAndOffWhenOffCallsNothing)
 {
     FakeShortcuts platform;
-    Hotkeys hotkeys(platform);
-    hotkeys.setEnabled(false);
-    EXPECT_EQ(platform.unregistrations, 0) << "off when never on calls nothing";
-    hotkeys.setEnabled(true);
-    hotkeys.setEnabled(true);
-    EXPECT_EQ(platform.registrations, 1);
-    EXPECT_EQ(platform.registered.size(), 2);
-    EXPECT_TRUE(hotkeys.installed());
-    EXPECT_TRUE(hotkeys.state().held);
-    hotkeys.setEnabled(false);
-    hotkeys.setEnabled(false);
-    EXPECT_EQ(platform.unregistrations, 1);
-    EXPECT_FALSE(hotkeys.installed());
-    hotkeys.setEnabled(true);
-    EXPECT_EQ(platform.registrations, 2) << "on again after off registers again";
+    {
+        Hotkeys hotkeys(platform);
+        hotkeys.setEnabled(false);
+        EXPECT_EQ(platform.unregistrations, 0) << "off when never on calls nothing";
+        hotkeys.setEnabled(true);
+        hotkeys.setEnabled(true);
+        EXPECT_EQ(platform.registrations, 1);
+        EXPECT_EQ(platform.registered.size(), 2);
+        EXPECT_TRUE(hotkeys.installed());
+        EXPECT_TRUE(hotkeys.state().held);
+        hotkeys.setEnabled(false);
+        hotkeys.setEnabled(false);
+        EXPECT_EQ(platform.unregistrations, 1);
+        EXPECT_FALSE(hotkeys.installed());
+        hotkeys.setEnabled(true);
+        EXPECT_EQ(platform.registrations, 2) << "on again after off registers again";
+    }
+    EXPECT_EQ(platform.unregistrations, 2) << "given up when the hotkeys go";
 }
 
 // Whatever thread reports a press, the handler runs on the main thread.
@@ -98,16 +101,6 @@ TEST(Hotkeys, NothingWithoutAHandlerOrAfterSwitchingOff)
     hotkeys.setEnabled(false); // a press still queued when switched off is dropped
     settle();
     EXPECT_EQ(calls, 0);
-}
-
-TEST(Hotkeys, GivesTheShortcutsUpWhenItGoes)
-{
-    FakeShortcuts platform;
-    {
-        Hotkeys hotkeys(platform);
-        hotkeys.setEnabled(true);
-    }
-    EXPECT_EQ(platform.unregistrations, 1);
 }
 
 // "hotkeysEnabled": on when absent or unreadable, and a change of the key

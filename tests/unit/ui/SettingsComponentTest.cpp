@@ -136,6 +136,11 @@ TEST_F(SettingsComponentTest, SwitchesWriteTheirKeysAtOnce)
 
     settings.setFlag(Key::hotkeysEnabled, true);
     EXPECT_TRUE(checked("hotkeys")) << "follows the key when something else writes it";
+
+    QQuickView* first = controller.window();
+    controller.show();
+    EXPECT_EQ(controller.window(), first) << "opened again: the same window";
+    EXPECT_TRUE(checked("showTemp"));
 }
 
 // Under the shortcuts' switch: the keys while the desktop holds them, why
@@ -255,15 +260,6 @@ TEST_F(SettingsComponentTest, TabWalksTheControls)
         reached.append(item ? item->objectName() : QString());
     }
     EXPECT_EQ(reached, QStringList({"launchAtLogin", "showTemp", "hotkeys", "heatAlerts", "lowBattStop", "language"}));
-}
-
-// Opening the window again brings the same one forward.
-TEST_F(SettingsComponentTest, OneWindow)
-{
-    QQuickView* first = controller.window();
-    controller.show();
-    EXPECT_EQ(controller.window(), first);
-    EXPECT_TRUE(controller.isVisible());
 }
 
 } // namespace
