@@ -59,6 +59,7 @@ public:
     QString project() const { return m_project; }
     bool justFinished() const { return m_justFinished; }
     bool running() const { return m_timer.isActive(); }
+    const QTimer& pollTimer() const { return m_timer; }
 
     // Called once per running-to-stopped transition; set by Render Mode.
     std::function<void()> onRenderFinished;

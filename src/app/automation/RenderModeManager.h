@@ -98,8 +98,9 @@ public:
     // "7m 05s" below an hour, "2h 03m" from an hour on; negative counts as 0.
     static QString durationString(double seconds);
 
-    // The 1-second sampler.
+    // The 1-second sampler, and the timer that runs it while on.
     void sample();
+    const QTimer& sampleTimer() const { return m_sampleTimer; }
 
 signals:
     void enabledChanged();

@@ -82,6 +82,8 @@ public:
     std::optional<platform::RunningApps::App> installedApp(const QString& id) const;
 
     void evaluate();
+    // Runs evaluate() every pollIntervalMs (power changes are not announced).
+    const QTimer& pollTimer() const { return m_pollTimer; }
 
     bool active() const { return m_active; }
     bool ruleHolds() const { return m_reasons.onAC || m_reasons.extDisplay || !m_reasons.apps.isEmpty(); }

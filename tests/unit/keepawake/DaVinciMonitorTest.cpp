@@ -1,6 +1,6 @@
 // The render-queue follower's rules for one poll's result: what counts as
 // reachable, and a finish seen exactly once per running-to-stopped change,
-// even across failed polls, and never after a stop.
+// even across failed polls, and never after a stop; and its polling.
 #include "app/automation/DaVinciMonitor.h"
 
 #include "support/QStringPrinter.h"
@@ -63,21 +63,11 @@ TEST_F(DaVinciMonitorTest, AFailedPollIsNotAFinishAndDoesNotHideOne)
         EXPECT_EQ(monitor.percent(), 0);
     }
     EXPECT_EQ(finishes, 0);
-    EXPECT_EQ(monitor.jobTotal(), 2) << "kept through failures";
+    EXPECT_EQ(monitor.jobIndex(), 1) << "kept through failures";
+    EXPECT_EQ(monitor.jobTotal(), 2);
+    EXPECT_EQ(monitor.project(), "Trailer");
     monitor.apply(rendering(false));
     EXPECT_EQ(finishes, 1);
-}
-
-TEST_F(DaVinciMonitorTest, StoppingDuringARenderForgetsIt)
-{
-    monitor.apply(rendering(true));
-    monitor.stop();
-    EXPECT_FALSE(monitor.available());
-    EXPECT_EQ(monitor.jobTotal(), 0);
-    EXPECT_EQ(monitor.project(), "Trailer") << "the last project outlives a stop";
-    monitor.apply(rendering(false));
-    EXPECT_EQ(finishes, 0);
-    EXPECT_FALSE(monitor.justFinished());
 }
 
 TEST_F(DaVinciMonitorTest, ValuesOfTheWrongTypeReadAsTheirDefaults)
@@ -91,12 +81,27 @@ TEST_F(DaVinciMonitorTest, ValuesOfTheWrongTypeReadAsTheirDefaults)
     EXPECT_EQ(monitor.project(), "");
 }
 
-TEST_F(DaVinciMonitorTest, WithoutAnInterpreterAPollIsAFailedPoll)
+// From start() to stop() it polls every 3 s, each poll failing without an
+// interpreter; a stop during a render forgets it.
+TEST_F(DaVinciMonitorTest, PollsEveryThreeSecondsUntilAStopThatForgetsTheRender)
 {
     monitor.apply(rendering(true));
     monitor.poll();
     EXPECT_FALSE(monitor.available());
     EXPECT_EQ(finishes, 0);
+
+    monitor.start();
+    EXPECT_TRUE(monitor.running());
+    EXPECT_EQ(monitor.pollTimer().interval(), 3000);
+    monitor.apply(rendering(true));
+    monitor.stop();
+    EXPECT_FALSE(monitor.running());
+    EXPECT_FALSE(monitor.available());
+    EXPECT_EQ(monitor.jobTotal(), 0);
+    EXPECT_EQ(monitor.project(), "Trailer") << "the last project outlives a stop";
+    monitor.apply(rendering(false));
+    EXPECT_EQ(finishes, 0);
+    EXPECT_FALSE(monitor.justFinished());
 }
 
 } // namespace

@@ -13,9 +13,9 @@ namespace {
 class LidManagerTest : public KeepAwakeRig {
 protected:
     LidManager& lid() { return *manager->lid(); }
-    // The lid poll while the lid stays in one state for this many seconds:
-    // one tick when the state is first seen, then one a second.
-    void lidFor(int seconds, bool closed)
+    // The lid poll while the lid stays in one state (nullopt: no reading) for
+    // this many seconds: one tick when the state is first seen, then one a second.
+    void lidFor(int seconds, std::optional<bool> closed)
     {
         lidSensor.closed = closed;
         for (int i = 0; i <= seconds; ++i) {
@@ -29,33 +29,24 @@ protected:
     }
 };
 
+// On, however often: the helper's lock (asked again by the watchdog), one
+// system assertion and balanced cooling; off releases them.
 TEST_F(LidManagerTest, OnHoldsLockAssertionAndCoolingOffReleasesThem)
 {
     lid().setEnabled(true);
+    lid().setEnabled(true);
     EXPECT_EQ(link.requests, QStringList{"setLidStayAwake 1"});
+    EXPECT_EQ(liveAssertions(), 1);
     EXPECT_TRUE(lid().assertions().isHeld(quillon::app::SleepAssertions::Kind::system));
     EXPECT_EQ(manager->fan()->triggerProfile(), quillon::core::CoolingProfile::Kind::balanced);
+    lid().tick();
+    lid().tick();
+    EXPECT_EQ(link.count("setLidStayAwake 1"), 3);
 
     lid().setEnabled(false);
     EXPECT_EQ(link.requests.last(), "setLidStayAwake 0");
     EXPECT_EQ(liveAssertions(), 0);
     EXPECT_FALSE(manager->fan()->triggerProfile().has_value());
-}
-
-TEST_F(LidManagerTest, SwitchingOnTwiceHoldsOneAssertion)
-{
-    lid().setEnabled(true);
-    lid().setEnabled(true);
-    EXPECT_EQ(liveAssertions(), 1);
-    EXPECT_EQ(link.count("setLidStayAwake 1"), 1);
-}
-
-TEST_F(LidManagerTest, WatchdogReassertsTheLock)
-{
-    lid().setEnabled(true);
-    lid().tick();
-    lid().tick();
-    EXPECT_EQ(link.count("setLidStayAwake 1"), 3);
 }
 
 TEST_F(LidManagerTest, WithoutAHelperTheAppHoldsTheLidLockItself)
@@ -258,6 +249,12 @@ TEST_F(LidManagerTest, ReminderAfterFiveSecondsOpenOncePerClosing)
     lidFor(6, false);
     EXPECT_EQ(center.shown.size(), 1); // the newer reminder replaced the older one
     EXPECT_EQ(reminders(), 1);
+
+    center.shown.clear();
+    center.present = false;
+    lidFor(1, true);
+    lidFor(6, false);
+    EXPECT_TRUE(center.shown.isEmpty()) << "no notification service: no reminder";
 }
 
 TEST_F(LidManagerTest, TurnOffOnTheReminderSwitchesItOff)
@@ -273,15 +270,17 @@ TEST_F(LidManagerTest, TurnOffOnTheReminderSwitchesItOff)
     EXPECT_EQ(liveAssertions(), 0);
 }
 
-TEST_F(LidManagerTest, NoLidReadingNeverReminds)
+// A tick without a reading tells nothing: the lid is neither opened nor closed by it.
+TEST_F(LidManagerTest, NoLidReadingNeitherOpensNorClosesTheLid)
 {
     lid().setEnabled(true);
-    lidSensor.closed = std::nullopt;
-    lidFor(20, true);
-    lidSensor.closed = std::nullopt;
-    for (int i = 0; i < 10; ++i)
-        lid().lidTick();
-    EXPECT_EQ(reminders(), 0);
+    lidFor(2, true);
+    lidFor(10, std::nullopt);
+    EXPECT_EQ(reminders(), 0) << "not read as opened";
+    lidFor(1, false);
+    lidFor(10, std::nullopt);
+    lidFor(0, false);
+    EXPECT_EQ(reminders(), 1) << "not read as closed: the lid has stayed open over 5 s";
 }
 
 } // namespace

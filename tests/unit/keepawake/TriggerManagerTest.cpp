@@ -146,6 +146,7 @@ TEST_F(TriggerManagerTest, PowerAndDisplayRulesFollowTheirProbes)
     EXPECT_EQ(triggers().activeReason(), "external display");
 
     supply->battery(60, true); // no signal: the 5-second poll finds it
+    EXPECT_EQ(triggers().pollTimer().interval(), 5000);
     triggers().evaluate();
     EXPECT_EQ(triggers().activeReason(), "on AC power, external display");
 
