@@ -1,13 +1,13 @@
 #include "DesktopEntryScanner.h"
 
+#include "RegularFile.h"
+
 #include <QFile>
 #include <algorithm>
-#include <cerrno>
 #include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace quillon::platform::linux_ {
 
@@ -26,33 +26,6 @@ bool regularFile(const QByteArray& path, struct stat& info)
     if (S_ISLNK(info.st_mode) && ::stat(path.constData(), &info) != 0)
         return false;
     return S_ISREG(info.st_mode);
-}
-
-// At most maxBytes of a regular file, opened without blocking; none when it
-// is something else by the time it is opened.
-std::optional<QByteArray> readRegular(const QByteArray& path, qint64 maxBytes)
-{
-    const int fd = ::open(path.constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
-    if (fd < 0)
-        return std::nullopt;
-    std::optional<QByteArray> text;
-    struct stat info { };
-    if (::fstat(fd, &info) == 0 && S_ISREG(info.st_mode) && info.st_size <= maxBytes) {
-        QByteArray buffer(maxBytes, Qt::Uninitialized);
-        qint64 got = 0;
-        while (got < maxBytes) {
-            const ssize_t n = ::read(fd, buffer.data() + got, maxBytes - got);
-            if (n < 0 && errno == EINTR)
-                continue;
-            if (n <= 0)
-                break;
-            got += n;
-        }
-        buffer.truncate(got);
-        text = std::move(buffer);
-    }
-    ::close(fd);
-    return text;
 }
 
 } // namespace
@@ -168,7 +141,7 @@ const std::optional<DesktopEntry>& DesktopEntryScanner::entryOf(
     }
     FileState state{nameInode, info.st_dev, info.st_ino, info.st_size, modifiedNs(info), walk.generation, std::nullopt};
     ++walk.result.parsed;
-    if (const auto text = readRegular(local, maxEntryBytes))
+    if (const auto text = RegularFile::read(path, maxEntryBytes))
         state.entry = DesktopEntry::parse(*text, id);
     return m_files.insert(path, std::move(state))->entry;
 }
