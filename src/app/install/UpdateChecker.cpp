@@ -72,6 +72,8 @@ void UpdateChecker::check()
 
 void UpdateChecker::onMetaData()
 {
+    if (!m_reply)
+        return; // given up already
     // No feed is that big: not ours, or not a feed. Refused before any of it is read.
     const QVariant length = m_reply->header(QNetworkRequest::ContentLengthHeader);
     if (length.isValid() && length.toLongLong() > maxFeedBytes)
@@ -80,6 +82,8 @@ void UpdateChecker::onMetaData()
 
 void UpdateChecker::onReadyRead()
 {
+    if (!m_reply)
+        return;
     m_body += m_reply->read(maxFeedBytes + 1 - m_body.size());
     if (m_body.size() > maxFeedBytes)
         m_reply->abort();
