@@ -54,6 +54,10 @@
         <translation>Laufwerke wach halten</translation>
     </message>
     <message>
+        <source>Not reachable: left out until it answers again</source>
+        <translation>Nicht erreichbar: ausgelassen, bis es wieder antwortet</translation>
+    </message>
+    <message>
         <source>Off</source>
         <translation>Aus</translation>
     </message>
@@ -839,6 +843,14 @@ ist da.</translation>
         <source>processes cannot be watched here</source>
         <translation>Prozesse können hier nicht beobachtet werden</translation>
     </message>
+    <message>
+        <source>process %1 runs until the computer or Quillon stops, so keep-awake would never end; use quillon ctl awake without --while to keep awake until turned off</source>
+        <translation>Prozess %1 läuft, bis der Computer oder Quillon endet, das Wachhalten würde also nie enden; quillon ctl awake ohne --while hält wach, bis es ausgeschaltet wird</translation>
+    </message>
+    <message>
+        <source>already keeping awake while %1 processes run, the most there can be</source>
+        <translation>schon wach, solange %1 Prozesse laufen, mehr geht nicht</translation>
+    </message>
 </context>
 <context>
     <name>quillon::app::RenderModeManager</name>
@@ -989,6 +1001,13 @@ ist da.</translation>
     <message>
         <source>Cancel</source>
         <translation>Abbrechen</translation>
+    </message>
+</context>
+<context>
+    <name>quillon::ui::AutomationView</name>
+    <message>
+        <source>The list holds %1 apps, the most it can: remove one to add another.</source>
+        <translation>Die Liste fasst höchstens %1 Apps: Entferne eine, um eine andere hinzuzufügen.</translation>
     </message>
 </context>
 <context>

@@ -4,6 +4,7 @@
 #include "Relaunch.h"
 #include "app/Settings.h"
 #include "platform/linux/MacHardware.h"
+#include "platform/linux/OpenFileLimit.h"
 #include "ui/ctl/CtlCommand.h"
 #include "ui/demo/DemoMode.h"
 #include "ui/demo/SimulatedLoad.h"
@@ -145,6 +146,7 @@ int TrayApp::run(int argc, char** argv)
     // app, a demo's terminal) must not end a long-running app: such writes
     // merely fail.
     std::signal(SIGPIPE, SIG_IGN);
+    platform::linux_::OpenFileLimit::raise();
 
     // Qt takes its own options out of argv here.
     QApplication application(argc, argv);

@@ -4,7 +4,9 @@
 #include "platform/VolumeSource.h"
 
 #include <QMap>
+#include <QSet>
 #include <QThread>
+#include <algorithm>
 #include <condition_variable>
 #include <mutex>
 #include <vector>
@@ -20,7 +22,7 @@ public:
 
 // Records every touch with the thread it ran on and answers with the outcome
 // set for its path (listed by default). hold(path) keeps touches of that path
-// waiting until release(). Called from worker threads.
+// waiting (a hung drive) until release(). Called from worker threads.
 class FakeDriveToucher : public platform::DriveToucher {
 public:
     struct Touch {
@@ -33,7 +35,7 @@ public:
         std::unique_lock lock(m_mutex);
         m_touches.push_back({path, QThread::currentThread()});
         m_changed.notify_all();
-        m_changed.wait(lock, [&] { return m_held != path; });
+        m_changed.wait(lock, [&] { return !m_held.contains(path); });
         return m_outcomes.value(path, platform::DriveTouchOutcome::listed);
     }
 
@@ -45,13 +47,19 @@ public:
     void hold(const QString& path)
     {
         std::lock_guard lock(m_mutex);
-        m_held = path;
+        m_held.insert(path);
     }
     void release()
     {
         std::lock_guard lock(m_mutex);
         m_held.clear();
         m_changed.notify_all();
+    }
+    // Touches of this path begun so far.
+    size_t touchesOf(const QString& path) const
+    {
+        std::lock_guard lock(m_mutex);
+        return std::count_if(m_touches.begin(), m_touches.end(), [&](const Touch& t) { return t.path == path; });
     }
     // Waits until count touches have begun (or a second has passed).
     bool waitForTouches(size_t count)
@@ -70,7 +78,7 @@ private:
     std::condition_variable m_changed;
     std::vector<Touch> m_touches;
     QMap<QString, platform::DriveTouchOutcome> m_outcomes;
-    QString m_held;
+    QSet<QString> m_held;
 };
 
 } // namespace quillon::test

@@ -5,6 +5,7 @@
 #include "app/power/PowerSource.h"
 #include "platform/ExternalDisplays.h"
 
+#include <QSet>
 #include <algorithm>
 
 namespace quillon::app {
@@ -22,7 +23,7 @@ TriggerManager::TriggerManager(Parts parts, QObject* parent)
     m_enabled = settings.flag(Key::triggersEnabled);
     m_onAC = settings.flag(Key::triggerOnAC);
     m_extDisplay = settings.flag(Key::triggerExtDisplay);
-    m_apps = TriggerApp::decodeList(settings.jsonArray(Key::triggerApps)).value_or(QList<TriggerApp>());
+    loadApps(TriggerApp::decodeList(settings.jsonArray(Key::triggerApps)).value_or(QList<TriggerApp>()));
 
     if (m_parts.apps)
         connect(m_parts.apps, &platform::RunningApps::changed, this, &TriggerManager::evaluate);
@@ -61,9 +62,22 @@ void TriggerManager::setKeepAwakeOnExternalDisplay(bool on)
     evaluate();
 }
 
+void TriggerManager::loadApps(const QList<TriggerApp>& stored)
+{
+    QSet<QString> seen;
+    for (const TriggerApp& app : stored) {
+        if (m_apps.size() == maxApps)
+            break;
+        if (!app.bundleID.isEmpty() && !seen.contains(app.bundleID)) {
+            seen.insert(app.bundleID);
+            m_apps.append(app);
+        }
+    }
+}
+
 bool TriggerManager::addApp(const TriggerApp& app)
 {
-    if (app.bundleID.isEmpty()
+    if (app.bundleID.isEmpty() || appListFull()
         || std::any_of(m_apps.begin(), m_apps.end(), [&](const TriggerApp& a) { return a.bundleID == app.bundleID; }))
         return false;
     m_apps.append(app);

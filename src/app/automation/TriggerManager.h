@@ -46,6 +46,9 @@ public:
     // the 15 % at which a session or the closed lid stops).
     static constexpr int lowBatteryPercent = 12;
     static constexpr const char* coolingSource = "apps";
+    // Every listed application is matched against the processes at each
+    // evaluation; far more than anyone lists, and a bound on that work.
+    static constexpr int maxApps = 200;
 
     struct Parts {
         std::shared_ptr<platform::PowerAssertionBackend> assertions;
@@ -72,8 +75,11 @@ public:
 
     const QList<TriggerApp>& apps() const { return m_apps; }
     // Each stores "trig.apps" and evaluates. addApp refuses an app already
-    // listed (false); removeApp and setCooling do nothing for an unlisted one.
+    // listed, or any once maxApps are (false); removeApp and setCooling do
+    // nothing for an unlisted one. A stored list is read back without
+    // repeated ids and cut at maxApps.
     bool addApp(const TriggerApp& app);
+    bool appListFull() const { return m_apps.size() >= maxApps; }
     bool removeApp(const QString& bundleID);
     void setCooling(std::optional<Kind> cooling, const QString& bundleID);
 
@@ -107,6 +113,7 @@ private:
         bool operator==(const Reasons&) const = default;
     };
 
+    void loadApps(const QList<TriggerApp>& stored);
     void storeApps();
     void inactive();
     void requestCooling(std::optional<Kind> kind);

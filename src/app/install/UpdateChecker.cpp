@@ -6,6 +6,7 @@
 #include <QNetworkReply>
 #include <QNetworkRequest>
 #include <QRegularExpression>
+#include <utility>
 
 #ifndef QUILLON_UPDATE_FEED_URL
 #define QUILLON_UPDATE_FEED_URL ""
@@ -45,25 +46,61 @@ void UpdateChecker::check()
         return;
     if (!m_network)
         m_network = new QNetworkAccessManager(this);
+    if (!m_deadline) {
+        // Hard: a server that trickles a byte at a time is never silent for
+        // long, and each redirect would restart a transfer timeout.
+        m_deadline = new QTimer(this);
+        m_deadline->setSingleShot(true);
+        connect(m_deadline, &QTimer::timeout, this, [this] {
+            if (m_reply)
+                m_reply->abort();
+        });
+    }
     QNetworkRequest request(m_feed);
     request.setAttribute(QNetworkRequest::CacheLoadControlAttribute, QNetworkRequest::AlwaysNetwork);
-    request.setTransferTimeout(m_timeout);
+    request.setMaximumRedirectsAllowed(maxRedirects);
+    m_body.clear();
     m_reply = m_network->get(request);
-    connect(m_reply, &QNetworkReply::downloadProgress, this, [this](qint64 received, qint64) {
-        if (received > maxFeedBytes && m_reply)
-            m_reply->abort(); // no feed is that big: not ours, or not a feed
-    });
+    // Qt buffers no more than a feed may hold; onReadyRead drains it.
+    m_reply->setReadBufferSize(maxFeedBytes);
+    connect(m_reply, &QNetworkReply::metaDataChanged, this, &UpdateChecker::onMetaData);
+    connect(m_reply, &QNetworkReply::readyRead, this, &UpdateChecker::onReadyRead);
     connect(m_reply, &QNetworkReply::finished, this, &UpdateChecker::onFinished);
+    m_deadline->start(m_timeout);
     emit changed();
+}
+
+void UpdateChecker::onMetaData()
+{
+    if (!m_reply)
+        return; // given up already
+    // No feed is that big: not ours, or not a feed. Refused before any of it is read.
+    const QVariant length = m_reply->header(QNetworkRequest::ContentLengthHeader);
+    if (length.isValid() && length.toLongLong() > maxFeedBytes)
+        m_reply->abort();
+}
+
+void UpdateChecker::onReadyRead()
+{
+    if (!m_reply)
+        return;
+    m_body += m_reply->read(maxFeedBytes + 1 - m_body.size());
+    if (m_body.size() > maxFeedBytes)
+        m_reply->abort();
 }
 
 void UpdateChecker::onFinished()
 {
+    m_deadline->stop();
     QNetworkReply* reply = m_reply;
     m_reply = nullptr;
     reply->deleteLater();
     ++m_finished;
-    const QByteArray body = reply->error() == QNetworkReply::NoError ? reply->readAll() : QByteArray();
+    QByteArray body = std::exchange(m_body, {});
+    if (reply->error() == QNetworkReply::NoError)
+        body += reply->read(maxFeedBytes + 1 - body.size());
+    else
+        body.clear();
     const QJsonObject feed = QJsonDocument::fromJson(body).object();
     const QJsonValue shortVersion = feed.value(QLatin1String("shortVersion"));
     const QString offered
@@ -90,7 +127,9 @@ void UpdateChecker::onFinished()
 
 bool UpdateChecker::isVersion(const QString& text)
 {
-    static const QRegularExpression version(QStringLiteral("^[0-9]{1,9}(\\.[0-9]{1,9}){0,5}$"));
+    // Anchored at the true end: "$" alone would let a trailing newline through.
+    static const QRegularExpression version(
+        QRegularExpression::anchoredPattern(QStringLiteral("[0-9]{1,9}(\\.[0-9]{1,9}){0,5}")));
     return version.match(text).hasMatch();
 }
 

@@ -4,6 +4,7 @@
 #include <QObject>
 #include <QPointer>
 #include <QString>
+#include <QTimer>
 #include <QUrl>
 
 class QNetworkAccessManager;
@@ -14,10 +15,12 @@ namespace quillon::app {
 // whether a newer version exists, and publishes it with its download address
 // and release notes. Nothing is downloaded or installed.
 //
-// One request at a time, never from a cache, given up after 10 s; a body
-// over maxFeedBytes, a transport error or anything but a JSON object with a
-// version of dot-separated numbers is silent and leaves the published values
-// as they were. Results arrive on the main thread.
+// One request at a time, never from a cache, given up 10 s after it started
+// however the server trickles or redirects (at most maxRedirects); a body
+// over maxFeedBytes (refused from its Content-Length before any of it is
+// read), a transport error or anything but a JSON object with a version of
+// dot-separated numbers is silent and leaves the published values as they
+// were. Results arrive on the main thread.
 class UpdateChecker : public QObject {
     Q_OBJECT
     Q_PROPERTY(QString latestVersion READ latestVersion NOTIFY changed)
@@ -30,11 +33,12 @@ class UpdateChecker : public QObject {
 public:
     static constexpr int timeoutMs = 10000;
     static constexpr qint64 maxFeedBytes = 64 * 1024;
+    static constexpr int maxRedirects = 3;
 
     // feed: the feed's address; empty switches checking off (a distribution
     // build, whose updates come from its package manager). currentVersion:
-    // the running version. timeout: how long a check waits for the feed, in
-    // ms (shorter in tests).
+    // the running version. timeout: how long a check may take in all,
+    // redirects included, in ms (shorter in tests).
     UpdateChecker(QUrl feed, QString currentVersion, QObject* parent = nullptr, int timeout = timeoutMs);
     ~UpdateChecker() override;
 
@@ -70,6 +74,8 @@ signals:
     void finished();
 
 private:
+    void onMetaData();
+    void onReadyRead();
     void onFinished();
 
     QUrl m_feed;
@@ -77,6 +83,8 @@ private:
     int m_timeout;
     QNetworkAccessManager* m_network = nullptr;
     QPointer<QNetworkReply> m_reply;
+    QTimer* m_deadline = nullptr;
+    QByteArray m_body; // what the running check has read so far
     QString m_latestVersion;
     QUrl m_downloadURL;
     QString m_releaseNotes;

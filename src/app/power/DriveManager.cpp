@@ -7,10 +7,10 @@
 #include <QCollator>
 #include <QFileInfo>
 #include <QMutex>
-#include <QThreadPool>
 #include <algorithm>
 #include <chrono>
 #include <climits>
+#include <thread>
 
 namespace quillon::app {
 
@@ -22,23 +22,6 @@ struct DriveManager::Mailbox {
     DriveManager* target = nullptr;
 };
 
-namespace {
-
-// A pool of its own, so slow drives never take the threads other work needs.
-// At most one touch per drive is under way (poke() skips a drive still busy).
-// Never destroyed: quitting must not wait for a drive that is spinning up.
-QThreadPool& drivePool()
-{
-    static QThreadPool* const pool = [] {
-        auto* created = new QThreadPool;
-        created->setMaxThreadCount(4);
-        return created;
-    }();
-    return *pool;
-}
-
-} // namespace
-
 DriveManager::DriveManager(Parts parts, QObject* parent)
     : QObject(parent)
     , m_settings(*parts.settings)
@@ -46,6 +29,7 @@ DriveManager::DriveManager(Parts parts, QObject* parent)
     , m_volumes(std::move(parts.volumes))
     , m_toucher(std::move(parts.toucher))
     , m_mailbox(std::make_shared<Mailbox>())
+    , m_touchDeadlineMs(parts.touchDeadlineMs)
 {
     m_mailbox->target = this;
     m_enabled = m_settings.flag(Settings::Key::driveAliveEnabled);
@@ -97,6 +81,8 @@ void DriveManager::remove(const DriveItem& item)
 {
     if (m_drives.removeIf([&](const DriveItem& drive) { return drive.path == item.path; }) == 0)
         return;
+    if (m_unreachable.remove(item.path))
+        emit reachabilityChanged();
     storeDrives();
 }
 
@@ -161,23 +147,36 @@ void DriveManager::poke()
     for (const DriveItem& drive : std::as_const(m_drives)) {
         if (m_inFlight.contains(drive.path))
             continue;
-        m_inFlight.insert(drive.path);
+        const quint64 touch = ++m_touches;
+        m_inFlight.insert(drive.path, touch);
+        QTimer::singleShot(m_touchDeadlineMs, this, [this, path = drive.path, touch] { touchOverdue(path, touch); });
         // The existence check is part of the touch, on the worker: even a
-        // stat of a wedged drive must not block the main thread.
-        drivePool().start([toucher = m_toucher, mailbox = m_mailbox, path = drive.path] {
+        // stat of a wedged drive must not block the main thread. Detached:
+        // nothing ever waits for a touch, quitting least of all.
+        std::thread([toucher = m_toucher, mailbox = m_mailbox, path = drive.path] {
             const auto outcome = toucher->touch(path);
             QMutexLocker lock(&mailbox->mutex);
             if (DriveManager* target = mailbox->target) {
                 QMetaObject::invokeMethod(
                     target, [target, path, outcome] { target->touchFinished(path, outcome); }, Qt::QueuedConnection);
             }
-        });
+        }).detach();
     }
+}
+
+void DriveManager::touchOverdue(const QString& path, quint64 touch)
+{
+    if (m_inFlight.value(path) != touch || m_unreachable.contains(path))
+        return;
+    m_unreachable.insert(path);
+    emit reachabilityChanged();
 }
 
 void DriveManager::touchFinished(const QString& path, platform::DriveTouchOutcome outcome)
 {
     m_inFlight.remove(path);
+    if (m_unreachable.remove(path))
+        emit reachabilityChanged();
     emit drivePoked(path, outcome);
 }
 

@@ -4,6 +4,7 @@
 #include "platform/DriveToucher.h"
 
 #include <QDateTime>
+#include <QHash>
 #include <QObject>
 #include <QSet>
 #include <QTimer>
@@ -29,9 +30,12 @@ class Settings;
 // ("drivealive.*") as they change, and loaded at construction; a loaded
 // active state starts the timer at once.
 //
-// Main thread only. The touches run on a worker pool so that a drive
-// spinning up never stalls the menu; each result comes back to the main
-// thread as drivePoked(). The timer calls poke(); tests call it directly.
+// Main thread only. Each touch runs on a thread of its own, so that a drive
+// spinning up never stalls the menu and a hung one (a dead network or FUSE
+// mount) never holds up the others; each result comes back to the main
+// thread as drivePoked(). A touch still out after touchDeadlineMs marks its
+// drive not reachable; it is left out of the rounds until that touch comes
+// back. The timer calls poke(); tests call it directly.
 class DriveManager : public QObject {
     Q_OBJECT
     Q_PROPERTY(bool enabled READ enabled WRITE setEnabled NOTIFY enabledChanged)
@@ -41,6 +45,10 @@ class DriveManager : public QObject {
     Q_PROPERTY(QDateTime nextPokeAt READ nextPokeAt NOTIFY nextPokeAtChanged)
 
 public:
+    // A drive spins up in a few seconds; one that has not answered after
+    // this long will not answer the next round either.
+    static constexpr int touchDeadlineDefaultMs = 10000;
+
     // settings and clock are required and must outlive the manager; the
     // toucher is required and shared, so that touches still under way keep
     // it alive. Without volumes, availableDrives() offers nothing.
@@ -49,6 +57,7 @@ public:
         const platform::Clock* clock = nullptr;
         std::shared_ptr<platform::VolumeSource> volumes;
         std::shared_ptr<platform::DriveToucher> toucher;
+        int touchDeadlineMs = touchDeadlineDefaultMs;
     };
 
     explicit DriveManager(Parts parts, QObject* parent = nullptr);
@@ -77,6 +86,9 @@ public:
     // Touches every chosen drive once, off the main thread. A drive whose
     // previous touch has not come back yet is left out this time.
     void poke();
+    // Whether the chosen drive at this path answered its last touch in time
+    // (true until a touch has taken longer than the deadline).
+    bool reachable(const QString& path) const { return !m_unreachable.contains(path); }
 
 signals:
     void enabledChanged();
@@ -86,6 +98,8 @@ signals:
     void nextPokeAtChanged();
     // One touch came back (main thread).
     void drivePoked(const QString& path, quillon::platform::DriveTouchOutcome outcome);
+    // A drive became reachable or not.
+    void reachabilityChanged();
 
 private:
     struct Mailbox;
@@ -95,6 +109,7 @@ private:
     void storeDrives();
     void setNextPokeAt(const QDateTime& at);
     void touchFinished(const QString& path, platform::DriveTouchOutcome outcome);
+    void touchOverdue(const QString& path, quint64 touch);
 
     Settings& m_settings;
     const platform::Clock& m_clock;
@@ -107,7 +122,10 @@ private:
     int m_intervalSeconds = 60;
     QTimer m_timer{this};
     QDateTime m_nextPokeAt;
-    QSet<QString> m_inFlight;
+    int m_touchDeadlineMs;
+    QHash<QString, quint64> m_inFlight; // path -> its touch's serial number
+    quint64 m_touches = 0;
+    QSet<QString> m_unreachable;
 };
 
 } // namespace quillon::app

@@ -2,6 +2,7 @@
 
 #include "platform/ProcessWatcher.h"
 
+#include <QCoreApplication>
 #include <algorithm>
 
 namespace quillon::app {
@@ -25,6 +26,16 @@ bool ProcessKeepAwake::keepAwakeWhile(qint64 pid, QString& problem)
     }
     if (std::any_of(m_processes.begin(), m_processes.end(), [pid](const Watched& w) { return w.pid == pid; }))
         return true;
+    if (pid == 1 || pid == QCoreApplication::applicationPid()) {
+        problem = tr("process %1 runs until the computer or Quillon stops, so keep-awake would never end; "
+                     "use quillon ctl awake without --while to keep awake until turned off")
+                      .arg(pid);
+        return false;
+    }
+    if (m_processes.size() >= maxProcesses) {
+        problem = tr("already keeping awake while %1 processes run, the most there can be").arg(maxProcesses);
+        return false;
+    }
     const QString command = m_watcher->watch(pid, problem);
     if (command.isEmpty() && !problem.isEmpty())
         return false;

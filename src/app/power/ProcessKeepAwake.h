@@ -24,12 +24,17 @@ public:
         QString command;
     };
 
+    // Each watch holds a file descriptor; a few dozen cover any real use.
+    static constexpr int maxProcesses = 64;
+
     // watcher: null means no process can be watched.
     ProcessKeepAwake(std::shared_ptr<platform::PowerAssertionBackend> assertions, platform::ProcessWatcher* watcher,
         QObject* parent = nullptr);
 
-    // Watches pid; false with the reason when there is no such process.
-    // Watching one already watched changes nothing.
+    // Watches pid; false with the reason when there is no such process,
+    // when it is one that ends only with the system or this app (init, the
+    // app itself), or when maxProcesses are watched already. Watching one
+    // already watched changes nothing.
     bool keepAwakeWhile(qint64 pid, QString& problem);
     // Forgets every process and lets go.
     void stopAll();

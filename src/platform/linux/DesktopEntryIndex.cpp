@@ -1,26 +1,40 @@
 #include "DesktopEntryIndex.h"
 
 #include <QDir>
-#include <QFile>
-#include <QFileInfo>
+#include <QMutex>
+#include <thread>
 
 namespace quillon::platform::linux_ {
 
-namespace {
-
-constexpr qint64 kMaxEntryBytes = 64 * 1024;
-constexpr int kMaxDepth = 4;
-
-} // namespace
+// Where a read delivers its result: only while the index is there, under
+// the lock the index takes to leave.
+struct DesktopEntryIndex::Mailbox {
+    QMutex mutex;
+    DesktopEntryIndex* target = nullptr;
+};
 
 DesktopEntryIndex::DesktopEntryIndex(QStringList dataDirs, QObject* parent)
     : QObject(parent)
     , m_dataDirs(std::move(dataDirs))
+    , m_mailbox(std::make_shared<Mailbox>())
 {
-    const auto stale = [this] {
-        m_stale = true;
-    };
-    connect(&m_watcher, &QFileSystemWatcher::directoryChanged, this, stale);
+    m_mailbox->target = this;
+    m_settle.setSingleShot(true);
+    m_settle.setInterval(settleMs);
+    connect(&m_settle, &QTimer::timeout, this, &DesktopEntryIndex::startRead);
+    // Not restarted by each change: a folder changing every second is still read.
+    connect(&m_watcher, &QFileSystemWatcher::directoryChanged, this, [this](const QString& folder) {
+        m_changedFolders.insert(folder);
+        if (!m_settle.isActive())
+            m_settle.start();
+    });
+    startRead();
+}
+
+DesktopEntryIndex::~DesktopEntryIndex()
+{
+    QMutexLocker lock(&m_mailbox->mutex);
+    m_mailbox->target = nullptr;
 }
 
 QStringList DesktopEntryIndex::fromEnvironment()
@@ -34,60 +48,56 @@ QStringList DesktopEntryIndex::fromEnvironment()
     return QStringList{home} + dirs.split(QLatin1Char(':'), Qt::SkipEmptyParts);
 }
 
-const QHash<QString, DesktopEntry>& DesktopEntryIndex::entries()
+const DesktopEntry* DesktopEntryIndex::find(const QString& id) const
 {
-    if (m_stale)
-        read();
-    return m_entries;
+    const auto found = m_entries.constFind(id);
+    return found == m_entries.constEnd() ? nullptr : &found.value();
 }
 
-const DesktopEntry* DesktopEntryIndex::find(const QString& id)
+void DesktopEntryIndex::startRead()
 {
-    const auto& all = entries();
-    const auto found = all.constFind(id);
-    return found == all.constEnd() ? nullptr : &found.value();
-}
-
-void DesktopEntryIndex::read()
-{
-    m_stale = false;
-    ++m_reads;
-    m_entries.clear();
-    if (!m_watcher.directories().isEmpty())
-        m_watcher.removePaths(m_watcher.directories());
-    for (const QString& dataDir : std::as_const(m_dataDirs)) {
-        const QString root = dataDir + QStringLiteral("/applications");
-        scan(root, root);
-    }
-}
-
-void DesktopEntryIndex::scan(const QString& root, const QString& folder)
-{
-    const QDir dir(folder);
-    if (!dir.exists() || QDir(root).relativeFilePath(folder).count(QLatin1Char('/')) >= kMaxDepth)
-        return;
-    m_watcher.addPath(folder);
-    const QFileInfoList files = dir.entryInfoList(QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name);
-    for (const QFileInfo& file : files) {
-        if (file.isDir()) {
-            if (!file.isSymLink())
-                scan(root, file.filePath());
-            continue;
+    if (m_reading)
+        return; // the changes wait for the read under way to finish
+    m_reading = true;
+    // Detached: nothing waits for a read, quitting least of all.
+    std::thread([scanner = m_scanner, mailbox = m_mailbox, dataDirs = m_dataDirs,
+                    changed = std::exchange(m_changedFolders, {})] {
+        const DesktopEntryScanner::Result result = scanner->scan(dataDirs, changed);
+        QMutexLocker lock(&mailbox->mutex);
+        if (DesktopEntryIndex* target = mailbox->target) {
+            QMetaObject::invokeMethod(
+                target, [target, result] { target->finishRead(result); }, Qt::QueuedConnection);
         }
-        if (file.suffix() != QLatin1String("desktop") || file.size() > kMaxEntryBytes)
-            continue;
-        // "kde/okular.desktop" under applications/ is "kde-okular".
-        QString id = QDir(root).relativeFilePath(file.filePath());
-        id.chop(8);
-        id.replace(QLatin1Char('/'), QLatin1Char('-'));
-        if (m_entries.contains(id))
-            continue;
-        QFile text(file.filePath());
-        if (!text.open(QIODevice::ReadOnly))
-            continue;
-        if (auto entry = DesktopEntry::parse(text.read(kMaxEntryBytes), id))
-            m_entries.insert(id, std::move(*entry));
+    }).detach();
+}
+
+void DesktopEntryIndex::finishRead(const DesktopEntryScanner::Result& result)
+{
+    m_reading = false;
+    ++m_reads;
+    m_parsed += result.parsed;
+    m_entries = result.entries;
+    // Watch what was read: new folders added, gone ones dropped.
+    const QSet<QString> now(result.folders.begin(), result.folders.end());
+    const QStringList watched = m_watcher.directories();
+    QStringList gone;
+    for (const QString& folder : watched) {
+        if (!now.contains(folder))
+            gone.append(folder);
     }
+    if (!gone.isEmpty())
+        m_watcher.removePaths(gone);
+    const QSet<QString> kept(watched.begin(), watched.end());
+    QStringList added;
+    for (const QString& folder : result.folders) {
+        if (!kept.contains(folder))
+            added.append(folder);
+    }
+    if (!added.isEmpty())
+        m_watcher.addPaths(added);
+    emit changed();
+    if (!m_changedFolders.isEmpty() && !m_settle.isActive())
+        m_settle.start();
 }
 
 } // namespace quillon::platform::linux_

@@ -32,6 +32,8 @@ LinuxRunningApps::LinuxRunningApps(
     , m_bus(sessionBus)
 {
     connect(&m_ends, &LinuxProcessWatcher::exited, this, &RunningApps::changed);
+    // Newly read entries may name an application that already runs.
+    connect(&m_index, &DesktopEntryIndex::changed, this, &RunningApps::changed);
     if (!m_bus.isConnected())
         return;
     for (const char* signal : {"UnitNew", "UnitRemoved"}) {

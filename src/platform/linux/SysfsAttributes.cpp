@@ -1,11 +1,6 @@
 #include "SysfsAttributes.h"
 
-#include <QFile>
-
-#include <cerrno>
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
+#include "RegularFile.h"
 
 namespace quillon::platform::linux_ {
 
@@ -16,29 +11,9 @@ constexpr qsizetype kMaxBytes = 4096;
 
 std::optional<QByteArray> readSmallFile(const QString& path)
 {
-    // O_NONBLOCK: a FIFO planted in a captured tree must not hang the reader.
-    const int fd = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
-    if (fd < 0)
-        return std::nullopt;
-    struct stat info {};
-    QByteArray bytes;
-    if (::fstat(fd, &info) == 0 && S_ISREG(info.st_mode)) {
-        bytes.resize(kMaxBytes + 1);
-        qsizetype filled = 0;
-        while (filled < bytes.size()) {
-            const ssize_t got = ::read(fd, bytes.data() + filled, static_cast<size_t>(bytes.size() - filled));
-            if (got < 0 && errno == EINTR)
-                continue;
-            if (got <= 0)
-                break;
-            filled += got;
-        }
-        bytes.truncate(filled);
-    } else {
-        bytes.clear();
-    }
-    ::close(fd);
-    if (bytes.isEmpty() || bytes.size() > kMaxBytes || bytes.contains('\0'))
+    // A FIFO planted in a captured tree must not hang the reader.
+    auto bytes = RegularFile::read(path, kMaxBytes);
+    if (!bytes || bytes->isEmpty() || bytes->contains('\0'))
         return std::nullopt;
     return bytes;
 }

@@ -2,6 +2,7 @@
 
 #include "CtlRequest.h"
 #include "QuillonProxy.h"
+#include "ui/scripting/EchoedInput.h"
 
 #include <QCoreApplication>
 #include <QDBusConnection>
@@ -120,7 +121,7 @@ int runAwake(QuillonProxy& app, const QStringList& command)
     if (failed != 0) {
         print(stderr,
             QStringLiteral("quillon ctl: cannot run %1: %2")
-                .arg(command[0], QString::fromLocal8Bit(std::strerror(failed))));
+                .arg(EchoedInput::of(command[0]), QString::fromLocal8Bit(std::strerror(failed))));
         return 127;
     }
     // Like a shell waiting for a job: Ctrl-C is the command's to answer.
@@ -130,7 +131,8 @@ int runAwake(QuillonProxy& app, const QStringList& command)
     reply.waitForFinished();
     if (reply.isError() || !reply.argumentAt<0>()) {
         const QString why = reply.isError() ? reply.error().message() : reply.argumentAt<1>();
-        print(stderr, QStringLiteral("quillon ctl: running %1 without keep-awake: %2").arg(command[0], why));
+        print(stderr,
+            QStringLiteral("quillon ctl: running %1 without keep-awake: %2").arg(EchoedInput::of(command[0]), why));
     }
     int status = 0;
     while (::waitpid(child, &status, 0) < 0) {

@@ -1,5 +1,7 @@
 #include "CtlRequest.h"
 
+#include "ui/scripting/EchoedInput.h"
+
 #include <QRegularExpression>
 
 namespace quillon::ui {
@@ -73,7 +75,8 @@ Result parseAutomation(const QStringList& args)
         request.appId = args[1];
         request.cooling = args.value(3);
         if (!request.cooling.isEmpty() && !kProfiles.contains(request.cooling))
-            return error(QStringLiteral("unknown cooling: %1 (silent, balanced or max)").arg(request.cooling));
+            return error(
+                QStringLiteral("unknown cooling: %1 (silent, balanced or max)").arg(EchoedInput::of(request.cooling)));
         return request;
     }
     return error(
@@ -99,15 +102,15 @@ Result parseAwake(const QStringList& args, const QDateTime& now)
         }
         if (option != QLatin1String("--for") && option != QLatin1String("--until")
             && option != QLatin1String("--kinds"))
-            return error(QStringLiteral("awake does not know %1").arg(option));
+            return error(QStringLiteral("awake does not know %1").arg(EchoedInput::of(option)));
         if (i + 1 >= args.size())
-            return error(QStringLiteral("%1 needs a value").arg(option));
+            return error(QStringLiteral("%1 needs a value").arg(EchoedInput::of(option)));
         const QString& value = args[++i];
         if (option == QLatin1String("--kinds")) {
             const auto kinds = parseKinds(value);
             if (!kinds)
-                return error(
-                    QStringLiteral("--kinds takes system, display and network, separated by commas: %1").arg(value));
+                return error(QStringLiteral("--kinds takes system, display and network, separated by commas: %1")
+                                 .arg(EchoedInput::of(value)));
             request.kinds = *kinds;
             continue;
         }
@@ -117,14 +120,15 @@ Result parseAwake(const QStringList& args, const QDateTime& now)
         if (option == QLatin1String("--for")) {
             const auto seconds = CtlRequest::parseDuration(value);
             if (!seconds)
-                return error(QStringLiteral("not a duration: %1 (for example 90s, 45m, 1h30m, 2d)").arg(value));
+                return error(
+                    QStringLiteral("not a duration: %1 (for example 90s, 45m, 1h30m, 2d)").arg(EchoedInput::of(value)));
             request.until = now.addSecs(*seconds);
         } else {
             const auto until = CtlRequest::parseTime(value, now);
             if (!until)
-                return error(QStringLiteral("not a time: %1 (HH:MM or YYYY-MM-DDTHH:MM)").arg(value));
+                return error(QStringLiteral("not a time: %1 (HH:MM or YYYY-MM-DDTHH:MM)").arg(EchoedInput::of(value)));
             if (*until <= now)
-                return error(QStringLiteral("%1 has already passed").arg(value));
+                return error(QStringLiteral("%1 has already passed").arg(EchoedInput::of(value)));
             request.until = *until;
         }
     }
@@ -156,14 +160,15 @@ Result parseFans(const QStringList& args)
         request.verb = CtlRequest::Verb::fansAuto;
         request.profile = args.value(1);
         if (!request.profile.isEmpty() && !kProfiles.contains(request.profile))
-            return error(QStringLiteral("unknown profile: %1 (silent, balanced or max)").arg(request.profile));
+            return error(
+                QStringLiteral("unknown profile: %1 (silent, balanced or max)").arg(EchoedInput::of(request.profile)));
         return request;
     }
     if (mode == QLatin1String("manual") && (args.size() == 2 || args.size() == 4)) {
         request.verb = CtlRequest::Verb::fansManual;
         const auto percent = parsePercent(args[1]);
         if (!percent)
-            return error(QStringLiteral("not a percentage from 0 to 100: %1").arg(args[1]));
+            return error(QStringLiteral("not a percentage from 0 to 100: %1").arg(EchoedInput::of(args[1])));
         request.percent = *percent;
         if (args.size() == 4) {
             const auto seconds = CtlRequest::parseDuration(args[3]);
@@ -251,9 +256,9 @@ std::variant<CtlRequest, CtlRequest::Error> CtlRequest::parse(const QStringList&
     } else if (verb == QLatin1String("status") || verb == QLatin1String("reset") || verb == QLatin1String("lid")
         || verb == QLatin1String("render") || verb == QLatin1String("update") || verb == QLatin1String("settings")
         || verb == QLatin1String("helper")) {
-        return error(QStringLiteral("wrong arguments for %1").arg(verb));
+        return error(QStringLiteral("wrong arguments for %1").arg(EchoedInput::of(verb)));
     } else {
-        return error(QStringLiteral("unknown command: %1").arg(verb));
+        return error(QStringLiteral("unknown command: %1").arg(EchoedInput::of(verb)));
     }
     return request;
 }

@@ -115,6 +115,13 @@ QVariantList AutomationView::candidates() const
     return list;
 }
 
+QString AutomationView::addRefusal() const
+{
+    return m_triggers.appListFull()
+        ? tr("The list holds %1 apps, the most it can: remove one to add another.").arg(app::TriggerManager::maxApps)
+        : QString();
+}
+
 void AutomationView::add(const QString& id)
 {
     const auto installed = m_triggers.installedApp(id);

@@ -23,6 +23,8 @@ class AutomationView : public QObject {
     Q_PROPERTY(bool pickerShown READ pickerShown WRITE setPickerShown NOTIFY pickerChanged)
     Q_PROPERTY(QString query READ query WRITE setQuery NOTIFY pickerChanged)
     Q_PROPERTY(QVariantList candidates READ candidates NOTIFY pickerChanged)
+    // Empty, or why no app can be added now (the list is full).
+    Q_PROPERTY(QString addRefusal READ addRefusal NOTIFY appsChanged)
 
 public:
     // The picker shows at most this many matches; the search narrows them.
@@ -43,6 +45,7 @@ public:
     void setQuery(const QString& query);
     // {id, name, icon} of installed apps not listed yet that match the query.
     QVariantList candidates() const;
+    QString addRefusal() const;
 
     // Lists an installed app (without cooling) and closes the picker.
     Q_INVOKABLE void add(const QString& id);

@@ -21,13 +21,17 @@ DriveView::DriveView(app::DriveManager& drives, QObject* parent)
     , m_drives(drives)
 {
     connect(&drives, &app::DriveManager::drivesChanged, this, &DriveView::changed);
+    connect(&drives, &app::DriveManager::reachabilityChanged, this, &DriveView::changed);
 }
 
 QVariantList DriveView::chosen() const
 {
     QVariantList list;
-    for (const app::DriveItem& item : m_drives.drives())
-        list.append(entry(item));
+    for (const app::DriveItem& item : m_drives.drives()) {
+        QVariantMap chosen = entry(item);
+        chosen.insert(QStringLiteral("reachable"), m_drives.reachable(item.path));
+        list.append(chosen);
+    }
     return list;
 }
 

@@ -24,7 +24,7 @@ public:
 
     explicit DriveView(app::DriveManager& drives, QObject* parent = nullptr);
 
-    // {path, name} of each chosen drive.
+    // {path, name, reachable} of each chosen drive.
     QVariantList chosen() const;
     // {path, name} of each mounted external drive not chosen yet.
     QVariantList addable() const;

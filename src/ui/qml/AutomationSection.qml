@@ -90,7 +90,13 @@ ExpandableSection {
         objectName: "addApp"
         text: qsTr("Add an app…")
         flat: true
+        visible: section.automationView.addRefusal === ""
         onClicked: section.automationView.pickerShown = !section.automationView.pickerShown
+    }
+    Caption {
+        objectName: "addAppRefusal"
+        visible: text !== ""
+        text: section.automationView.addRefusal
     }
     ColumnLayout {
         objectName: "appPicker"

@@ -46,10 +46,20 @@ ExpandableSection {
         RowLayout {
             required property var modelData
             Layout.fillWidth: true
-            Label {
-                text: modelData.name
-                elide: Text.ElideMiddle
+            ColumnLayout {
+                spacing: 0
                 Layout.fillWidth: true
+                Label {
+                    text: modelData.name
+                    textFormat: Text.PlainText
+                    elide: Text.ElideMiddle
+                    Layout.fillWidth: true
+                }
+                Caption {
+                    objectName: "driveNotReachable"
+                    visible: !modelData.reachable
+                    text: qsTr("Not reachable: left out until it answers again")
+                }
             }
             ToolButton {
                 text: "✕"

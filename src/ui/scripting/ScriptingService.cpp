@@ -1,5 +1,6 @@
 #include "ScriptingService.h"
 
+#include "EchoedInput.h"
 #include "StatusReport.h"
 #include "app/automation/RenderModeManager.h"
 #include "app/automation/TriggerManager.h"
@@ -18,6 +19,7 @@
 #include <QJsonDocument>
 #include <QPointer>
 #include <QTimer>
+#include <algorithm>
 #include <cmath>
 
 namespace quillon::ui {
@@ -73,7 +75,7 @@ bool ScriptingService::StayAwake(const QStringList& kinds, const QString& until,
     }
     for (const QString& kind : kinds) {
         if (!app::SleepAssertions::fromRawValue(kind)) {
-            text = QStringLiteral("unknown kind: %1 (system, display or network)").arg(kind);
+            text = QStringLiteral("unknown kind: %1 (system, display or network)").arg(EchoedInput::of(kind));
             return false;
         }
     }
@@ -81,7 +83,11 @@ bool ScriptingService::StayAwake(const QStringList& kinds, const QString& until,
     if (!until.isEmpty()) {
         end = QDateTime::fromString(until, Qt::ISODate);
         if (!end.isValid()) {
-            text = QStringLiteral("not an ISO 8601 time: %1").arg(until);
+            text = QStringLiteral("not an ISO 8601 time: %1").arg(EchoedInput::of(until));
+            return false;
+        }
+        if (end <= QDateTime::currentDateTime()) {
+            text = QStringLiteral("%1 has already passed").arg(EchoedInput::of(until));
             return false;
         }
     }
@@ -133,7 +139,7 @@ bool ScriptingService::FansAuto(const QString& profile, QString& text)
     if (!profile.isEmpty()) {
         const auto kind = core::CoolingProfile::fromRawValue(profile.toStdString());
         if (!kind) {
-            text = QStringLiteral("unknown profile: %1 (silent, balanced or max)").arg(profile);
+            text = QStringLiteral("unknown profile: %1 (silent, balanced or max)").arg(EchoedInput::of(profile));
             return false;
         }
         fan.setCoolingProfile(*kind);
@@ -251,17 +257,25 @@ bool ScriptingService::AddAutomationApp(const QString& id, const QString& coolin
     if (!cooling.isEmpty()) {
         kind = core::CoolingProfile::fromRawValue(cooling.toStdString());
         if (!kind) {
-            text = QStringLiteral("unknown cooling: %1 (silent, balanced or max)").arg(cooling);
+            text = QStringLiteral("unknown cooling: %1 (silent, balanced or max)").arg(EchoedInput::of(cooling));
             return false;
         }
     }
     const auto installed = triggers.installedApp(id);
     if (!installed) {
-        text = QStringLiteral("no installed application has the desktop id %1").arg(id);
+        text = QStringLiteral("no installed application has the desktop id %1").arg(EchoedInput::of(id));
         return false;
     }
-    if (!triggers.addApp({id, installed->name, kind}))
+    const bool listed = std::any_of(
+        triggers.apps().begin(), triggers.apps().end(), [&](const app::TriggerApp& a) { return a.bundleID == id; });
+    if (listed) {
         triggers.setCooling(kind, id);
+    } else if (!triggers.addApp({id, installed->name, kind})) {
+        text = QStringLiteral("the list already holds %1 applications, the most it can; "
+                              "take one off first (quillon ctl auto remove DESKTOP-ID)")
+                   .arg(app::TriggerManager::maxApps);
+        return false;
+    }
     text = kind ? QStringLiteral("%1 keeps awake and cool (%2) while it runs").arg(installed->name, cooling)
                 : QStringLiteral("%1 keeps awake while it runs").arg(installed->name);
     if (!triggers.automationEnabled())
@@ -272,7 +286,7 @@ bool ScriptingService::AddAutomationApp(const QString& id, const QString& coolin
 bool ScriptingService::RemoveAutomationApp(const QString& id, QString& text)
 {
     if (!m_manager.triggers()->removeApp(id)) {
-        text = QStringLiteral("%1 is not on the list").arg(id);
+        text = QStringLiteral("%1 is not on the list").arg(EchoedInput::of(id));
         return false;
     }
     text = QStringLiteral("%1 taken off the list").arg(id);

@@ -8,6 +8,8 @@
 #include "support/Files.h"
 #include "support/LogindLocks.h"
 
+#include <QDBusMessage>
+#include <QDateTime>
 #include <QElapsedTimer>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -152,6 +154,42 @@ TEST_F(AutomationWithNothingToHoldTest, SwitchingOnExitsWithTheReason)
     EXPECT_FALSE(section("automation")["active"].toBool());
     editor.kill();
     editor.waitForFinished();
+}
+
+// Callers of the scripting interface other than `quillon ctl` (busctl, a
+// script) can send anything: what could never end is refused, and no answer
+// repeats more than a short line of what was sent.
+using HostileScripting = AutomationTest;
+
+TEST_F(HostileScripting, RefusesEndlessHoldsAndQuotesLittle)
+{
+    const auto call = [&](const char* method, const QVariantList& args) {
+        QDBusMessage message = QDBusMessage::createMethodCall(
+            "org.quillon.Quillon", "/org/quillon/Quillon", "org.quillon.Quillon", QLatin1String(method));
+        message.setArguments(args);
+        const QDBusMessage reply = rig.bus.connection().call(message, QDBus::Block, 10000);
+        EXPECT_EQ(reply.type(), QDBusMessage::ReplyMessage) << method;
+        return std::pair(reply.arguments().value(0).toBool(), reply.arguments().value(1).toString());
+    };
+    const QString past = QDateTime::currentDateTime().addSecs(-60).toString(Qt::ISODate);
+    auto [ok, text] = call("StayAwake", {QStringList{"system"}, past});
+    EXPECT_FALSE(ok) << text.toStdString();
+    EXPECT_TRUE(text.contains("has already passed")) << text.toStdString();
+    EXPECT_TRUE(waitUntil([&] { return !rig.status().isEmpty(); }));
+    EXPECT_TRUE(logindLocks().isEmpty()) << logindLocks().join(", ").toStdString();
+
+    std::tie(ok, text) = call("AwakeWhile", {qint64{1}});
+    EXPECT_FALSE(ok);
+    EXPECT_TRUE(text.contains("keep-awake would never end")) << text.toStdString();
+
+    const QString huge = QString("k").repeated(4 * 1024 * 1024);
+    std::tie(ok, text) = call("StayAwake", {QStringList{huge}, QString()});
+    EXPECT_FALSE(ok);
+    EXPECT_LT(text.size(), 200);
+    std::tie(ok, text) = call("AddAutomationApp", {huge, QString()});
+    EXPECT_FALSE(ok);
+    EXPECT_LT(text.size(), 200);
+    EXPECT_TRUE(section("awakeWhile")["processes"].toArray().isEmpty());
 }
 
 } // namespace

@@ -10,10 +10,13 @@
 #include "platform/linux/LinuxDriveToucher.h"
 
 #include "support/EventLoop.h"
+#include "support/HungMount.h"
 #include "support/QStringPrinter.h"
 
 #include <QElapsedTimer>
+#include <QTemporaryDir>
 #include <QThread>
+#include <algorithm>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
@@ -134,6 +137,46 @@ TEST(DriveKeepAlive, TouchesAMountedVolumeOnScheduleAndWritesNothing)
         QThread::msleep(2 * TestVolume::commitMs);
     EXPECT_EQ(counter.writesCompleted(volume.deviceMajor(), volume.deviceMinor()), writesBefore);
     EXPECT_EQ(stateOf(volume), before);
+}
+
+// Drives behind a FUSE daemon that never answers (a network share whose
+// server is gone), more of them than there are cores: a healthy volume is
+// still touched at every round, the hung ones show as not reachable after
+// the deadline and come back once their touches return.
+TEST(HostileDrives, AHungMountNeverHoldsUpAHealthyVolume)
+{
+    quillon::test::HungMount hung;
+    ASSERT_TRUE(hung.mounted()) << "needs root and /dev/fuse, as CI has";
+    TestVolume volume;
+    QTemporaryDir settingsDir;
+    Settings settings(settingsDir.filePath("Quillon.conf"));
+    const SystemClock clock;
+    DriveManager manager({&settings, &clock, nullptr, std::make_shared<LinuxDriveToucher>(), 300});
+    manager.setIntervalSeconds(1);
+    QStringList hungPaths{hung.path()};
+    for (int i = 0; i < 5; ++i)
+        hungPaths << hung.path() + QString("/Share%1").arg(i);
+    for (const QString& path : hungPaths)
+        manager.add({path, path});
+    manager.add({volume.mountPoint(), "Test volume"});
+
+    int healthy = 0;
+    QObject::connect(&manager, &DriveManager::drivePoked,
+        [&](const QString& path, DriveTouchOutcome) { healthy += path == volume.mountPoint(); });
+    manager.setEnabled(true);
+    ASSERT_TRUE(quillon::test::waitUntil([&] { return healthy >= 3; }, std::chrono::seconds(10)));
+    for (const QString& path : hungPaths)
+        EXPECT_FALSE(manager.reachable(path)) << path.toStdString();
+    EXPECT_TRUE(manager.reachable(volume.mountPoint()));
+
+    hung.breakConnection();
+    EXPECT_TRUE(quillon::test::waitUntil(
+        [&] {
+            return std::all_of(
+                hungPaths.begin(), hungPaths.end(), [&](const QString& p) { return manager.reachable(p); });
+        },
+        std::chrono::seconds(10)));
+    manager.setEnabled(false);
 }
 
 } // namespace

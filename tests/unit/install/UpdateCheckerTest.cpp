@@ -88,7 +88,8 @@ TEST_F(UpdateCheckerTest, BadAnswersChangeNothing)
     for (const QByteArray& body : {QByteArray("<html>maintenance</html>"), QByteArray("[\"6.0\"]"),
              QByteArray(R"({"url": "https://example.org/"})"), tooBig, QByteArray(R"({"shortVersion": ""})"),
              QByteArray(R"({"shortVersion": "v6"})"), QByteArray(R"({"shortVersion": "6..1"})"),
-             QByteArray(R"({"shortVersion": 7})"), QByteArray(R"({"version": "6.0-beta"})")}) {
+             QByteArray(R"({"shortVersion": 7})"), QByteArray(R"({"version": "6.0-beta"})"),
+             QByteArray(R"({"version": "9.0\n"})")}) {
         feed.serve("appcast.json", body);
         checkAs(checker);
         EXPECT_EQ(checker.latestVersion(), "5.0") << body.left(40).toStdString();
@@ -118,6 +119,53 @@ TEST(UpdateCheckerSilentServer, GivesUpAfterItsTimeout)
         EXPECT_FALSE(checker.lastAnswered());
         EXPECT_EQ(checker.latestVersion(), "");
     }
+}
+
+// Servers that answer, but never in time or never within bounds: each check
+// still ends by itself within its deadline, and what they offer is ignored.
+class HostileFeed : public UpdateCheckerTest {
+protected:
+    void SetUp() override
+    {
+        UpdateCheckerTest::SetUp();
+        feed.serve("appcast.json", R"({"shortVersion": "9.0"})");
+    }
+    // Whether a check by a checker with this deadline ended within
+    // `within`, and what it published.
+    QString checkWithDeadline(const QString& path, int deadlineMs, std::chrono::seconds within, bool& ended)
+    {
+        UpdateChecker checker(feed.url(path), "1.0", nullptr, deadlineMs);
+        checker.check();
+        ended = waitUntil([&] { return checker.finishedChecks() == 1; }, within);
+        return checker.latestVersion();
+    }
+};
+
+TEST_F(HostileFeed, ATricklingServerIsGivenUpAtTheDeadline)
+{
+    // A byte every 0.2 s is never a silence of a second, so only a deadline
+    // on the whole check ends it.
+    bool ended = false;
+    EXPECT_EQ(checkWithDeadline("drip/appcast.json", 1000, std::chrono::seconds(8), ended), "");
+    EXPECT_TRUE(ended);
+}
+
+TEST_F(HostileFeed, AtMostThreeRedirectsAreFollowed)
+{
+    bool ended = false;
+    EXPECT_EQ(checkWithDeadline("redirect/3/appcast.json", 5000, std::chrono::seconds(8), ended), "9.0");
+    EXPECT_TRUE(ended);
+    EXPECT_EQ(checkWithDeadline("redirect/4/appcast.json", 5000, std::chrono::seconds(8), ended), "");
+    EXPECT_TRUE(ended);
+}
+
+TEST_F(HostileFeed, AHugeContentLengthIsRefusedBeforeTheBody)
+{
+    // The body starts with a valid feed and then stalls: only a check of the
+    // announced length ends this before the (long) deadline.
+    bool ended = false;
+    EXPECT_EQ(checkWithDeadline("huge/appcast.json", 60000, std::chrono::seconds(8), ended), "");
+    EXPECT_TRUE(ended);
 }
 
 TEST(UpdateCheckerOff, AnEmptyFeedNeverAsks)

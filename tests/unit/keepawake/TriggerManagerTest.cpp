@@ -7,6 +7,11 @@
 #include "support/KeepAwakeRig.h"
 #include "support/QStringPrinter.h"
 
+#include <QCoreApplication>
+#include <QJsonArray>
+#include <QJsonObject>
+#include <QSet>
+
 using namespace quillon::test;
 using quillon::app::TriggerApp;
 using quillon::app::TriggerManager;
@@ -234,6 +239,38 @@ TEST_F(TriggerManagerTest, RulesPersistAndAnUnreadableListReadsEmpty)
     EXPECT_EQ(triggers().apps(), (QList<TriggerApp>{{"x", "X", std::nullopt}}));
 }
 
+// A list grown by a script or a broken sync is read back without repeats
+// and bounded; once full, nothing more is listed until one is taken off.
+using HostileAppList = TriggerManagerTest;
+
+TEST_F(HostileAppList, TheListIsBoundedAndReadBackWithoutRepeats)
+{
+    QJsonArray stored;
+    for (int i = 0; i < 15000; ++i) {
+        const QString id = QString("org.example.App%1").arg(i % 300);
+        stored.append(QJsonObject{{"bundleID", id}, {"name", id}, {"cooling", QJsonValue::Null}});
+    }
+    settings.setJsonArray(quillon::app::Settings::Key::triggerApps, stored);
+    SetUp();
+    const QList<TriggerApp>& apps = triggers().apps();
+    ASSERT_EQ(apps.size(), TriggerManager::maxApps);
+    QSet<QString> ids;
+    for (const TriggerApp& app : apps)
+        ids.insert(app.bundleID);
+    EXPECT_EQ(ids.size(), TriggerManager::maxApps) << "each app once";
+    EXPECT_EQ(apps.first().bundleID, "org.example.App0") << "in the stored order";
+    EXPECT_TRUE(triggers().appListFull());
+
+    EXPECT_FALSE(triggers().addApp({"org.kde.kdenlive", "Kdenlive", std::nullopt}));
+    EXPECT_EQ(triggers().apps().size(), TriggerManager::maxApps);
+    EXPECT_TRUE(triggers().removeApp("org.example.App7"));
+    EXPECT_TRUE(triggers().addApp({"org.kde.kdenlive", "Kdenlive", std::nullopt}));
+    EXPECT_TRUE(triggers().appListFull());
+
+    SetUp();
+    EXPECT_EQ(triggers().apps().size(), TriggerManager::maxApps) << "what was stored is the bounded list";
+}
+
 // --- keep-awake while processes run ---
 
 class ProcessKeepAwakeTest : public KeepAwakeRig {
@@ -272,6 +309,36 @@ TEST_F(ProcessKeepAwakeTest, NoSuchProcessIsRefusedAndResetAllLetsGo)
     EXPECT_EQ(liveAssertions(), 0);
     EXPECT_TRUE(processWatcher.watched.isEmpty());
     EXPECT_FALSE(manager->anythingActive());
+}
+
+// A watch costs a file descriptor: there is a ceiling, and a process that
+// only ends with the system or the app itself would hold for ever.
+using HostileWatches = ProcessKeepAwakeTest;
+
+TEST_F(HostileWatches, RefusesBeyondTheCeilingAndProcessesThatNeverEnd)
+{
+    QString problem;
+    for (qint64 pid = 1000; pid < 1000 + quillon::app::ProcessKeepAwake::maxProcesses; ++pid) {
+        processWatcher.alive.insert(pid);
+        ASSERT_TRUE(processes().keepAwakeWhile(pid, problem)) << pid;
+    }
+    processWatcher.alive.insert(5000);
+    EXPECT_FALSE(processes().keepAwakeWhile(5000, problem));
+    EXPECT_EQ(problem, "already keeping awake while 64 processes run, the most there can be");
+    EXPECT_FALSE(processWatcher.watched.contains(5000));
+    EXPECT_TRUE(processes().keepAwakeWhile(1000, problem)) << "one already watched is still fine";
+
+    processWatcher.end(1000);
+    EXPECT_TRUE(processes().keepAwakeWhile(5000, problem)) << "room again once one ended";
+
+    processes().stopAll();
+    for (const qint64 never : {qint64{1}, QCoreApplication::applicationPid()}) {
+        processWatcher.alive.insert(never);
+        problem.clear();
+        EXPECT_FALSE(processes().keepAwakeWhile(never, problem)) << never;
+        EXPECT_TRUE(problem.contains("keep-awake would never end")) << problem.toStdString();
+    }
+    EXPECT_EQ(liveAssertions(), 0);
 }
 
 } // namespace

@@ -10,11 +10,18 @@
 #include "support/Files.h"
 #include "support/QStringPrinter.h"
 
+#include <QDir>
+#include <QFile>
 #include <QProcess>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
+#include <atomic>
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <thread>
+#include <unistd.h>
 
 namespace quillon::test {
 namespace {
@@ -102,11 +109,15 @@ TEST(DesktopEntryTest, ItIsAnApplicationEntryOrNothing)
 
 class RunningAppsFixture : public ::testing::Test {
 protected:
+    void SetUp() override
+    {
+        ASSERT_TRUE(QTest::qWaitFor([&] { return apps.index().ready(); }, 5000));
+    }
+
     LinuxRunningApps apps{{kFixtures + "/apps/home-share", kFixtures + "/apps/share"}, kFixtures + "/apps/proc",
         QDBusConnection(QStringLiteral("no-bus"))};
 };
 
-// Each way of starting an application is recognised, and nothing else is.
 TEST_F(RunningAppsFixture, FindsAppsByScopeFlatpakSnapAndProgram)
 {
     const QStringList ids{"org.kde.kdenlive", // a plain binary, by its bare name
@@ -142,20 +153,117 @@ TEST_F(RunningAppsFixture, InstalledAppsAreTheShownEntriesTheFirstDataDirWinning
     EXPECT_FALSE(apps.find("garbage"));
 }
 
-// The folders are read once, and again only after they change.
-TEST(DesktopEntryIndexTest, ReadsAgainOnlyAfterAFolderChanged)
-{
-    QTemporaryDir data;
-    const QString folder = data.path() + "/applications";
-    writeFile(folder + "/a.desktop", "[Desktop Entry]\nType=Application\nName=A\nExec=a\n");
-    DesktopEntryIndex index({data.path()});
-    EXPECT_TRUE(index.find("a"));
-    EXPECT_FALSE(index.find("b"));
-    EXPECT_EQ(index.reads(), 1);
+// --- desktop entries as a hostile or merely huge system has them ---
 
-    writeFile(folder + "/b.desktop", "[Desktop Entry]\nType=Application\nName=B\nExec=b\n");
-    EXPECT_TRUE(QTest::qWaitFor([&] { return index.find("b") != nullptr; }, 5000));
-    EXPECT_EQ(index.reads(), 2);
+QByteArray entryText(const QString& name)
+{
+    return "[Desktop Entry]\nType=Application\nName=" + name.toUtf8() + "\nExec=" + name.toLower().toUtf8() + "\n";
+}
+
+class HostileDesktopEntries : public ::testing::Test {
+protected:
+    QString folder() const { return m_data.path() + "/applications"; }
+    std::unique_ptr<DesktopEntryIndex> readIndex()
+    {
+        auto index = std::make_unique<DesktopEntryIndex>(QStringList{m_data.path()});
+        EXPECT_TRUE(QTest::qWaitFor([&] { return index->ready(); }, 5000));
+        return index;
+    }
+
+private:
+    QTemporaryDir m_data;
+};
+
+// Read once, then again only after a change, and then only the file that
+// changed; a burst of changes is read as one.
+TEST_F(HostileDesktopEntries, ReadsOnlyWhatChangedAndABurstOnce)
+{
+    for (int i = 0; i < 200; ++i)
+        writeFile(folder() + QString("/org.example.App%1.desktop").arg(i), entryText(QString("App%1").arg(i)));
+    writeFile(folder() + "/kde/okular.desktop", entryText("Okular"));
+    const auto index = readIndex();
+    EXPECT_EQ(index->entries().size(), 201);
+    EXPECT_TRUE(index->find("kde-okular"));
+    EXPECT_EQ(index->parsed(), 201);
+    EXPECT_EQ(index->reads(), 1);
+
+    writeFile(folder() + "/b.desktop", entryText("B"));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return index->find("b") != nullptr; }, 5000));
+    EXPECT_EQ(index->parsed(), 202) << "only the new file is parsed";
+    EXPECT_TRUE(index->find("org.example.App7"));
+
+    const int reads = index->reads();
+    const int parsed = index->parsed();
+    for (int i = 0; i < 20; ++i) {
+        writeFile(folder() + QString("/burst%1.desktop").arg(i), entryText(QString("Burst%1").arg(i)));
+        QCoreApplication::processEvents();
+    }
+    EXPECT_TRUE(QTest::qWaitFor([&] { return index->find("burst19") != nullptr; }, 5000));
+    EXPECT_LE(index->reads() - reads, 2) << "twenty changes in a row are one or two reads, not twenty";
+    EXPECT_LE(index->parsed() - parsed, 40) << "the other two hundred are not parsed again";
+
+    // An installer writes a new file and renames it over the old one.
+    writeFile(folder() + "/../App3.new", entryText("Renamed"));
+    ASSERT_EQ(::rename(QFile::encodeName(folder() + "/../App3.new").constData(),
+                  QFile::encodeName(folder() + "/org.example.App3.desktop").constData()),
+        0);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return index->find("org.example.App3")->name == "Renamed"; }, 5000));
+
+    QFile::remove(folder() + "/kde/okular.desktop");
+    EXPECT_TRUE(QTest::qWaitFor([&] { return index->find("kde-okular") == nullptr; }, 5000));
+}
+
+// A desktop entry that is a FIFO, or a link to one, to a device or to a
+// folder, is never opened: opening a FIFO waits for a writer for good. A
+// link to a regular file is followed.
+TEST_F(HostileDesktopEntries, OnlyRegularFilesAreEverOpened)
+{
+    QDir().mkpath(folder());
+    const QString fifo = folder() + "/../pipe";
+    ASSERT_EQ(::mkfifo(QFile::encodeName(fifo).constData(), 0600), 0);
+    ASSERT_EQ(::mkfifo(QFile::encodeName(folder() + "/fifo.desktop").constData(), 0600), 0);
+    QFile::link(fifo, folder() + "/tofifo.desktop");
+    QFile::link("/dev/zero", folder() + "/zero.desktop");
+    QFile::link(folder() + "/..", folder() + "/folder.desktop");
+    writeFile(folder() + "/../real", entryText("Real"));
+    QFile::link(folder() + "/../real", folder() + "/linked.desktop");
+    writeFile(folder() + "/plain.desktop", entryText("Plain"));
+
+    // Anyone opening a FIFO to read is let go by a writer, and caught.
+    std::atomic<bool> opened = false;
+    std::atomic<bool> done = false;
+    std::thread rescuer([&] {
+        while (!done) {
+            for (const QString& pipe : {fifo, folder() + "/fifo.desktop"}) {
+                const int fd = ::open(QFile::encodeName(pipe).constData(), O_WRONLY | O_NONBLOCK);
+                if (fd >= 0) {
+                    opened = true;
+                    ::close(fd);
+                }
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        }
+    });
+    const auto index = readIndex();
+    done = true;
+    rescuer.join();
+    EXPECT_FALSE(opened) << "a FIFO was opened";
+    EXPECT_TRUE(index->find("plain"));
+    EXPECT_TRUE(index->find("linked"));
+    for (const char* id : {"fifo", "tofifo", "zero", "folder"})
+        EXPECT_FALSE(index->find(id)) << id;
+}
+
+// The caller never waits for a read: the index answers at once, empty
+// until its own thread has read the folders.
+TEST_F(HostileDesktopEntries, AnswersBeforeItsFirstReadIsDone)
+{
+    writeFile(folder() + "/a.desktop", entryText("A"));
+    DesktopEntryIndex index({folder() + "/.."});
+    QSignalSpy changed(&index, &DesktopEntryIndex::changed);
+    EXPECT_FALSE(index.ready());
+    EXPECT_FALSE(index.find("a"));
+    ASSERT_TRUE(changed.wait(5000));
     EXPECT_TRUE(index.find("a"));
 }
 

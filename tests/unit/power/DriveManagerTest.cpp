@@ -35,11 +35,14 @@ class DriveManagerTest : public ::testing::Test {
 protected:
     QString iniPath() const { return m_dir.filePath("Quillon.conf"); }
     void writeIni(const QByteArray& text) const { ASSERT_TRUE(quillon::test::writeFile(iniPath(), text)); }
-    std::unique_ptr<DriveManager> makeManager()
+    std::unique_ptr<DriveManager> makeManager(int touchDeadlineMs = DriveManager::touchDeadlineDefaultMs)
     {
         settings = std::make_unique<Settings>(iniPath());
-        return std::make_unique<DriveManager>(DriveManager::Parts{settings.get(), &clock, volumes, toucher});
+        return std::make_unique<DriveManager>(
+            DriveManager::Parts{settings.get(), &clock, volumes, toucher, touchDeadlineMs});
     }
+    // No touch is left waiting on a held drive once the test ends.
+    void TearDown() override { toucher->release(); }
     static int timerIntervalS(const DriveManager& manager)
     {
         const auto* timer = manager.findChild<QTimer*>(QString(), Qt::FindDirectChildrenOnly);
@@ -209,6 +212,46 @@ TEST_F(DriveManagerTest, AResultArrivingAfterTheManagerIsGoneIsDropped)
     QThread::msleep(50);
     QCoreApplication::processEvents();
     EXPECT_EQ(toucher->touches().size(), 1u);
+}
+
+// Drives that hang (a dead network share, a stopped FUSE daemon) never keep
+// the healthy ones from being touched on time, however many hang; past the
+// deadline they show as not reachable and are left out until they answer.
+using HostileDrives = DriveManagerTest;
+
+TEST_F(HostileDrives, HungDrivesAreMarkedAndNeverHoldUpTheHealthyOnes)
+{
+    const auto manager = makeManager(100);
+    QList<DriveItem> hung;
+    for (int i = 0; i < 6; ++i) {
+        hung.append({QString("/media/ada/Dead%1").arg(i), QString("Dead %1").arg(i)});
+        toucher->hold(hung.last().path);
+        manager->add(hung.last());
+    }
+    manager->add(archive);
+    QSignalSpy poked(manager.get(), &DriveManager::drivePoked);
+    for (int round = 1; round <= 3; ++round) {
+        manager->poke();
+        ASSERT_TRUE(quillon::test::waitUntil([&] { return poked.count() == round; })) << "round " << round;
+        EXPECT_EQ(poked.last().at(0).toString(), archive.path);
+        EXPECT_EQ(toucher->touchesOf(archive.path), size_t(round));
+    }
+    ASSERT_TRUE(quillon::test::waitUntil([&] { return !manager->reachable(hung.first().path); }));
+    for (const DriveItem& drive : hung) {
+        EXPECT_FALSE(manager->reachable(drive.path)) << drive.path.toStdString();
+        EXPECT_EQ(toucher->touchesOf(drive.path), 1u) << "a hung drive is not touched again";
+    }
+    EXPECT_TRUE(manager->reachable(archive.path));
+    EXPECT_EQ(manager->drives().size(), 7) << "still chosen";
+
+    QSignalSpy reachability(manager.get(), &DriveManager::reachabilityChanged);
+    toucher->release();
+    ASSERT_TRUE(quillon::test::waitUntil([&] { return manager->reachable(hung.last().path); }));
+    for (const DriveItem& drive : hung)
+        EXPECT_TRUE(manager->reachable(drive.path)) << drive.path.toStdString();
+    EXPECT_GE(reachability.count(), 1);
+    manager->poke();
+    ASSERT_TRUE(quillon::test::waitUntil([&] { return toucher->touchesOf(hung.first().path) == 2; }));
 }
 
 TEST_F(DriveManagerTest, AvailableDrivesAreNamedAndSortedForTheUser)

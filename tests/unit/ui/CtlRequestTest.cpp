@@ -120,6 +120,21 @@ TEST(CtlRequest, MistakesAreUsageErrors)
     }
 }
 
+// Whatever was typed, an error quotes a recognisable start of it on one line.
+TEST(HostileCtlInput, MistakesQuoteAtMostAShortLineOfTheInput)
+{
+    const QString huge = QString("x").repeated(8 * 1024 * 1024);
+    for (const QStringList& args :
+        {QStringList{huge}, QStringList{"awake", "--for", huge}, QStringList{"awake", "--kinds", huge},
+            QStringList{"fans", "auto", huge}, QStringList{"awake", "--until", "soon\n\x1b[2Jcleared"}}) {
+        const QString message = problem(args);
+        EXPECT_LT(message.size(), 200) << message.left(200).toStdString();
+        EXPECT_FALSE(message.contains('\n')) << message.toStdString();
+        EXPECT_FALSE(message.contains(QChar(0x1b))) << message.toStdString();
+        EXPECT_TRUE(message.contains("xxxxxxxxxx…") || message.contains("soon?")) << message.toStdString();
+    }
+}
+
 } // namespace
 
 namespace {

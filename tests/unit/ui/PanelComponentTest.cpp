@@ -540,5 +540,22 @@ TEST_F(PanelComponentTest, TheLoginQuestionIsAskedUntilAnswered)
     EXPECT_TRUE(views->state().launchAtLogin());
 }
 
+// A full automation list: the section says why nothing more can be added,
+// in place of the button that would do nothing.
+TEST_F(PanelComponentTest, AFullAppListSaysWhyNoMoreCanBeAdded)
+{
+    app::TriggerManager& triggers = *manager->triggers();
+    for (int i = 0; i < app::TriggerManager::maxApps; ++i)
+        triggers.addApp({QString("org.example.App%1").arg(i), QString("App %1").arg(i), std::nullopt});
+    views->state().setProperty("automationExpanded", true);
+    EXPECT_FALSE(shown("addApp"));
+    EXPECT_TRUE(shown("addAppRefusal"));
+    EXPECT_TRUE(text("addAppRefusal").contains("200")) << text("addAppRefusal").toStdString();
+
+    triggers.removeApp("org.example.App0");
+    EXPECT_TRUE(shown("addApp"));
+    EXPECT_FALSE(shown("addAppRefusal"));
+}
+
 } // namespace
 } // namespace quillon::test
