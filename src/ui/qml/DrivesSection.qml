@@ -47,6 +47,7 @@ ExpandableSection {
             required property var modelData
             Layout.fillWidth: true
             Label {
+                textFormat: Text.PlainText
                 text: modelData.name
                 elide: Text.ElideMiddle
                 Layout.fillWidth: true
@@ -58,6 +59,7 @@ ExpandableSection {
         }
     }
     Label {
+        textFormat: Text.PlainText
         text: qsTr("Add a drive")
         font.bold: true
     }
@@ -72,6 +74,12 @@ ExpandableSection {
             text: "+ " + modelData.name
             flat: true
             onClicked: section.driveView.add(modelData.path, modelData.name)
+            // A volume's label is outside text: never read as markup.
+            contentItem: Label {
+                textFormat: Text.PlainText
+                text: "+ " + modelData.name
+                elide: Text.ElideMiddle
+            }
         }
     }
 }
