@@ -53,6 +53,7 @@ void DesktopEntryIndex::read()
     m_stale = false;
     ++m_reads;
     m_entries.clear();
+    m_seen.clear();
     if (!m_watcher.directories().isEmpty())
         m_watcher.removePaths(m_watcher.directories());
     for (const QString& dataDir : std::as_const(m_dataDirs)) {
@@ -80,8 +81,9 @@ void DesktopEntryIndex::scan(const QString& root, const QString& folder)
         QString id = QDir(root).relativeFilePath(file.filePath());
         id.chop(8);
         id.replace(QLatin1Char('/'), QLatin1Char('-'));
-        if (m_entries.contains(id))
+        if (m_seen.contains(id))
             continue;
+        m_seen.insert(id);
         QFile text(file.filePath());
         if (!text.open(QIODevice::ReadOnly))
             continue;

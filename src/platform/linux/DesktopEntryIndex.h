@@ -5,6 +5,7 @@
 #include <QFileSystemWatcher>
 #include <QHash>
 #include <QObject>
+#include <QSet>
 #include <QStringList>
 
 namespace quillon::platform::linux_ {
@@ -13,7 +14,8 @@ namespace quillon::platform::linux_ {
 // directories, by id. Read on first use and again only after one of the
 // folders changed (an application was installed or removed), never on
 // every look-up. Where two folders hold the same id the earlier one wins,
-// as the XDG base directory rules say.
+// as the XDG base directory rules say, even when it is no application (a
+// user's Hidden=true copy hides the system's entry).
 class DesktopEntryIndex : public QObject {
     Q_OBJECT
 public:
@@ -34,6 +36,7 @@ private:
 
     QStringList m_dataDirs;
     QHash<QString, DesktopEntry> m_entries;
+    QSet<QString> m_seen; // every id a read has met, usable or not
     QFileSystemWatcher m_watcher;
     bool m_stale = true;
     int m_reads = 0;
