@@ -4,8 +4,8 @@
 <context>
     <name>AutomationSection</name>
     <message>
-        <source>Keeps the Mac awake by itself while a rule holds, and cools it as the running apps ask. Holds nothing on battery at 12 % or less.</source>
-        <translation>Hält den Computer von selbst wach, solange eine Regel zutrifft, und kühlt ihn so, wie es die laufenden Apps verlangen. Auf Akku bei 12 % oder weniger hält sie nichts.</translation>
+        <source>Keeps the Mac awake by itself while a rule holds, and cools it as the running apps ask.</source>
+        <translation>Hält den Computer von selbst wach, solange eine Regel zutrifft, und kühlt ihn so, wie es die laufenden Apps verlangen.</translation>
     </message>
 </context>
 <context>
@@ -95,7 +95,7 @@ All from the menu bar.</source>
         <translation>Dein Computer, deine Regeln.
 Wach bleiben — sogar zugeklappt —,
 Lüfter steuern, Temperaturen im Blick.
-Alles aus der Menüleiste.</translation>
+Alles aus dem Infobereich.</translation>
     </message>
     <message>
         <source>The highlight: flip the switch,
@@ -150,6 +150,36 @@ oder bei externem Bildschirm.
 Und 💾 Laufwerke wach hält externe
 Platten gemountet — perfekt für die
 Nacht mit geschlossenem Deckel.</translation>
+    </message>
+    <message>
+        <source>Up in your
+menu bar</source>
+        <translation>In deiner
+Leiste</translation>
+    </message>
+    <message>
+        <source>Quillon has no window — it lives in
+the top-right menu bar, at the gauge
+icon.
+
+It&apos;ll open once by itself in a moment so
+you know where to find it. One click on
+the icon and your control panel is there.</source>
+        <translation>Quillon hat kein Fenster — es wohnt
+im Infobereich deiner Leiste, beim
+Tacho-Symbol.
+
+Gleich öffnet es sich einmal von selbst,
+damit du weißt, wo du es findest. Ein
+Klick aufs Symbol — und dein Schaltpult
+ist da.</translation>
+    </message>
+</context>
+<context>
+    <name>Settings</name>
+    <message>
+        <source>Show temperature in the menu bar</source>
+        <translation>Temperatur im Infobereich anzeigen</translation>
     </message>
 </context>
 </TS>

@@ -4,8 +4,8 @@
 <context>
     <name>AutomationSection</name>
     <message>
-        <source>Keeps the Mac awake by itself while a rule holds, and cools it as the running apps ask. Holds nothing on battery at 12 % or less.</source>
-        <translation>Keeps the computer awake by itself while a rule holds, and cools it as the running apps ask. Holds nothing on battery at 12 % or less.</translation>
+        <source>Keeps the Mac awake by itself while a rule holds, and cools it as the running apps ask.</source>
+        <translation>Keeps the computer awake by itself while a rule holds, and cools it as the running apps ask.</translation>
     </message>
 </context>
 <context>
@@ -95,7 +95,7 @@ All from the menu bar.</source>
         <translation>Your computer, your rules.
 Stay awake — even with the lid closed —
 control the fans, watch the temperatures.
-All from the menu bar.</translation>
+All from the tray.</translation>
     </message>
     <message>
         <source>The highlight: flip the switch,
@@ -148,6 +148,35 @@ or with an external display.
 And 💾 Keep drives awake holds external
 disks mounted — perfect for a night
 with the lid closed.</translation>
+    </message>
+    <message>
+        <source>Up in your
+menu bar</source>
+        <translation>Up in your
+panel</translation>
+    </message>
+    <message>
+        <source>Quillon has no window — it lives in
+the top-right menu bar, at the gauge
+icon.
+
+It&apos;ll open once by itself in a moment so
+you know where to find it. One click on
+the icon and your control panel is there.</source>
+        <translation>Quillon has no window — it lives in
+your panel&apos;s tray, at the gauge
+icon.
+
+It&apos;ll open once by itself in a moment so
+you know where to find it. One click on
+the icon and your control panel is there.</translation>
+    </message>
+</context>
+<context>
+    <name>Settings</name>
+    <message>
+        <source>Show temperature in the menu bar</source>
+        <translation>Show temperature in the tray</translation>
     </message>
 </context>
 </TS>

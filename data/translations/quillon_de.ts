@@ -8,8 +8,12 @@
         <translation>Automatik</translation>
     </message>
     <message>
-        <source>Keeps the Mac awake by itself while a rule holds, and cools it as the running apps ask. Holds nothing on battery at 12 % or less.</source>
-        <translation>Hält den Mac von selbst wach, solange eine Regel zutrifft, und kühlt ihn so, wie es die laufenden Apps verlangen. Auf Akku bei 12 % oder weniger hält sie nichts.</translation>
+        <source>Keeps the Mac awake by itself while a rule holds, and cools it as the running apps ask.</source>
+        <translation>Hält den Mac von selbst wach, solange eine Regel zutrifft, und kühlt ihn so, wie es die laufenden Apps verlangen.</translation>
+    </message>
+    <message>
+        <source>Holds nothing on battery at 12 % or less.</source>
+        <translation>Auf Akku bei 12 % oder weniger hält sie nichts.</translation>
     </message>
     <message>
         <source>While on AC power</source>
@@ -855,6 +859,38 @@ ist da.</translation>
 <context>
     <name>quillon::app::RenderModeManager</name>
     <message>
+        <source>%1 rpm</source>
+        <translation>%1 rpm</translation>
+    </message>
+    <message>
+        <source>Peak CPU %1 / GPU %2</source>
+        <translation>Peak CPU %1 / GPU %2</translation>
+    </message>
+    <message>
+        <source>🎬 Render cancelled</source>
+        <translation>🎬 Render abgebrochen</translation>
+    </message>
+    <message>
+        <source>Your DaVinci render was cancelled. Render Mode stays on until you exit it.</source>
+        <translation>Dein DaVinci-Render wurde abgebrochen. Render Mode läuft weiter, bis du ihn beendest.</translation>
+    </message>
+    <message>
+        <source>🎬 Render failed</source>
+        <translation>🎬 Render fehlgeschlagen</translation>
+    </message>
+    <message>
+        <source>Your DaVinci render failed. Render Mode stays on until you exit it.</source>
+        <translation>Dein DaVinci-Render ist fehlgeschlagen. Render Mode läuft weiter, bis du ihn beendest.</translation>
+    </message>
+    <message>
+        <source>🎬 Render stopped</source>
+        <translation>🎬 Render angehalten</translation>
+    </message>
+    <message>
+        <source>Your DaVinci render stopped without DaVinci Resolve calling it complete. Render Mode stays on until you exit it.</source>
+        <translation>Dein DaVinci-Render hat aufgehört, ohne dass DaVinci Resolve ihn als fertig meldet. Render Mode läuft weiter, bis du ihn beendest.</translation>
+    </message>
+    <message>
         <source>never</source>
         <translation>nie</translation>
     </message>
@@ -863,8 +899,8 @@ ist da.</translation>
         <translation>🎬 Render Mode beendet</translation>
     </message>
     <message>
-        <source>Ran %1 · peak CPU %2° / GPU %3° · fans max %4 rpm · throttling %5</source>
-        <translation>Lief %1 · Spitzen CPU %2° / GPU %3° · Lüfter max %4 rpm · Throttling %5</translation>
+        <source>Ran %1 · peak CPU %2 / GPU %3 · fans max %4 · throttling %5</source>
+        <translation>Lief %1 · Spitzen CPU %2 / GPU %3 · Lüfter max %4 · Throttling %5</translation>
     </message>
     <message>
         <source>🎬 Render finished</source>
@@ -883,8 +919,8 @@ ist da.</translation>
         <translation>Der Mac wurde warm</translation>
     </message>
     <message>
-        <source>%1 · peak CPU %2° / GPU %3°</source>
-        <translation>%1 · Peak CPU %2° / GPU %3°</translation>
+        <source>%1 · peak CPU %2 / GPU %3</source>
+        <translation>%1 · Peak CPU %2 / GPU %3</translation>
     </message>
 </context>
 <context>
@@ -1013,6 +1049,34 @@ ist da.</translation>
 <context>
     <name>quillon::ui::RenderView</name>
     <message>
+        <source>%1 rpm</source>
+        <translation>%1 rpm</translation>
+    </message>
+    <message>
+        <source>Following DaVinci Resolve needs Python 3 (%1 is missing)</source>
+        <translation>DaVinci Resolve zu verfolgen braucht Python 3 (%1 fehlt)</translation>
+    </message>
+    <message>
+        <source>DaVinci Resolve&apos;s scripting is not installed (%1)</source>
+        <translation>Die Skript-Schnittstelle von DaVinci Resolve ist nicht installiert (%1)</translation>
+    </message>
+    <message>
+        <source>DaVinci Resolve is not running, or its external scripting is off (Preferences › System › General › External scripting using: Local)</source>
+        <translation>DaVinci Resolve läuft nicht, oder sein externes Scripting ist aus (Einstellungen › System › Allgemein › Externes Scripting: Lokal)</translation>
+    </message>
+    <message>
+        <source>Render cancelled</source>
+        <translation>Render abgebrochen</translation>
+    </message>
+    <message>
+        <source>Render failed</source>
+        <translation>Render fehlgeschlagen</translation>
+    </message>
+    <message>
+        <source>Render stopped, not reported complete</source>
+        <translation>Render angehalten, nicht als fertig gemeldet</translation>
+    </message>
+    <message>
         <source>Off</source>
         <translation>Aus</translation>
     </message>
@@ -1049,8 +1113,8 @@ ist da.</translation>
         <translation>Lüfter %1 rpm</translation>
     </message>
     <message>
-        <source>Peaks: CPU %1 / GPU %2 · fans %3 rpm · throttling %4</source>
-        <translation>Spitzen: CPU %1 / GPU %2 · Lüfter %3 rpm · Throttling %4</translation>
+        <source>Peaks: CPU %1 / GPU %2 · fans %3 · throttling %4</source>
+        <translation>Spitzen: CPU %1 / GPU %2 · Lüfter %3 · Throttling %4</translation>
     </message>
     <message>
         <source>Render finished — %1</source>

@@ -1,5 +1,7 @@
 #include "Notifier.h"
 
+#include <utility>
+
 namespace quillon::app {
 
 Notifier::Notifier(platform::NotificationCenter* center, QObject* parent)
@@ -20,6 +22,13 @@ void Notifier::notifyLidStillOn()
 {
     if (!m_center || !m_center->available())
         return;
+    // Until the server has named the last reminder, a new one could not
+    // replace it: it is posted once that answer is in.
+    if (m_lidReminderPending) {
+        m_lidReminderAgain = true;
+        return;
+    }
+    m_lidReminderPending = true;
     const QList<platform::NotificationCenter::Action> actions{
         {QString::fromLatin1(lidOffActionID), tr("Turn off")},
         {QString::fromLatin1(lidKeepActionID), tr("Keep on")},
@@ -28,8 +37,13 @@ void Notifier::notifyLidStillOn()
     m_center->post(tr("☀️ Closed-lid keep-awake is still on"),
         tr("Welcome back. Keep it awake with the lid closed, or turn it off?"), actions, m_lidReminderId,
         [self](quint32 id) {
-            if (self && id != 0)
+            if (!self)
+                return;
+            if (id != 0)
                 self->m_lidReminderId = id;
+            self->m_lidReminderPending = false;
+            if (std::exchange(self->m_lidReminderAgain, false))
+                self->notifyLidStillOn();
         });
 }
 

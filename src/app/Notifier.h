@@ -4,7 +4,6 @@
 
 #include <QObject>
 #include <QPointer>
-
 #include <functional>
 
 namespace quillon::app {
@@ -29,7 +28,8 @@ public:
 
     void notify(const QString& title, const QString& body);
     // The closed-lid reminder with "Turn off" / "Keep on"; a newer reminder
-    // replaces the one before it.
+    // replaces the one before it, also when it comes before the server has
+    // answered the last one.
     void notifyLidStillOn();
 
     // Runs when the user picks "Turn off" on the lid reminder.
@@ -40,6 +40,8 @@ private:
 
     QPointer<platform::NotificationCenter> m_center;
     quint32 m_lidReminderId = 0;
+    bool m_lidReminderPending = false;
+    bool m_lidReminderAgain = false;
 };
 
 } // namespace quillon::app

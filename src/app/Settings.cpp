@@ -3,6 +3,7 @@
 #include "SettingsFileCheck.h"
 
 #include <QDebug>
+#include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonParseError>
 #include <QStandardPaths>
@@ -70,15 +71,33 @@ Settings::Settings(const QString& iniPath, QObject* parent)
     // Checked before QSettings opens it: a FIFO there would block the read.
     if (const QString note = SettingsFileCheck::prepare(iniPath); !note.isEmpty())
         qWarning().noquote() << "Quillon:" << note;
-    m_settings = std::make_unique<QSettings>(iniPath, QSettings::IniFormat);
+    // A link (a dotfile manager's) is written through: QSettings would
+    // replace the link itself with a file.
+    const QFileInfo info(iniPath);
+    m_settings = std::make_unique<QSettings>(
+        info.isSymLink() && info.exists() ? info.canonicalFilePath() : iniPath, QSettings::IniFormat);
     if (const QString note = SettingsFileCheck::preserveIfUnparsable(*m_settings); !note.isEmpty())
         qWarning().noquote() << "Quillon:" << note;
 }
 
 void Settings::write(const char* key, const QVariant& value)
 {
+    if (!m_writeError.isEmpty()) {
+        // QSettings keeps its first error for good: a fresh one, given every
+        // value the old one holds, tells whether this write reaches the file.
+        auto fresh = std::make_unique<QSettings>(m_settings->fileName(), QSettings::IniFormat);
+        for (const QString& name : m_settings->allKeys())
+            fresh->setValue(name, m_settings->value(name));
+        m_settings = std::move(fresh);
+    }
     m_settings->setValue(key, value);
     m_settings->sync();
+    const QString error = m_settings->status() != QSettings::AccessError
+        ? QString()
+        : QStringLiteral("the settings file %1 cannot be written").arg(m_settings->fileName());
+    if (!error.isEmpty() && error != m_writeError)
+        qWarning().noquote() << "Quillon:" << error;
+    m_writeError = error;
     emit changed(QString::fromLatin1(key));
 }
 
@@ -170,12 +189,17 @@ QJsonArray Settings::jsonArray(const char* key) const
     const QJsonDocument document = QJsonDocument::fromJson(bytes, &error);
     if (error.error == QJsonParseError::NoError && document.isArray())
         return document.array();
-    const QString keep = QString::fromLatin1(key) + ".unreadable";
-    if (!m_settings->contains(keep)) {
-        m_settings->setValue(keep, value);
-        m_settings->sync();
-    }
+    keepUnreadable(key);
     return {};
+}
+
+void Settings::keepUnreadable(const char* key) const
+{
+    const QString keep = QString::fromLatin1(key) + ".unreadable";
+    if (m_settings->contains(keep))
+        return;
+    m_settings->setValue(keep, m_settings->value(key));
+    m_settings->sync();
 }
 
 void Settings::setJsonArray(const char* key, const QJsonArray& value)

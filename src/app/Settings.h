@@ -14,6 +14,9 @@ namespace quillon::app {
 // each setter writes at once and announces the key through changed().
 // Unreadable JSON lists are kept under "<key>.unreadable" before anything
 // overwrites them, so a damaged file never silently loses a user's list.
+// A write the file did not take (read-only, its folder gone) is not hidden:
+// writeError() says so until a later write succeeds. A settings file that is
+// a symbolic link (a dotfile manager's) is written through to its target.
 //
 // Main thread only, like every model.
 class Settings : public QObject {
@@ -70,6 +73,13 @@ public:
     // JSON-array keys ("drivealive.drives", "trig.apps"), stored as bytes.
     QJsonArray jsonArray(const char* key) const;
     void setJsonArray(const char* key, const QJsonArray& value);
+    // Keeps the key's stored value as it is under "<key>.unreadable" (unless
+    // one is kept already): for a list of which some elements could not be
+    // read, before the readable rest is written back.
+    void keepUnreadable(const char* key) const;
+
+    // Why the last write did not reach the file; empty when it did.
+    QString writeError() const { return m_writeError; }
 
     // Where the settings live, for messages.
     QString fileName() const { return m_settings->fileName(); }
@@ -82,6 +92,7 @@ private:
     void write(const char* key, const QVariant& value);
 
     std::unique_ptr<QSettings> m_settings;
+    QString m_writeError;
 };
 
 } // namespace quillon::app

@@ -8,9 +8,10 @@ namespace quillon::app {
 
 QString SettingsFileCheck::prepare(const QString& path)
 {
-    // lstat: never opens the file, so a FIFO cannot block us here.
+    // stat, not open: a FIFO cannot block us here. A link is judged by what
+    // it points to, so a dotfile manager's link to a regular file stays.
     struct stat info { };
-    if (::lstat(QFile::encodeName(path).constData(), &info) != 0)
+    if (::stat(QFile::encodeName(path).constData(), &info) != 0)
         return {};
     const bool regular = S_ISREG(info.st_mode);
     if (regular && info.st_size <= kMaxBytes)

@@ -16,8 +16,8 @@ public:
     // Larger than any settings file of ours; such a file is not ours.
     static constexpr qint64 kMaxBytes = 1024 * 1024;
 
-    // Before reading: a path that holds something other than a regular file
-    // (a FIFO, a device, a folder) or a file above kMaxBytes is moved aside
+    // Before reading: a path that holds (or links to) something other than a
+    // regular file (a FIFO, a device, a folder) or a file above kMaxBytes is moved aside
     // to "<path>.unreadable" (replacing an older one), so that reading
     // neither blocks nor crawls and the app starts from its defaults. Returns
     // what was done, for the log; empty when the file was fine or absent.

@@ -18,7 +18,8 @@ public:
     struct App {
         QString id;
         QString name;
-        QString icon; // an icon theme name or an absolute path; may be empty
+        QString icon;            // an icon theme name or an absolute path; may be empty
+        QString germanName = {}; // the entry's Name[de]; empty when it has none
     };
 
     using QObject::QObject;

@@ -16,18 +16,20 @@ namespace {
 const QString kAutostart = QStringLiteral("/autostart/");
 
 // An Exec argument, quoted as the desktop entry format requires when it
-// holds anything but plain path characters.
+// holds anything but plain path characters. A "%" is doubled either way:
+// alone it would start a field code ("%f") that the launcher replaces.
 QString execArgument(const QString& path)
 {
     static const QRegularExpression plain(QStringLiteral("^[A-Za-z0-9_./+,:@%=-]+$"));
-    if (plain.match(path).hasMatch())
-        return path;
     QString quoted = path;
-    for (const QChar c : {QLatin1Char('\\'), QLatin1Char('"'), QLatin1Char('`'), QLatin1Char('$')})
-        quoted.replace(c, QStringLiteral("\\") + c);
-    // In a desktop file's string value a backslash itself is escaped once more.
-    quoted.replace(QLatin1Char('\\'), QStringLiteral("\\\\"));
-    return QLatin1Char('"') + quoted + QLatin1Char('"');
+    if (!plain.match(path).hasMatch()) {
+        for (const QChar c : {QLatin1Char('\\'), QLatin1Char('"'), QLatin1Char('`'), QLatin1Char('$')})
+            quoted.replace(c, QStringLiteral("\\") + c);
+        // In a desktop file's string value a backslash itself is escaped once more.
+        quoted.replace(QLatin1Char('\\'), QStringLiteral("\\\\"));
+        quoted = QLatin1Char('"') + quoted + QLatin1Char('"');
+    }
+    return quoted.replace(QLatin1Char('%'), QStringLiteral("%%"));
 }
 
 bool hiddenEntry(const QString& path)

@@ -4,15 +4,57 @@
 #include <QJsonDocument>
 #include <QJsonParseError>
 #include <QProcessEnvironment>
+#include <algorithm>
+#include <csignal>
+#include <unistd.h>
 
 namespace quillon::app {
 
 namespace {
 
-int integer(const QJsonObject& object, const char* key)
+int integer(const QJsonObject& object, const char* key, int low, int high)
 {
     const QJsonValue value = object.value(QLatin1String(key));
-    return value.isDouble() ? value.toInt() : 0;
+    if (!value.isDouble())
+        return 0;
+    const double number = value.toDouble();
+    return number < low ? low : number > high ? high : static_cast<int>(number);
+}
+
+QString text(const QJsonObject& object, const char* key)
+{
+    return object.value(QLatin1String(key)).toString();
+}
+
+// A name fit for one line of a label: no control characters, not too long.
+QString oneLine(QString name, int maxChars)
+{
+    for (QChar& c : name) {
+        if (c.category() == QChar::Other_Control || c == QChar::LineSeparator || c == QChar::ParagraphSeparator)
+            c = QLatin1Char(' ');
+    }
+    if (name.size() > maxChars)
+        name = name.left(maxChars - 1) + QChar(0x2026);
+    return name;
+}
+
+DaVinciMonitor::Outcome outcomeOf(const QString& status)
+{
+    if (status == QLatin1String("Complete"))
+        return DaVinciMonitor::Outcome::complete;
+    if (status == QLatin1String("Cancelled"))
+        return DaVinciMonitor::Outcome::cancelled;
+    if (status == QLatin1String("Failed"))
+        return DaVinciMonitor::Outcome::failed;
+    return DaVinciMonitor::Outcome::stopped;
+}
+
+// The whole group, so nothing the script started outlives it.
+void killGroup(QProcess& run)
+{
+    if (const qint64 pid = run.processId(); pid > 0)
+        ::kill(-static_cast<pid_t>(pid), SIGKILL);
+    run.kill();
 }
 
 } // namespace
@@ -23,7 +65,9 @@ DaVinciMonitor::DaVinciMonitor(QString interpreter, QString scriptingFolder, int
     , m_scriptingFolder(std::move(scriptingFolder))
 {
     if (m_scriptingFolder.isEmpty())
-        m_scriptingFolder = qEnvironmentVariable("QUILLON_RESOLVE_SCRIPT_API", QLatin1String(defaultScriptingFolder));
+        m_scriptingFolder = qEnvironmentVariable("QUILLON_RESOLVE_SCRIPT_API");
+    if (m_scriptingFolder.isEmpty())
+        m_scriptingFolder = qEnvironmentVariable("RESOLVE_SCRIPT_API", QLatin1String(defaultScriptingFolder));
     m_timer.setInterval(pollIntervalMs);
     connect(&m_timer, &QTimer::timeout, this, &DaVinciMonitor::poll);
     m_runTimeout.setSingleShot(true);
@@ -45,20 +89,22 @@ QString DaVinciMonitor::script()
         "import os,sys,json\n"
         "try:\n"
         "    sys.path.append(os.environ[\"RESOLVE_SCRIPT_API\"]+\"/Modules/\")\n"
-        "    import DaVinciResolveScript as dvr\n"
+        "    try: import DaVinciResolveScript as dvr\n"
+        "    except ImportError: print(json.dumps({\"ok\":False,\"reason\":\"nomodule\"})); sys.exit(0)\n"
         "    r=dvr.scriptapp(\"Resolve\")\n"
         "    if not r: print(json.dumps({\"ok\":False,\"reason\":\"noscripting\"})); sys.exit(0)\n"
         "    p=r.GetProjectManager().GetCurrentProject()\n"
         "    if not p: print(json.dumps({\"ok\":True,\"rendering\":False,\"total\":0})); sys.exit(0)\n"
         "    rendering=bool(p.IsRenderingInProgress())\n"
         "    jobs=p.GetRenderJobList() or []\n"
-        "    pct=0; idx=0\n"
+        "    pct=0; idx=0; job=\"\"; watched=\"\"; w=os.environ.get(\"QUILLON_WATCHED_JOB\",\"\")\n"
         "    for i,j in enumerate(jobs):\n"
-        "        st=p.GetRenderJobStatus(j.get(\"JobId\")) or {}\n"
-        "        if st.get(\"JobStatus\")==\"Rendering\":\n"
-        "            pct=int(st.get(\"CompletionPercentage\",0)); idx=i+1; break\n"
+        "        jid=j.get(\"JobId\"); st=p.GetRenderJobStatus(jid) or {}\n"
+        "        if w and str(jid)==w: watched=str(st.get(\"JobStatus\",\"\"))\n"
+        "        if not idx and st.get(\"JobStatus\")==\"Rendering\":\n"
+        "            pct=int(st.get(\"CompletionPercentage\",0)); idx=i+1; job=str(jid)\n"
         "    print(json.dumps({\"ok\":True,\"rendering\":rendering,\"percent\":pct,\"index\":idx,"
-        "\"total\":len(jobs),\"project\":p.GetName()}))\n"
+        "\"total\":len(jobs),\"project\":p.GetName(),\"job\":job,\"watched\":watched}))\n"
         "except Exception as e:\n"
         "    print(json.dumps({\"ok\":False,\"reason\":str(e)[:120]}))");
 }
@@ -81,6 +127,8 @@ void DaVinciMonitor::stop()
     m_jobTotal = 0;
     m_justFinished = false;
     m_wasRendering = false;
+    m_renderingJob.clear();
+    m_outcome = Outcome::none;
     emit changed();
 }
 
@@ -90,7 +138,7 @@ void DaVinciMonitor::poll()
         return; // the last run is still going; its timeout decides
     const QFileInfo interpreter(m_interpreter);
     if (!interpreter.isFile() || !interpreter.isExecutable()) {
-        apply(std::nullopt);
+        applyUnreachable(Unreachable::noInterpreter);
         return;
     }
     auto* run = new QProcess(this);
@@ -101,13 +149,16 @@ void DaVinciMonitor::poll()
     environment.insert(QStringLiteral("RESOLVE_SCRIPT_API"), m_scriptingFolder);
     environment.insert(QStringLiteral("RESOLVE_SCRIPT_LIB"),
         qEnvironmentVariable("RESOLVE_SCRIPT_LIB", QLatin1String(defaultScriptLibrary)));
+    environment.insert(QStringLiteral("QUILLON_WATCHED_JOB"), m_renderingJob);
     run->setProcessEnvironment(environment);
+    run->setWorkingDirectory(QStringLiteral("/"));
+    run->setChildProcessModifier([] { ::setpgid(0, 0); });
     run->setStandardErrorFile(QProcess::nullDevice());
     connect(run, &QProcess::readyReadStandardOutput, this, [this, run] {
         m_output += run->readAllStandardOutput();
         if (m_output.size() > maxOutputBytes) {
             m_outputTooLong = true;
-            run->kill();
+            killGroup(*run);
         }
     });
     connect(run, &QProcess::finished, this, [this, run](int exitCode, QProcess::ExitStatus status) {
@@ -117,11 +168,14 @@ void DaVinciMonitor::poll()
         finishRun(status == QProcess::NormalExit && exitCode == 0);
     });
     connect(run, &QProcess::errorOccurred, this, [this, run](QProcess::ProcessError error) {
-        if (error == QProcess::FailedToStart && run == m_run)
-            finishRun(false);
+        if (error == QProcess::FailedToStart && run == m_run) {
+            dropRun();
+            applyUnreachable(Unreachable::noInterpreter);
+        }
     });
     m_runTimeout.start();
-    run->start(m_interpreter, {QStringLiteral("-c"), script()});
+    // -B: nothing is written into Resolve's folder (its Modules' bytecode).
+    run->start(m_interpreter, {QStringLiteral("-I"), QStringLiteral("-B"), QStringLiteral("-c"), script()});
 }
 
 void DaVinciMonitor::finishRun(bool cleanExit)
@@ -147,17 +201,30 @@ void DaVinciMonitor::dropRun()
     QProcess* run = m_run;
     m_run = nullptr;
     run->disconnect(this);
-    if (run->state() != QProcess::NotRunning) {
-        run->kill();
-        run->waitForFinished(1000); // reaped now: nothing is left running after stop()
+    if (run->state() == QProcess::NotRunning) {
+        run->deleteLater();
+        return;
     }
-    run->deleteLater();
+    // Reaped when Qt sees it exit; nobody waits here.
+    killGroup(*run);
+    connect(run, &QProcess::finished, run, &QObject::deleteLater);
+}
+
+void DaVinciMonitor::applyUnreachable(Unreachable why)
+{
+    apply(std::nullopt);
+    m_unreachable = why;
+    emit changed();
 }
 
 void DaVinciMonitor::apply(const std::optional<QJsonObject>& result)
 {
     const bool ok = result && result->value(QLatin1String("ok")) == QJsonValue(true);
     if (!ok) {
+        const QString reason = result ? text(*result, "reason") : QString();
+        m_unreachable = reason == QLatin1String("noscripting") ? Unreachable::notRunning
+            : reason == QLatin1String("nomodule")              ? Unreachable::notInstalled
+                                                               : Unreachable::unknown;
         // Not reachable. What a running render left behind is kept, so a
         // finish is still seen by the next successful poll.
         m_available = false;
@@ -167,15 +234,25 @@ void DaVinciMonitor::apply(const std::optional<QJsonObject>& result)
         return;
     }
     m_available = true;
+    m_unreachable = Unreachable::none;
     const QJsonValue renderingValue = result->value(QLatin1String("rendering"));
-    const bool rendering = renderingValue.isBool() && renderingValue.toBool();
-    m_percent = integer(*result, "percent");
-    m_jobIndex = integer(*result, "index");
-    m_jobTotal = integer(*result, "total");
-    m_project = result->value(QLatin1String("project")).toString();
+    bool rendering = renderingValue.isBool() && renderingValue.toBool();
+    m_percent = integer(*result, "percent", 0, 100);
+    m_jobTotal = integer(*result, "total", 0, maxJobs);
+    m_jobIndex = integer(*result, "index", 0, m_jobTotal);
+    m_project = oneLine(text(*result, "project"), maxProjectChars);
+    const QString watched = text(*result, "watched");
+    // Resolve may say it stopped a poll before the job's status does: the
+    // ending is read once the status has moved on.
+    if (m_wasRendering && !rendering && watched == QLatin1String("Rendering"))
+        rendering = true;
+    if (const QString job = text(*result, "job"); rendering && !job.isEmpty())
+        m_renderingJob = job.left(maxProjectChars);
     bool finished = false;
     if (m_wasRendering && !rendering) {
         m_justFinished = true;
+        m_outcome = outcomeOf(watched);
+        m_renderingJob.clear();
         finished = true;
     } else if (rendering) {
         m_justFinished = false;

@@ -22,9 +22,20 @@ namespace quillon::app {
 // run that takes longer than its timeout (10 s) is killed and counts as a failed
 // poll. Anything that is not one JSON object on a clean exit (no
 // interpreter, a crash, garbage, more than maxOutputBytes) counts as "not
-// reachable", silently. stop() kills a run in progress and ignores it.
+// reachable". stop() kills a run in progress and ignores it.
 //
-// Main thread only; the interpreter runs as a child process, never blocking.
+// Resolve's answers are outside input: numbers are clamped to what can be
+// true (percent 0-100, job n of m with 0 <= n <= m) and the project name is
+// cut to maxProjectChars, with control characters made spaces.
+//
+// A render that stops ends with its job's status: only "Complete" is a
+// finished render; "Cancelled" and "Failed" say so, and a job that vanished
+// or never named itself is just "stopped".
+//
+// Each run is "python3 -I -B" from "/", in a process group of its own, so
+// neither the app's working directory nor the user's site packages get
+// imported, and whatever the script starts dies with it. Main thread only;
+// the interpreter runs as a child process and nothing here waits for it.
 class DaVinciMonitor : public QObject {
     Q_OBJECT
     Q_PROPERTY(bool available READ available NOTIFY changed)
@@ -36,16 +47,36 @@ class DaVinciMonitor : public QObject {
     Q_PROPERTY(bool justFinished READ justFinished NOTIFY changed)
 
 public:
+    // How the last render that stopped ended.
+    enum class Outcome {
+        none,
+        complete,
+        cancelled,
+        failed,
+        stopped
+    };
+    // Why the last poll did not reach Resolve, where that is known.
+    enum class Unreachable {
+        none,          // reached
+        noInterpreter, // no Python at the interpreter's path
+        notInstalled,  // Resolve's scripting module is not in the scripting folder
+        notRunning,    // Resolve is not running, or its external scripting is off
+        unknown,       // anything else: an exception, a crash, garbage, a timeout
+    };
+
     static constexpr int pollIntervalMs = 3000;
     static constexpr int defaultRunTimeoutMs = 10000;
     static constexpr qint64 maxOutputBytes = 64 * 1024;
+    static constexpr int maxProjectChars = 120;
+    static constexpr int maxJobs = 100000;
 
     // Where Resolve keeps its scripting interface on Linux.
     static constexpr const char* defaultScriptingFolder = "/opt/resolve/Developer/Scripting";
     static constexpr const char* defaultScriptLibrary = "/opt/resolve/libs/Fusion/fusionscript.so";
 
     // interpreter: the Python to run; scriptingFolder: Resolve's Scripting
-    // folder (QUILLON_RESOLVE_SCRIPT_API, else the default, when empty);
+    // folder (QUILLON_RESOLVE_SCRIPT_API, else the user's RESOLVE_SCRIPT_API,
+    // else the default, when empty);
     // runTimeoutMs: how long one run may take before it is killed.
     explicit DaVinciMonitor(QString interpreter = QStringLiteral("/usr/bin/python3"), QString scriptingFolder = {},
         int runTimeoutMs = defaultRunTimeoutMs, QObject* parent = nullptr);
@@ -58,6 +89,11 @@ public:
     int jobTotal() const { return m_jobTotal; }
     QString project() const { return m_project; }
     bool justFinished() const { return m_justFinished; }
+    // How the render behind justFinished ended; none before any.
+    Outcome outcome() const { return m_outcome; }
+    Unreachable unreachable() const { return m_unreachable; }
+    const QString& interpreter() const { return m_interpreter; }
+    const QString& scriptingFolder() const { return m_scriptingFolder; }
     bool running() const { return m_timer.isActive(); }
     const QTimer& pollTimer() const { return m_timer; }
 
@@ -75,6 +111,8 @@ public:
 
     // The inline script; it reads Resolve's locations from RESOLVE_SCRIPT_API
     // and RESOLVE_SCRIPT_LIB in its environment and always prints one object.
+    // It also reports the status of the job named by QUILLON_WATCHED_JOB, the
+    // one last seen rendering, as "watched".
     static QString script();
 
 signals:
@@ -83,6 +121,7 @@ signals:
 private:
     void finishRun(bool cleanExit);
     void dropRun();
+    void applyUnreachable(Unreachable why);
 
     QString m_interpreter;
     QString m_scriptingFolder;
@@ -100,6 +139,9 @@ private:
     QString m_project;
     bool m_justFinished = false;
     bool m_wasRendering = false;
+    QString m_renderingJob; // the JobId last seen rendering
+    Outcome m_outcome = Outcome::none;
+    Unreachable m_unreachable = Unreachable::unknown;
 };
 
 } // namespace quillon::app

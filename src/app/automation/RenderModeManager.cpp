@@ -13,6 +13,15 @@
 
 namespace quillon::app {
 
+namespace {
+
+std::optional<double> peak(bool seen, double value)
+{
+    return seen ? std::optional(value) : std::nullopt;
+}
+
+} // namespace
+
 RenderModeManager::RenderModeManager(Parts parts, QObject* parent)
     : QObject(parent)
     , m_parts(std::move(parts))
@@ -57,6 +66,7 @@ void RenderModeManager::engage()
     m_peakRPM = 0;
     m_throttleCount = 0;
     m_lastThrottled = false;
+    m_sawCPU = m_sawGPU = m_sawFans = false;
     if (m_parts.power)
         m_powerStatus = m_parts.power->renderPowerStatus();
 
@@ -109,13 +119,11 @@ void RenderModeManager::disengage()
         const double elapsed = static_cast<double>(m_startedAt.msecsTo(m_parts.clock->now())) / 1000.0;
         if (m_parts.notifier) {
             const QString throttling = m_throttleCount != 0 ? QStringLiteral("%1×").arg(m_throttleCount) : tr("never");
+            const QString fans = m_sawFans ? tr("%1 rpm").arg(m_peakRPM) : QStringLiteral("—");
             m_parts.notifier->notify(tr("🎬 Render Mode ended"),
-                tr("Ran %1 · peak CPU %2° / GPU %3° · fans max %4 rpm · throttling %5")
-                    .arg(durationString(elapsed))
-                    .arg(std::lround(m_peakCPU))
-                    .arg(std::lround(m_peakGPU))
-                    .arg(m_peakRPM)
-                    .arg(throttling));
+                tr("Ran %1 · peak CPU %2 / GPU %3 · fans max %4 · throttling %5")
+                    .arg(durationString(elapsed), degreesOrDash(peak(m_sawCPU, m_peakCPU)),
+                        degreesOrDash(peak(m_sawGPU, m_peakGPU)), fans, throttling));
         }
     }
     m_startedAt = QDateTime();
@@ -130,11 +138,15 @@ void RenderModeManager::sample()
         m_powerStatus = m_parts.power->renderPowerStatus();
     if (m_fan) {
         const std::optional<double> cpu = m_fan->cpuTempSmoothed() ? m_fan->cpuTempSmoothed() : m_fan->cpuTemp();
-        if (cpu && *cpu > m_peakCPU)
+        if (cpu && (!m_sawCPU || *cpu > m_peakCPU))
             m_peakCPU = *cpu;
+        m_sawCPU = m_sawCPU || cpu;
         // Only the smoothed GPU reading: a raw GPU spike is not a peak worth reporting.
-        if (const auto gpu = m_fan->gpuTempSmoothed(); gpu && *gpu > m_peakGPU)
+        const auto gpu = m_fan->gpuTempSmoothed();
+        if (gpu && (!m_sawGPU || *gpu > m_peakGPU))
             m_peakGPU = *gpu;
+        m_sawGPU = m_sawGPU || gpu;
+        m_sawFans = m_sawFans || !m_fan->fans().isEmpty();
         int fastest = 0;
         for (const FanInfo& fan : m_fan->fans())
             fastest = std::max(fastest, fan.currentRPM);
@@ -151,11 +163,32 @@ void RenderModeManager::sample()
 
 void RenderModeManager::renderFinished()
 {
-    if (m_parts.sound)
+    // Only a job Resolve calls complete is a finished render, with its chime.
+    const auto outcome = m_davinci.outcome();
+    if (outcome == DaVinciMonitor::Outcome::complete && m_parts.sound)
         m_parts.sound->playFinished();
-    if (m_parts.notifier)
+    if (!m_parts.notifier)
+        return;
+    switch (outcome) {
+    case DaVinciMonitor::Outcome::complete:
         m_parts.notifier->notify(
             tr("🎬 Render finished"), tr("Your DaVinci render is done. Render Mode stays on until you exit it."));
+        break;
+    case DaVinciMonitor::Outcome::cancelled:
+        m_parts.notifier->notify(
+            tr("🎬 Render cancelled"), tr("Your DaVinci render was cancelled. Render Mode stays on until you exit it."));
+        break;
+    case DaVinciMonitor::Outcome::failed:
+        m_parts.notifier->notify(
+            tr("🎬 Render failed"), tr("Your DaVinci render failed. Render Mode stays on until you exit it."));
+        break;
+    case DaVinciMonitor::Outcome::stopped:
+    case DaVinciMonitor::Outcome::none:
+        m_parts.notifier->notify(tr("🎬 Render stopped"),
+            tr("Your DaVinci render stopped without DaVinci Resolve calling it complete. Render Mode stays on "
+               "until you exit it."));
+        break;
+    }
 }
 
 QString RenderModeManager::powerText() const
@@ -170,11 +203,23 @@ QString RenderModeManager::elapsedText() const
     return durationString(static_cast<double>(m_startedAt.msecsTo(m_now)) / 1000.0);
 }
 
-QString RenderModeManager::summaryOf(double peakCPU, double peakGPU, int throttleCount)
+QString RenderModeManager::doneSummary() const
 {
+    return summaryOf(peak(m_sawCPU, m_peakCPU), peak(m_sawGPU, m_peakGPU), m_throttleCount);
+}
+
+QString RenderModeManager::summaryOf(std::optional<double> peakCPU, std::optional<double> peakGPU, int throttleCount)
+{
+    if (!peakCPU && throttleCount == 0)
+        return tr("Peak CPU %1 / GPU %2").arg(degreesOrDash(peakCPU), degreesOrDash(peakGPU));
     const QString label
-        = throttleCount == 0 && peakCPU < warmPeakCPU ? tr("Your Mac stayed cool") : tr("Your Mac ran warm");
-    return tr("%1 · peak CPU %2° / GPU %3°").arg(label).arg(std::lround(peakCPU)).arg(std::lround(peakGPU));
+        = throttleCount == 0 && *peakCPU < warmPeakCPU ? tr("Your Mac stayed cool") : tr("Your Mac ran warm");
+    return tr("%1 · peak CPU %2 / GPU %3").arg(label, degreesOrDash(peakCPU), degreesOrDash(peakGPU));
+}
+
+QString RenderModeManager::degreesOrDash(std::optional<double> value)
+{
+    return value ? QStringLiteral("%1°").arg(std::lround(*value)) : QStringLiteral("—");
 }
 
 QString RenderModeManager::durationString(double seconds)

@@ -9,6 +9,7 @@
 #include <QPointer>
 #include <QTimer>
 #include <memory>
+#include <optional>
 
 namespace quillon::platform {
 class Clock;
@@ -89,11 +90,19 @@ public:
     const SleepAssertions& assertions() const { return m_assertions; }
     // The session's running time so far ("" while off), as durationString writes it.
     QString elapsedText() const;
+    // Whether the session has seen a CPU / GPU temperature or a fan at all.
+    bool sawCPU() const { return m_sawCPU; }
+    bool sawGPU() const { return m_sawGPU; }
+    bool sawFans() const { return m_sawFans; }
     // The session's summary, as summaryOf() writes it.
-    QString doneSummary() const { return summaryOf(m_peakCPU, m_peakGPU, m_throttleCount); }
+    QString doneSummary() const;
     // "Your Mac stayed cool · peak CPU 71° / GPU 64°", or "ran warm" with any
-    // throttling or a CPU peak of warmPeakCPU or more.
-    static QString summaryOf(double peakCPU, double peakGPU, int throttleCount);
+    // throttling or a CPU peak of warmPeakCPU or more. A peak that was never
+    // read shows as "—", and without a CPU reading nor throttling there is no
+    // verdict at all: nothing is known to have stayed cool.
+    static QString summaryOf(std::optional<double> peakCPU, std::optional<double> peakGPU, int throttleCount);
+    // "71°", or "—" when there was no reading.
+    static QString degreesOrDash(std::optional<double> value);
 
     // "7m 05s" below an hour, "2h 03m" from an hour on; negative counts as 0.
     static QString durationString(double seconds);
@@ -129,6 +138,9 @@ private:
     int m_throttleCount = 0;
     RenderPowerStatus m_powerStatus;
     bool m_lastThrottled = false;
+    bool m_sawCPU = false;
+    bool m_sawGPU = false;
+    bool m_sawFans = false;
     bool m_priorLid = false;
     bool m_priorDrives = false;
     bool m_changedLid = false;

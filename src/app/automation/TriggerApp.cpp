@@ -16,25 +16,37 @@ QJsonArray TriggerApp::encodeList(const QList<TriggerApp>& apps)
     return array;
 }
 
-std::optional<QList<TriggerApp>> TriggerApp::decodeList(const QJsonArray& array)
+namespace {
+
+std::optional<TriggerApp> decode(const QJsonValue& element)
+{
+    const QJsonObject object = element.toObject();
+    const QJsonValue id = object.value(QStringLiteral("bundleID"));
+    const QJsonValue name = object.value(QStringLiteral("name"));
+    const QJsonValue cooling = object.value(QStringLiteral("cooling"));
+    if (!element.isObject() || !id.isString() || !name.isString())
+        return std::nullopt;
+    TriggerApp app{id.toString(), name.toString(), std::nullopt};
+    if (!cooling.isUndefined() && !cooling.isNull()) {
+        app.cooling
+            = cooling.isString() ? core::CoolingProfile::fromRawValue(cooling.toString().toStdString()) : std::nullopt;
+        if (!app.cooling)
+            return std::nullopt;
+    }
+    return app;
+}
+
+} // namespace
+
+QList<TriggerApp> TriggerApp::decodeList(const QJsonArray& array, bool* complete)
 {
     QList<TriggerApp> apps;
     for (const QJsonValue& element : array) {
-        const QJsonObject object = element.toObject();
-        const QJsonValue id = object.value(QStringLiteral("bundleID"));
-        const QJsonValue name = object.value(QStringLiteral("name"));
-        const QJsonValue cooling = object.value(QStringLiteral("cooling"));
-        if (!element.isObject() || !id.isString() || !name.isString())
-            return std::nullopt;
-        TriggerApp app{id.toString(), name.toString(), std::nullopt};
-        if (!cooling.isUndefined() && !cooling.isNull()) {
-            app.cooling = cooling.isString() ? core::CoolingProfile::fromRawValue(cooling.toString().toStdString())
-                                             : std::nullopt;
-            if (!app.cooling)
-                return std::nullopt;
-        }
-        apps.append(app);
+        if (const auto app = decode(element))
+            apps.append(*app);
     }
+    if (complete)
+        *complete = apps.size() == array.size();
     return apps;
 }
 

@@ -20,11 +20,12 @@ struct TriggerApp {
 
     bool operator==(const TriggerApp&) const = default;
 
-    // The stored form of a list. decodeList refuses the whole list (nullopt)
-    // when any element is not an object with a text bundleID and name, or
-    // has a cooling that is no profile's raw value.
+    // The stored form of a list. decodeList keeps the elements it can read
+    // and skips any that is not an object with a text bundleID and name, or
+    // has a cooling that is no profile's raw value; complete, when given,
+    // says whether none was skipped.
     static QJsonArray encodeList(const QList<TriggerApp>& apps);
-    static std::optional<QList<TriggerApp>> decodeList(const QJsonArray& array);
+    static QList<TriggerApp> decodeList(const QJsonArray& array, bool* complete = nullptr);
 };
 
 } // namespace quillon::app

@@ -1,5 +1,6 @@
 #include "TriggerManager.h"
 
+#include "app/Lang.h"
 #include "app/Settings.h"
 #include "app/fan/FanController.h"
 #include "app/power/PowerSource.h"
@@ -23,7 +24,10 @@ TriggerManager::TriggerManager(Parts parts, QObject* parent)
     m_enabled = settings.flag(Key::triggersEnabled);
     m_onAC = settings.flag(Key::triggerOnAC);
     m_extDisplay = settings.flag(Key::triggerExtDisplay);
-    loadApps(TriggerApp::decodeList(settings.jsonArray(Key::triggerApps)).value_or(QList<TriggerApp>()));
+    bool complete = true;
+    loadApps(TriggerApp::decodeList(settings.jsonArray(Key::triggerApps), &complete));
+    if (!complete)
+        settings.keepUnreadable(Key::triggerApps);
 
     if (m_parts.apps)
         connect(m_parts.apps, &platform::RunningApps::changed, this, &TriggerManager::evaluate);
@@ -37,6 +41,11 @@ TriggerManager::TriggerManager(Parts parts, QObject* parent)
 }
 
 TriggerManager::~TriggerManager() = default;
+
+QString TriggerManager::saveError() const
+{
+    return m_parts.settings->writeError();
+}
 
 void TriggerManager::setAutomationEnabled(bool on)
 {
@@ -112,12 +121,24 @@ void TriggerManager::storeApps()
 
 QList<platform::RunningApps::App> TriggerManager::installedApps() const
 {
-    return m_parts.apps ? m_parts.apps->installed() : QList<platform::RunningApps::App>();
+    QList<platform::RunningApps::App> apps
+        = m_parts.apps ? m_parts.apps->installed() : QList<platform::RunningApps::App>();
+    for (auto& app : apps)
+        app.name = localName(app);
+    return apps;
 }
 
 std::optional<platform::RunningApps::App> TriggerManager::installedApp(const QString& id) const
 {
-    return m_parts.apps ? m_parts.apps->find(id) : std::nullopt;
+    auto app = m_parts.apps ? m_parts.apps->find(id) : std::nullopt;
+    if (app)
+        app->name = localName(*app);
+    return app;
+}
+
+QString TriggerManager::localName(const platform::RunningApps::App& app) const
+{
+    return !app.germanName.isEmpty() && Lang::isGerman(*m_parts.settings) ? app.germanName : app.name;
 }
 
 bool TriggerManager::batteryLow() const

@@ -65,6 +65,9 @@ public:
     // Set once by the keep-awake manager; without it no cooling is asked for.
     void setCoolingSink(FanController* fan) { m_coolingSink = fan; }
 
+    // Why the last change of a rule did not reach the settings file (it holds
+    // until the app ends, and is lost then); empty when it did.
+    QString saveError() const;
     bool automationEnabled() const { return m_enabled; }
     bool keepAwakeOnAC() const { return m_onAC; }
     bool keepAwakeOnExternalDisplay() const { return m_extDisplay; }
@@ -83,7 +86,8 @@ public:
     bool removeApp(const QString& bundleID);
     void setCooling(std::optional<Kind> cooling, const QString& bundleID);
 
-    // The installed applications the rules can name.
+    // The installed applications the rules can name, by the name the user
+    // reads: the entry's German one for a German user, where it has one.
     QList<platform::RunningApps::App> installedApps() const;
     std::optional<platform::RunningApps::App> installedApp(const QString& id) const;
 
@@ -105,6 +109,7 @@ signals:
     void activeChanged();
 
 private:
+    QString localName(const platform::RunningApps::App& app) const;
     // The rules that hold: the two switches' and the matched apps' text.
     struct Reasons {
         bool onAC = false;

@@ -12,16 +12,17 @@ QJsonArray DriveItem::encodeList(const QList<DriveItem>& items)
     return array;
 }
 
-std::optional<QList<DriveItem>> DriveItem::decodeList(const QJsonArray& array)
+QList<DriveItem> DriveItem::decodeList(const QJsonArray& array, bool* complete)
 {
     QList<DriveItem> items;
     for (const QJsonValue& element : array) {
         const QJsonValue path = element.toObject().value(QStringLiteral("path"));
         const QJsonValue name = element.toObject().value(QStringLiteral("name"));
-        if (!element.isObject() || !path.isString() || !name.isString())
-            return std::nullopt;
-        items.append({path.toString(), name.toString()});
+        if (path.isString() && name.isString())
+            items.append({path.toString(), name.toString()});
     }
+    if (complete)
+        *complete = items.size() == array.size();
     return items;
 }
 

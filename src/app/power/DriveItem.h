@@ -4,7 +4,6 @@
 #include <QList>
 #include <QMetaType>
 #include <QString>
-#include <optional>
 
 namespace quillon::app {
 
@@ -20,10 +19,11 @@ public:
 
     bool operator==(const DriveItem&) const = default;
 
-    // The stored form of a list. decodeList refuses the whole list (nullopt)
-    // when any element is not an object with a text "path" and "name".
+    // The stored form of a list. decodeList keeps the elements it can read
+    // and skips any that is not an object with a text "path" and "name";
+    // complete, when given, says whether none was skipped.
     static QJsonArray encodeList(const QList<DriveItem>& items);
-    static std::optional<QList<DriveItem>> decodeList(const QJsonArray& array);
+    static QList<DriveItem> decodeList(const QJsonArray& array, bool* complete = nullptr);
 };
 
 } // namespace quillon::app

@@ -33,8 +33,10 @@ DriveManager::DriveManager(Parts parts, QObject* parent)
 {
     m_mailbox->target = this;
     m_enabled = m_settings.flag(Settings::Key::driveAliveEnabled);
-    m_drives
-        = DriveItem::decodeList(m_settings.jsonArray(Settings::Key::driveAliveDrives)).value_or(QList<DriveItem>{});
+    bool complete = true;
+    m_drives = DriveItem::decodeList(m_settings.jsonArray(Settings::Key::driveAliveDrives), &complete);
+    if (!complete)
+        m_settings.keepUnreadable(Settings::Key::driveAliveDrives);
     m_intervalSeconds = m_settings.driveAliveIntervalS();
     m_timer.setTimerType(Qt::CoarseTimer);
     connect(&m_timer, &QTimer::timeout, this, &DriveManager::timerFired);

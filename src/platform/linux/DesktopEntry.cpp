@@ -150,6 +150,8 @@ std::optional<DesktopEntry> DesktopEntry::parse(const QByteArray& text, const QS
         const QString value = unescapeValue(line.mid(eq + 1).trimmed());
         if (key == QLatin1String("Name"))
             name = value;
+        else if (key == QLatin1String("Name[de]"))
+            entry.germanName = value;
         else if (key == QLatin1String("Exec"))
             exec = value;
         else if (key == QLatin1String("TryExec"))

@@ -19,6 +19,7 @@ namespace quillon::platform::linux_ {
 struct DesktopEntry {
     QString id;
     QString name;
+    QString germanName; // Name[de], for German users; may be empty
     QString icon;
     bool shown = true; // false: NoDisplay, or not for this kind of program
     QString program;   // an absolute path or a bare name; empty when none can be matched

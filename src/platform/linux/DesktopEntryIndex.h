@@ -15,7 +15,8 @@ namespace quillon::platform::linux_ {
 
 // The desktop entries of the applications folders under the XDG data
 // directories, by id. Where two folders hold the same id the earlier one
-// wins, as the XDG base directory rules say.
+// wins, as the XDG base directory rules say, even when it is no application
+// (a user's Hidden=true copy hides the system's entry).
 //
 // The folders are read on a thread of their own (see DesktopEntryScanner),
 // never on the caller's: once at construction, and after a change (an

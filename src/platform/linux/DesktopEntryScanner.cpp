@@ -36,11 +36,13 @@ struct DesktopEntryScanner::Walk {
     quint64 generation = 0; // marks what this scan saw; the rest is forgotten
     Result result;
     int filesSeen = 0;
+    // Every id met so far, usable or not: a user's Hidden=true copy hides the system's entry.
+    QSet<QString> ids;
 };
 
 DesktopEntryScanner::Result DesktopEntryScanner::scan(const QStringList& dataDirs, const QSet<QString>& changedFolders)
 {
-    Walk walk{changedFolders, !m_scanned || changedFolders.isEmpty(), ++m_generation, {}, 0};
+    Walk walk{changedFolders, !m_scanned || changedFolders.isEmpty(), ++m_generation, {}, 0, {}};
     for (const QString& dataDir : dataDirs) {
         const QString root = dataDir + QStringLiteral("/applications");
         this->walk(walk, root, root, 0);
@@ -67,8 +69,9 @@ void DesktopEntryScanner::walk(Walk& walk, const QString& root, const QString& f
         // "kde/okular.desktop" under applications/ is "kde-okular".
         QString id = prefix + file.name.chopped(8);
         id.replace(QLatin1Char('/'), QLatin1Char('-'));
-        if (walk.result.entries.contains(id))
+        if (walk.ids.contains(id))
             continue;
+        walk.ids.insert(id);
         const QString path = folder + QLatin1Char('/') + file.name;
         // A folder nobody changed holds the files it held, and a name that
         // stands for the same inode the same file: neither is looked at.

@@ -22,10 +22,18 @@ FreedesktopNotifications::FreedesktopNotifications(const QDBusConnection& bus, Q
     : platform::NotificationCenter(parent)
     , m_bus(bus)
 {
-    m_bus.connect(kService, kPath, kInterface, QStringLiteral("ActionInvoked"), this,
-        SLOT(onActionInvoked(uint, QString)));
     m_bus.connect(
-        kService, kPath, kInterface, QStringLiteral("NotificationClosed"), this, SLOT(onClosed(uint, uint)));
+        kService, kPath, kInterface, QStringLiteral("ActionInvoked"), this, SLOT(onActionInvoked(uint, QString)));
+    m_bus.connect(kService, kPath, kInterface, QStringLiteral("NotificationClosed"), this, SLOT(onClosed(uint, uint)));
+    const QDBusMessage capabilities
+        = QDBusMessage::createMethodCall(kService, kPath, kInterface, QStringLiteral("GetCapabilities"));
+    auto* watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(capabilities, kCallTimeoutMs), this);
+    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this](QDBusPendingCallWatcher* w) {
+        w->deleteLater();
+        const QDBusPendingReply<QStringList> reply = *w;
+        if (!reply.isError())
+            m_bodyMarkup = reply.value().contains(QStringLiteral("body-markup"));
+    });
 }
 
 bool FreedesktopNotifications::available()
@@ -47,8 +55,8 @@ void FreedesktopNotifications::post(const QString& title, const QString& body, c
         {QStringLiteral("sound-name"), QStringLiteral("message-new-instant")},
     };
     QDBusMessage call = QDBusMessage::createMethodCall(kService, kPath, kInterface, QStringLiteral("Notify"));
-    call << QStringLiteral("Quillon") << static_cast<uint>(replacesId) << QStringLiteral("quillon") << title << body
-         << flatActions << hints << kServerDefaultExpiry;
+    call << QStringLiteral("Quillon") << static_cast<uint>(replacesId) << QStringLiteral("org.quillon.Quillon") << title
+         << (m_bodyMarkup ? body.toHtmlEscaped() : body) << flatActions << hints << kServerDefaultExpiry;
     auto* watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(call, kCallTimeoutMs), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, posted](QDBusPendingCallWatcher* w) {
         w->deleteLater();

@@ -8,7 +8,9 @@ namespace quillon::platform::linux_ {
 
 // The desktop's org.freedesktop.Notifications service on the session bus.
 // Calls are asynchronous, so a slow or hung notification server never stalls
-// the app. Only our own notifications' actions are reported.
+// the app. Only our own notifications' actions are reported. Bodies are text,
+// never markup: where the server reads markup in them, they are escaped (also
+// while it has not said yet whether it does).
 class FreedesktopNotifications : public platform::NotificationCenter {
     Q_OBJECT
 public:
@@ -27,6 +29,7 @@ private slots:
 private:
     QDBusConnection m_bus;
     QList<quint32> m_ours; // ids of our notifications still on screen
+    bool m_bodyMarkup = true;
 };
 
 } // namespace quillon::platform::linux_

@@ -18,7 +18,7 @@ const QString kSystemdManager = QStringLiteral("org.freedesktop.systemd1.Manager
 
 RunningApps::App appOf(const DesktopEntry& entry)
 {
-    return {entry.id, entry.name, entry.icon};
+    return {entry.id, entry.name, entry.icon, entry.germanName};
 }
 
 } // namespace

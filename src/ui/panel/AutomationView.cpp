@@ -18,6 +18,7 @@ const QString kNone = QStringLiteral("none");
 AutomationView::AutomationView(app::TriggerManager& triggers, app::Settings& settings, QObject* parent)
     : QObject(parent)
     , m_triggers(triggers)
+    , m_settings(settings)
 {
     connect(&triggers, &app::TriggerManager::activeChanged, this, &AutomationView::changed);
     connect(&triggers, &app::TriggerManager::rulesChanged, this, &AutomationView::changed);
@@ -28,6 +29,8 @@ AutomationView::AutomationView(app::TriggerManager& triggers, app::Settings& set
         if (key == QLatin1String(app::Settings::Key::appLanguage)) {
             emit changed();
             emit appsChanged();
+        } else if (key == QLatin1String(app::Settings::Key::lowBatteryAutoStop)) {
+            emit changed();
         }
     });
 }
@@ -41,6 +44,11 @@ QString AutomationView::iconUrl(const QString& icon)
 QString AutomationView::summary() const
 {
     return PanelTexts::automationSummary(m_triggers);
+}
+
+bool AutomationView::batteryStop() const
+{
+    return m_settings.flag(app::Settings::Key::lowBatteryAutoStop);
 }
 
 QString AutomationView::note() const

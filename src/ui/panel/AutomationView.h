@@ -18,6 +18,7 @@ class AutomationView : public QObject {
     Q_OBJECT
     Q_PROPERTY(QString summary READ summary NOTIFY changed)
     Q_PROPERTY(QString note READ note NOTIFY changed)
+    Q_PROPERTY(bool batteryStop READ batteryStop NOTIFY changed)
     Q_PROPERTY(QVariantList apps READ apps NOTIFY appsChanged)
     Q_PROPERTY(QVariantList coolingChoices READ coolingChoices NOTIFY changed)
     Q_PROPERTY(bool pickerShown READ pickerShown WRITE setPickerShown NOTIFY pickerChanged)
@@ -31,6 +32,9 @@ public:
     static constexpr int kMaxCandidates = 12;
 
     AutomationView(app::TriggerManager& triggers, app::Settings& settings, QObject* parent = nullptr);
+
+    // Whether the low-battery stop is on, which holds automation off at 12 % too.
+    bool batteryStop() const;
 
     QString summary() const;
     QString note() const;
@@ -62,6 +66,7 @@ signals:
 
 private:
     app::TriggerManager& m_triggers;
+    const app::Settings& m_settings;
     bool m_pickerShown = false;
     QString m_query;
     QVariantList m_installed; // {id, name, icon}, read when the picker opens

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
 
 namespace quillon::ui {
 
@@ -67,9 +68,21 @@ QString RenderView::project() const
 
 QString RenderView::progressText() const
 {
+    using Unreachable = app::DaVinciMonitor::Unreachable;
     const app::DaVinciMonitor& davinci = m_render.monitor();
-    if (!davinci.available())
+    switch (davinci.unreachable()) {
+    case Unreachable::none:
+        break;
+    case Unreachable::noInterpreter:
+        return tr("Following DaVinci Resolve needs Python 3 (%1 is missing)").arg(davinci.interpreter());
+    case Unreachable::notInstalled:
+        return tr("DaVinci Resolve's scripting is not installed (%1)").arg(davinci.scriptingFolder());
+    case Unreachable::notRunning:
+        return tr("DaVinci Resolve is not running, or its external scripting is off (Preferences › System › "
+                  "General › External scripting using: Local)");
+    case Unreachable::unknown:
         return tr("Waiting for DaVinci Resolve");
+    }
     if (davinci.jobIndex() > 0)
         return tr("Job %1 of %2 · %3 %").arg(davinci.jobIndex()).arg(davinci.jobTotal()).arg(davinci.percent());
     return davinci.rendering() ? tr("Rendering") : tr("No render running");
@@ -100,10 +113,14 @@ QString RenderView::peaksText() const
 {
     const QString throttling = m_render.throttleCount() != 0 ? QStringLiteral("%1×").arg(m_render.throttleCount())
                                                              : app::RenderModeManager::tr("never");
-    return tr("Peaks: CPU %1 / GPU %2 · fans %3 rpm · throttling %4")
-        .arg(degrees(m_render.peakCPU()), degrees(m_render.peakGPU()))
-        .arg(m_render.peakRPM())
-        .arg(throttling);
+    using app::RenderModeManager;
+    const auto peak = [](bool seen, double value) {
+        return seen ? std::optional(value) : std::nullopt;
+    };
+    return tr("Peaks: CPU %1 / GPU %2 · fans %3 · throttling %4")
+        .arg(RenderModeManager::degreesOrDash(peak(m_render.sawCPU(), m_render.peakCPU())),
+            RenderModeManager::degreesOrDash(peak(m_render.sawGPU(), m_render.peakGPU())),
+            m_render.sawFans() ? tr("%1 rpm").arg(m_render.peakRPM()) : QStringLiteral("—"), throttling);
 }
 
 QString RenderView::powerText() const
@@ -115,7 +132,23 @@ QString RenderView::finishedText() const
 {
     if (!m_render.enabled() || !m_render.monitor().justFinished())
         return {};
-    return tr("Render finished — %1").arg(m_render.doneSummary());
+    switch (m_render.monitor().outcome()) {
+    case app::DaVinciMonitor::Outcome::complete:
+        return tr("Render finished — %1").arg(m_render.doneSummary());
+    case app::DaVinciMonitor::Outcome::cancelled:
+        return tr("Render cancelled");
+    case app::DaVinciMonitor::Outcome::failed:
+        return tr("Render failed");
+    case app::DaVinciMonitor::Outcome::stopped:
+    case app::DaVinciMonitor::Outcome::none:
+        break;
+    }
+    return tr("Render stopped, not reported complete");
+}
+
+bool RenderView::finishedComplete() const
+{
+    return m_render.monitor().outcome() == app::DaVinciMonitor::Outcome::complete;
 }
 
 QString RenderView::lastSummary() const

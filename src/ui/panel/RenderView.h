@@ -27,6 +27,7 @@ class RenderView : public QObject {
     Q_PROPERTY(QString peaksText READ peaksText NOTIFY changed)
     Q_PROPERTY(QString powerText READ powerText NOTIFY changed)
     Q_PROPERTY(QString finishedText READ finishedText NOTIFY changed)
+    Q_PROPERTY(bool finishedComplete READ finishedComplete NOTIFY changed)
     Q_PROPERTY(QString lastSummary READ lastSummary NOTIFY changed)
 
 public:
@@ -48,8 +49,11 @@ public:
     // "Peaks: CPU 78° / GPU 64° · fans 4100 rpm · throttling never".
     QString peaksText() const;
     QString powerText() const;
-    // After a render finished while on: "Render finished" with the summary; else "".
+    // After a render ended while on: "Render finished" with the summary when
+    // its job completed, else that it was cancelled, failed or stopped; else "".
     QString finishedText() const;
+    // Whether the render behind finishedText completed.
+    bool finishedComplete() const;
     // The last session's summary, while off; "" before any session.
     QString lastSummary() const;
 

@@ -27,7 +27,12 @@ ExpandableSection {
     }
 
     Caption {
-        text: qsTr("Keeps the Mac awake by itself while a rule holds, and cools it as the running apps ask. Holds nothing on battery at 12 % or less.")
+        text: qsTr("Keeps the Mac awake by itself while a rule holds, and cools it as the running apps ask.")
+    }
+    Caption {
+        objectName: "batteryStopCaption"
+        text: qsTr("Holds nothing on battery at 12 % or less.")
+        visible: section.automationView.batteryStop
     }
     SwitchRow {
         objectName: "onACSwitch"
@@ -42,6 +47,7 @@ ExpandableSection {
         onToggled: section.triggers.keepAwakeOnExternalDisplay = checked
     }
     Label {
+        textFormat: Text.PlainText
         objectName: "appsHeading"
         text: qsTr("While these apps run")
         font.bold: true
@@ -65,6 +71,7 @@ ExpandableSection {
                 Layout.preferredHeight: 20
             }
             Label {
+                textFormat: Text.PlainText
                 objectName: "appName"
                 text: modelData.name
                 elide: Text.ElideRight
@@ -121,10 +128,26 @@ ExpandableSection {
                 required property var modelData
                 objectName: "candidate_" + modelData.id
                 text: modelData.name
-                icon.source: modelData.icon
-                icon.color: "transparent"
                 Layout.fillWidth: true
                 onClicked: section.automationView.add(modelData.id)
+                // Drawn here rather than by the style, whose label would read
+                // markup in an entry's Name.
+                contentItem: RowLayout {
+                    spacing: 8
+                    Image {
+                        source: modelData.icon
+                        visible: source.toString() !== ""
+                        sourceSize: Qt.size(22, 22)
+                        Layout.preferredWidth: 22
+                        Layout.preferredHeight: 22
+                    }
+                    Label {
+                        textFormat: Text.PlainText
+                        text: modelData.name
+                        elide: Text.ElideRight
+                        Layout.fillWidth: true
+                    }
+                }
             }
         }
     }

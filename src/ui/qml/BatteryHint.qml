@@ -4,6 +4,7 @@ import QtQuick.Layouts
 
 // The battery's charge and where its power goes; hidden without a battery.
 Label {
+    textFormat: Text.PlainText
     required property QtObject panel
 
     objectName: "batteryHint"

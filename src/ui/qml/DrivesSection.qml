@@ -68,6 +68,7 @@ ExpandableSection {
         }
     }
     Label {
+        textFormat: Text.PlainText
         text: qsTr("Add a drive")
         font.bold: true
     }
@@ -82,6 +83,12 @@ ExpandableSection {
             text: "+ " + modelData.name
             flat: true
             onClicked: section.driveView.add(modelData.path, modelData.name)
+            // A volume's label is outside text: never read as markup.
+            contentItem: Label {
+                textFormat: Text.PlainText
+                text: "+ " + modelData.name
+                elide: Text.ElideMiddle
+            }
         }
     }
 }

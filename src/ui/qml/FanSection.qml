@@ -35,6 +35,7 @@ ExpandableSection {
     Repeater {
         model: section.fanView.fanCount
         Label {
+            textFormat: Text.PlainText
             required property int index
             objectName: "fanSpeed"
             text: section.fanView.fanSpeeds[index] ?? ""
@@ -95,12 +96,14 @@ ExpandableSection {
             onPressedChanged: if (!pressed) section.fanView.commitSlider()
         }
         Label {
+            textFormat: Text.PlainText
             text: Math.round(floor.value) + " %"
             Layout.preferredWidth: 44
             horizontalAlignment: Text.AlignRight
         }
     }
     Label {
+        textFormat: Text.PlainText
         visible: section.manual
         text: qsTr("Boost for")
         font.bold: true
@@ -114,6 +117,7 @@ ExpandableSection {
         onChosen: seconds => section.fanView.chooseBoost(seconds)
     }
     Label {
+        textFormat: Text.PlainText
         objectName: "boostCountdown"
         visible: text !== ""
         text: section.fanView.boostCountdown

@@ -37,6 +37,7 @@ ExpandableSection {
         }
     }
     Label {
+        textFormat: Text.PlainText
         objectName: "stayAwakeFor"
         text: qsTr("Stay awake for")
         font.bold: true

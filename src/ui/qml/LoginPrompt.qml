@@ -18,6 +18,7 @@ ColumnLayout {
     Layout.bottomMargin: 8
 
     Label {
+        textFormat: Text.PlainText
         text: qsTr("Start Quillon automatically at login?")
         wrapMode: Text.WordWrap
         Layout.fillWidth: true

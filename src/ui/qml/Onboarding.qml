@@ -221,6 +221,7 @@ Rectangle {
                     border.width: 1
 
                     Text {
+                        textFormat: Text.PlainText
                         objectName: "pageEmoji"
                         anchors.centerIn: parent
                         text: pageItem.content.emoji || ""
@@ -233,6 +234,7 @@ Rectangle {
                     height: 26
                 }
                 Text {
+                    textFormat: Text.PlainText
                     objectName: "pageTitle"
                     width: parent.width
                     horizontalAlignment: Text.AlignHCenter
@@ -259,6 +261,7 @@ Rectangle {
                     height: 16
                 }
                 Text {
+                    textFormat: Text.PlainText
                     objectName: "pageBody"
                     width: parent.width
                     horizontalAlignment: Text.AlignHCenter

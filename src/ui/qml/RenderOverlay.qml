@@ -20,12 +20,14 @@ Rectangle {
         spacing: 14
 
         Label {
+            textFormat: Text.PlainText
             text: qsTr("Render Mode")
             color: "#9aa4ae"
             font.pixelSize: 18
             Layout.alignment: Qt.AlignHCenter
         }
         Label {
+            textFormat: Text.PlainText
             objectName: "overlayElapsed"
             text: overlay.render.elapsed
             color: "white"
@@ -34,6 +36,7 @@ Rectangle {
             Layout.alignment: Qt.AlignHCenter
         }
         Label {
+            textFormat: Text.PlainText
             text: overlay.render.project
             visible: text !== ""
             color: "white"
@@ -43,9 +46,10 @@ Rectangle {
             horizontalAlignment: Text.AlignHCenter
         }
         Label {
+            textFormat: Text.PlainText
             objectName: "overlayProgress"
             text: overlay.render.finishedText !== "" ? overlay.render.finishedText : overlay.render.progressText
-            color: overlay.render.finishedText !== "" ? "#8fe3a3" : "#d7dde3"
+            color: overlay.render.finishedText !== "" && overlay.render.finishedComplete ? "#8fe3a3" : "#d7dde3"
             font.pixelSize: 20
             wrapMode: Text.WordWrap
             Layout.fillWidth: true
@@ -59,12 +63,14 @@ Rectangle {
             Layout.fillWidth: true
         }
         Label {
+            textFormat: Text.PlainText
             text: overlay.render.liveText
             color: "#d7dde3"
             font.pixelSize: 18
             Layout.alignment: Qt.AlignHCenter
         }
         Label {
+            textFormat: Text.PlainText
             text: overlay.render.peaksText
             color: "#9aa4ae"
             font.pixelSize: 15
@@ -73,6 +79,7 @@ Rectangle {
             horizontalAlignment: Text.AlignHCenter
         }
         Label {
+            textFormat: Text.PlainText
             text: overlay.render.powerText
             visible: text !== ""
             color: "#9aa4ae"

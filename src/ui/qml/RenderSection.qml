@@ -28,6 +28,7 @@ ExpandableSection {
         text: qsTr("For long renders: keeps the system and network awake, external drives spinning and, with the fan helper, the closed lid awake and the fans on balanced. Follows DaVinci Resolve's render queue and dims every screen with live figures.")
     }
     Label {
+        textFormat: Text.PlainText
         objectName: "renderProgress"
         visible: section.render.enabled
         text: section.render.progressText

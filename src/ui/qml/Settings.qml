@@ -74,6 +74,7 @@ Pane {
         RowLayout {
             Layout.fillWidth: true
             Label {
+                textFormat: Text.PlainText
                 text: qsTr("Language")
                 Layout.fillWidth: true
             }
@@ -114,6 +115,7 @@ Pane {
                 onClicked: Qt.openUrlExternally(root.settings.downloadTarget)
             }
             Label {
+                textFormat: Text.PlainText
                 objectName: "upToDate"
                 visible: root.settings.checkedOnce && !root.settings.checking && root.settings.latestVersion === ""
                 text: qsTr("You're on the latest version.")
@@ -172,6 +174,7 @@ Pane {
         closePolicy: Popup.NoAutoClose
         title: qsTr("Language changed")
         Label {
+            textFormat: Text.PlainText
             width: parent.width
             wrapMode: Text.WordWrap
             text: qsTr("Restart Quillon so the language applies everywhere.")
@@ -207,6 +210,7 @@ Pane {
         ColumnLayout {
             width: parent.width
             Label {
+                textFormat: Text.PlainText
                 text: uninstallDialog.flow ? uninstallDialog.flow.text : ""
                 wrapMode: Text.WordWrap
                 Layout.fillWidth: true

@@ -27,6 +27,7 @@ ColumnLayout {
     RowLayout {
         Layout.fillWidth: true
         Label {
+            textFormat: Text.PlainText
             text: qsTr("Simulated load")
             font.bold: true
         }
@@ -41,6 +42,7 @@ ColumnLayout {
             onMoved: if (section.load) section.load.percent = value
         }
         Label {
+            textFormat: Text.PlainText
             text: Math.round(slider.value) + " %"
             Layout.preferredWidth: 44
             horizontalAlignment: Text.AlignRight

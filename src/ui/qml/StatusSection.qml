@@ -25,6 +25,7 @@ ColumnLayout {
             sourceSize: Qt.size(24, 24)
         }
         Label {
+            textFormat: Text.PlainText
             text: "Quillon"
             font.bold: true
             font.pixelSize: 16
@@ -41,6 +42,7 @@ ColumnLayout {
     Repeater {
         model: status.panel.statusLines.length
         Label {
+            textFormat: Text.PlainText
             required property int index
             objectName: "statusLine"
             text: status.panel.statusLines[index] ?? ""
@@ -55,6 +57,7 @@ ColumnLayout {
         Layout.fillWidth: true
         spacing: 8
         Label {
+            textFormat: Text.PlainText
             id: helperLine
             objectName: "helperLine"
             text: status.fanView.helperLine

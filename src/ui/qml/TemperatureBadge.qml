@@ -14,6 +14,7 @@ RowLayout {
     Layout.bottomMargin: 6
 
     Label {
+        textFormat: Text.PlainText
         objectName: "temperatures"
         text: fanView.temperatures
         Layout.fillWidth: true
@@ -26,6 +27,7 @@ RowLayout {
         implicitWidth: badgeText.implicitWidth + 14
         implicitHeight: badgeText.implicitHeight + 4
         Label {
+            textFormat: Text.PlainText
             id: badgeText
             objectName: "badgeText"
             anchors.centerIn: parent

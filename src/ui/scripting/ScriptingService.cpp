@@ -16,6 +16,8 @@
 #include "core/FanFloor.h"
 
 #include <QDBusConnectionInterface>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
 #include <QJsonDocument>
 #include <QPointer>
 #include <QTimer>
@@ -33,11 +35,13 @@ QString kindList(const QStringList& kinds)
 
 } // namespace
 
-ScriptingService::ScriptingService(app::SleepManager& manager, app::HelperLink& link, Hooks hooks, QObject* parent)
+ScriptingService::ScriptingService(
+    app::SleepManager& manager, app::HelperLink& link, Hooks hooks, uid_t servedUid, QObject* parent)
     : QObject(parent)
     , m_manager(manager)
     , m_link(link)
     , m_hooks(std::move(hooks))
+    , m_servedUid(servedUid)
 {
     new QuillonAdaptor(this); // owned by this
 }
@@ -57,11 +61,65 @@ bool ScriptingService::registerOn(QDBusConnection bus, QString& error)
         error = QStringLiteral("cannot take %1: %2").arg(service, bus.lastError().message());
         return false;
     }
+    m_callers.insert(bus.baseService(), true); // the calls it relays to itself
     return true;
+}
+
+bool ScriptingService::admitted()
+{
+    if (!calledFromDBus())
+        return true;
+    const QDBusMessage call = message();
+    const auto known = m_callers.constFind(call.service());
+    if (known != m_callers.cend() && *known)
+        return true;
+    QDBusConnection bus = connection();
+    if (known != m_callers.cend()) {
+        sendErrorReply(QDBusError::AccessDenied, QStringLiteral("Quillon serves only the user it runs as"));
+        return false;
+    }
+    // A caller not seen before: its user is asked of the bus without
+    // waiting, and the call answered once that is known.
+    setDelayedReply(true);
+    const QDBusMessage ask = QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.DBus"),
+                                 QStringLiteral("/org/freedesktop/DBus"), QStringLiteral("org.freedesktop.DBus"),
+                                 QStringLiteral("GetConnectionUnixUser"))
+        << call.service();
+    auto* watcher = new QDBusPendingCallWatcher(bus.asyncCall(ask), this);
+    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, bus, call](QDBusPendingCallWatcher* w) mutable {
+        w->deleteLater();
+        const QDBusPendingReply<uint> uid = *w;
+        const bool own = !uid.isError() && uid.value() == m_servedUid;
+        if (m_callers.size() >= kMaxCallers)
+            m_callers.removeIf([&](auto entry) { return entry.key() != bus.baseService(); });
+        m_callers.insert(call.service(), own);
+        if (!own) {
+            bus.send(call.createErrorReply(
+                QDBusError::AccessDenied, QStringLiteral("Quillon serves only the user it runs as")));
+            return;
+        }
+        // Served now by calling itself with the same arguments, and the
+        // answer handed on to the caller.
+        QDBusMessage again
+            = QDBusMessage::createMethodCall(bus.baseService(), call.path(), call.interface(), call.member());
+        again.setArguments(call.arguments());
+        // As long as the longest call may take: an install waits for the password dialog.
+        auto* relay = new QDBusPendingCallWatcher(bus.asyncCall(again, kRelayTimeoutMs), this);
+        connect(relay, &QDBusPendingCallWatcher::finished, this, [bus, call](QDBusPendingCallWatcher* r) mutable {
+            r->deleteLater();
+            const QDBusMessage answer = r->reply();
+            bus.send(answer.type() == QDBusMessage::ErrorMessage
+                    ? call.createErrorReply(answer.errorName(), answer.errorMessage())
+                    : call.createReply(answer.arguments()));
+        });
+    });
+    return false;
 }
 
 QString ScriptingService::Status()
 {
+    if (!admitted())
+        return {};
     const QJsonObject report = StatusReport::build(m_manager, m_link.isOpen(), m_hooks.iconState(),
         m_hooks.hotkeys ? m_hooks.hotkeys() : StatusReport::HotkeyStatus{});
     return QString::fromUtf8(QJsonDocument(report).toJson(QJsonDocument::Compact));
@@ -69,6 +127,8 @@ QString ScriptingService::Status()
 
 bool ScriptingService::StayAwake(const QStringList& kinds, const QString& until, QString& text)
 {
+    if (!admitted())
+        return false;
     if (kinds.isEmpty()) {
         text = QStringLiteral("no kind given");
         return false;
@@ -107,6 +167,8 @@ bool ScriptingService::StayAwake(const QStringList& kinds, const QString& until,
 
 bool ScriptingService::StopAwake(QString& text)
 {
+    if (!admitted())
+        return false;
     m_manager.applyNames({}, QDateTime());
     text = QStringLiteral("keep-awake off");
     return true;
@@ -122,6 +184,8 @@ bool ScriptingService::fanControlAvailable(QString& text) const
 
 bool ScriptingService::FansOff(QString& text)
 {
+    if (!admitted())
+        return false;
     if (!fanControlAvailable(text))
         return false;
     app::FanController::UserAction action(*m_manager.fan());
@@ -132,6 +196,8 @@ bool ScriptingService::FansOff(QString& text)
 
 bool ScriptingService::FansAuto(const QString& profile, QString& text)
 {
+    if (!admitted())
+        return false;
     if (!fanControlAvailable(text))
         return false;
     app::FanController& fan = *m_manager.fan();
@@ -154,6 +220,8 @@ bool ScriptingService::FansAuto(const QString& profile, QString& text)
 
 bool ScriptingService::FansManual(double percent, double seconds, QString& text)
 {
+    if (!admitted())
+        return false;
     if (!fanControlAvailable(text))
         return false;
     if (!std::isfinite(percent) || percent < 0 || percent > 100 || !std::isfinite(seconds) || seconds < 0) {
@@ -176,6 +244,8 @@ bool ScriptingService::FansManual(double percent, double seconds, QString& text)
 
 bool ScriptingService::SetLid(bool on, QString& text)
 {
+    if (!admitted())
+        return false;
     app::LidManager& lid = *m_manager.lid();
     lid.setEnabled(on);
     if (!on) {
@@ -197,6 +267,8 @@ bool ScriptingService::SetLid(bool on, QString& text)
 
 bool ScriptingService::CheckForUpdates(QString& text)
 {
+    if (!admitted())
+        return false;
     app::UpdateChecker& updates = *m_manager.updates();
     if (!updates.enabled()) {
         text = QStringLiteral("this build does not check for updates (its package manager brings them)");
@@ -209,6 +281,8 @@ bool ScriptingService::CheckForUpdates(QString& text)
 
 bool ScriptingService::SetRenderMode(bool on, QString& text)
 {
+    if (!admitted())
+        return false;
     m_manager.renderMode()->setEnabled(on);
     text = on ? QStringLiteral("Render Mode on") : QStringLiteral("Render Mode off");
     return true;
@@ -216,6 +290,8 @@ bool ScriptingService::SetRenderMode(bool on, QString& text)
 
 bool ScriptingService::Reset(QString& text)
 {
+    if (!admitted())
+        return false;
     m_manager.resetAll();
     text = QStringLiteral("keep-awake, closed lid, fan control and automation off");
     return true;
@@ -223,6 +299,8 @@ bool ScriptingService::Reset(QString& text)
 
 bool ScriptingService::AwakeWhile(qint64 pid, QString& text)
 {
+    if (!admitted())
+        return false;
     QString problem;
     if (!m_manager.processes()->keepAwakeWhile(pid, problem)) {
         text = problem;
@@ -234,6 +312,8 @@ bool ScriptingService::AwakeWhile(qint64 pid, QString& text)
 
 bool ScriptingService::SetAutomation(bool on, QString& text)
 {
+    if (!admitted())
+        return false;
     app::TriggerManager& triggers = *m_manager.triggers();
     triggers.setAutomationEnabled(on);
     if (on && !triggers.active() && triggers.ruleHolds()) {
@@ -247,11 +327,13 @@ bool ScriptingService::SetAutomation(bool on, QString& text)
         text = QStringLiteral("automation on, keeping awake: %1").arg(triggers.activeReason());
     else
         text = QStringLiteral("automation on; no rule holds now");
-    return true;
+    return saved(triggers, text);
 }
 
 bool ScriptingService::AddAutomationApp(const QString& id, const QString& cooling, QString& text)
 {
+    if (!admitted())
+        return false;
     app::TriggerManager& triggers = *m_manager.triggers();
     std::optional<core::CoolingProfile::Kind> kind;
     if (!cooling.isEmpty()) {
@@ -280,26 +362,41 @@ bool ScriptingService::AddAutomationApp(const QString& id, const QString& coolin
                 : QStringLiteral("%1 keeps awake while it runs").arg(installed->name);
     if (!triggers.automationEnabled())
         text += QStringLiteral(" (automation is off: quillon ctl auto on)");
-    return true;
+    return saved(triggers, text);
 }
 
 bool ScriptingService::RemoveAutomationApp(const QString& id, QString& text)
 {
+    if (!admitted())
+        return false;
     if (!m_manager.triggers()->removeApp(id)) {
         text = QStringLiteral("%1 is not on the list").arg(EchoedInput::of(id));
         return false;
     }
     text = QStringLiteral("%1 taken off the list").arg(id);
-    return true;
+    return saved(*m_manager.triggers(), text);
+}
+
+bool ScriptingService::saved(const app::TriggerManager& triggers, QString& text)
+{
+    const QString error = triggers.saveError();
+    if (error.isEmpty())
+        return true;
+    text += QStringLiteral(", but only until Quillon ends: %1").arg(error);
+    return false;
 }
 
 void ScriptingService::ShowPanel()
 {
+    if (!admitted())
+        return;
     m_hooks.showPanel();
 }
 
 void ScriptingService::ShowSettings()
 {
+    if (!admitted())
+        return;
     m_hooks.showSettings();
 }
 
@@ -324,6 +421,8 @@ std::function<void(const app::InstallResult&)> ScriptingService::laterReply(
 
 bool ScriptingService::InstallHelper(bool update, QString& text)
 {
+    if (!admitted())
+        return false;
     app::FanController& fan = *m_manager.fan();
     if (update && !fan.helperInstalled()) {
         text = QStringLiteral("the helper is not installed; 'quillon ctl helper install' installs it");
@@ -346,6 +445,8 @@ bool ScriptingService::InstallHelper(bool update, QString& text)
 
 bool ScriptingService::Uninstall(QString& text)
 {
+    if (!admitted())
+        return false;
     if (!m_hooks.uninstall || !calledFromDBus()) {
         text = QStringLiteral("this app cannot uninstall itself");
         return false;
@@ -356,6 +457,8 @@ bool ScriptingService::Uninstall(QString& text)
 
 void ScriptingService::Quit()
 {
+    if (!admitted())
+        return;
     // After the reply has gone out.
     QTimer::singleShot(0, this, [this] { m_hooks.quit(); });
 }

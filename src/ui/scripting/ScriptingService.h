@@ -5,15 +5,18 @@
 
 #include <QDBusConnection>
 #include <QDBusContext>
+#include <QHash>
 #include <QObject>
 #include <QString>
 #include <QStringList>
 #include <functional>
+#include <unistd.h>
 
 namespace quillon::app {
 class HelperLink;
 class SleepManager;
 struct InstallResult;
+class TriggerManager;
 } // namespace quillon::app
 
 namespace quillon::ui {
@@ -22,6 +25,10 @@ namespace quillon::ui {
 // /org/quillon/Quillon on the session bus (data/dbus/org.quillon.Quillon.xml;
 // the adaptor generated from it calls the methods below). Every method does
 // what the panel's control for it does, through the same model calls.
+//
+// It serves only the user it runs as: a bus may be open to other users, and
+// their calls are refused. Each caller's user is asked of the bus once,
+// asynchronously; a first call waits for that answer, never the GUI thread.
 class ScriptingService : public QObject, protected QDBusContext {
     Q_OBJECT
 public:
@@ -39,7 +46,9 @@ public:
         std::function<void(std::function<void(const app::InstallResult&)> done)> uninstall;
     };
 
-    ScriptingService(app::SleepManager& manager, app::HelperLink& link, Hooks hooks, QObject* parent = nullptr);
+    // servedUid: the one user whose calls are served.
+    ScriptingService(app::SleepManager& manager, app::HelperLink& link, Hooks hooks, uid_t servedUid = ::getuid(),
+        QObject* parent = nullptr);
 
     // Exports the object and takes the name; false (with the reason) when
     // the bus is missing or another instance holds the name.
@@ -70,15 +79,27 @@ public:
     void Quit();
 
 private:
+    static constexpr qsizetype kMaxCallers = 256;
+    static constexpr int kRelayTimeoutMs = 15 * 60 * 1000;
+
+    // Whether the current call may be served now. When not, it is answered
+    // later (once its caller's user is known) or refused, and the method
+    // returns at once with a value nobody reads.
+    bool admitted();
     bool fanControlAvailable(QString& text) const;
     // Answers the D-Bus call being served later, with (ok, text) from the
     // outcome; then runs after, when given.
     std::function<void(const app::InstallResult&)> laterReply(
         const QString& doneText, std::function<void()> after = {});
+    // False, with the reason added to text, when the change just made did not
+    // reach the settings file: a script must not take it for lasting.
+    static bool saved(const app::TriggerManager& triggers, QString& text);
 
     app::SleepManager& m_manager;
     app::HelperLink& m_link;
     Hooks m_hooks;
+    uid_t m_servedUid;
+    QHash<QString, bool> m_callers; // unique bus name -> runs as the served user
 };
 
 } // namespace quillon::ui

@@ -109,6 +109,22 @@ TEST_F(AutomationTest, AnUnknownDesktopIdIsRefused)
     EXPECT_TRUE(section("automation")["apps"].toArray().isEmpty());
 }
 
+// A rule the settings file does not take would be gone after a restart: the
+// script is told, with the reason, and does not take it for done.
+TEST_F(AutomationTest, ARuleThatCannotBeSavedIsReportedNotDone)
+{
+    const QString file = rig.demoDirectory() + "/Quillon.conf";
+    ASSERT_FALSE(rig.demoDirectory().isEmpty());
+    QFile::remove(file);
+    ASSERT_TRUE(QDir().mkdir(file)) << "a folder where the file should be";
+    const auto on = rig.ctl({"auto", "on"});
+    EXPECT_EQ(on.exitCode, 1);
+    EXPECT_NE(on.err.find("cannot be written"), std::string::npos) << on.err;
+
+    ASSERT_TRUE(QDir(file).removeRecursively());
+    EXPECT_EQ(rig.ctl({"auto", "off"}).exitCode, 0) << "saved again once the file can be written";
+}
+
 TEST_F(AutomationTest, AwakeRunsACommandHoldsWhileItRunsAndPassesOnItsStatus)
 {
     LineProcess ctl;

@@ -23,23 +23,25 @@ public:
         QString summary;
         QString body;
         QStringList actions;
+        QString icon;
     };
     QList<Shown> shown;
+    QStringList capabilities{"actions", "body"};
 
 public slots:
-    uint Notify(const QString&, uint replacesId, const QString&, const QString& summary, const QString& body,
+    uint Notify(const QString&, uint replacesId, const QString& icon, const QString& summary, const QString& body,
         const QStringList& actions, const QVariantMap&, int)
     {
         for (qsizetype i = 0; i < shown.size(); ++i) {
             if (shown[i].id == replacesId) {
-                shown[i] = {replacesId, summary, body, actions};
+                shown[i] = {replacesId, summary, body, actions, icon};
                 return replacesId;
             }
         }
-        shown.append({++m_lastId, summary, body, actions});
+        shown.append({++m_lastId, summary, body, actions, icon});
         return m_lastId;
     }
-    QStringList GetCapabilities() { return {"actions", "body"}; }
+    QStringList GetCapabilities() { return capabilities; }
 
 signals:
     void ActionInvoked(uint id, const QString& actionKey);
@@ -122,6 +124,45 @@ TEST_F(NotifierBus, LidReminderIsReplacedInEitherLanguageAndItsTurnOffCallsBack)
     EXPECT_TRUE(waitUntil([&] { return disabled == 1; }, 3s));
     waitUntil([] { return false; }, 200ms);
     EXPECT_EQ(disabled, 1);
+}
+
+// What a notification body carries (a project's or an app's name) is text:
+// a server that reads markup gets it escaped, one that does not gets it as
+// is. The icon is the one the app installs.
+TEST_F(NotifierBus, BodiesAreTextAndTheIconIsTheAppsOwn)
+{
+    const QString hostile = "Project <img src=\"http://127.0.0.1:9/x.png\"/> & <b>bold</b>";
+    waitUntil([] { return false; }, 200ms); // the server's capabilities reach the app
+    notifier->notify("🎬 Render finished", hostile);
+    ASSERT_TRUE(shownCount(1));
+    EXPECT_EQ(notifications.shown[0].body, hostile) << "this server reads no markup";
+    EXPECT_EQ(notifications.shown[0].icon, "org.quillon.Quillon");
+
+    notifications.capabilities << "body-markup";
+    quillon::platform::linux_::FreedesktopNotifications markupCenter(bus.connection());
+    quillon::app::Notifier markupNotifier(&markupCenter);
+    waitUntil([] { return false; }, 200ms); // the server's capabilities reach the app
+    markupNotifier.notify("🎬 Render finished", hostile);
+    ASSERT_TRUE(shownCount(2));
+    EXPECT_EQ(notifications.shown[1].body,
+        "Project &lt;img src=&quot;http://127.0.0.1:9/x.png&quot;/&gt; &amp; &lt;b&gt;bold&lt;/b&gt;");
+}
+
+// Two reminders faster than the server answers: still one on screen, and its
+// "Turn off" works.
+TEST_F(NotifierBus, TwoLidRemindersWithinOneRoundTripLeaveOne)
+{
+    int disabled = 0;
+    notifier->onLidReminderDisable = [&] {
+        ++disabled;
+    };
+    notifier->notifyLidStillOn();
+    notifier->notifyLidStillOn();
+    ASSERT_TRUE(shownCount(1));
+    waitUntil([] { return false; }, 300ms);
+    ASSERT_EQ(notifications.shown.size(), 1);
+    emit notifications.ActionInvoked(notifications.shown[0].id, "LID_OFF");
+    EXPECT_TRUE(waitUntil([&] { return disabled == 1; }, 3s));
 }
 
 } // namespace

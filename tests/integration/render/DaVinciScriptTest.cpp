@@ -8,6 +8,7 @@
 #include "support/EventLoop.h"
 #include "support/QStringPrinter.h"
 
+#include <QDir>
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -21,6 +22,23 @@ using quillon::test::waitUntil;
 using namespace std::chrono_literals;
 
 namespace {
+
+// A process of this pid is there and not a zombie.
+bool alive(const QByteArray& pid)
+{
+    QFile stat("/proc/" + pid.trimmed() + "/stat");
+    if (!stat.open(QIODevice::ReadOnly))
+        return false;
+    const QByteArray fields = stat.readAll();
+    const qsizetype end = fields.lastIndexOf(')');
+    return end > 0 && fields.mid(end + 2, 1) != "Z";
+}
+
+QJsonObject renderingJob(const char* status)
+{
+    return {{"running", true}, {"project", "Trailer"}, {"rendering", QLatin1String(status) == "Rendering"},
+        {"jobs", QJsonArray{QJsonObject{{"JobId", "b"}, {"JobStatus", status}, {"CompletionPercentage", 40}}}}};
+}
 
 class DaVinciScriptTest : public ::testing::Test {
 protected:
@@ -138,7 +156,106 @@ TEST_F(DaVinciScriptTest, AHungInterpreterIsKilledAndNeverPilesUp)
     const QList<QByteArray> started = file.readAll().trimmed().split('\n');
     EXPECT_EQ(started.size(), 2) << "one run at a time";
     for (const QByteArray& pid : started)
-        EXPECT_NE(::kill(pid.toInt(), 0), 0) << "run " << pid.toStdString() << " is still there";
+        EXPECT_TRUE(waitUntil([&] { return !alive(pid); }, 3s)) << "run " << pid.toStdString() << " is still there";
+}
+
+// The script runs isolated from the app's working directory (a json.py there
+// would run on every poll) and from the user's site packages, and writes
+// nothing into Resolve's folder.
+TEST_F(DaVinciScriptTest, ThePollerImportsNothingFromTheAppsFolder)
+{
+    const QString marker = dir.filePath("imported");
+    QFile planted(dir.filePath("json.py"));
+    ASSERT_TRUE(planted.open(QIODevice::WriteOnly));
+    planted.write("open(" + QJsonDocument(QJsonArray{marker}).toJson(QJsonDocument::Compact).mid(1).chopped(1)
+        + ", 'w').write('ran')\n");
+    planted.close();
+    const QString before = QDir::currentPath();
+    QDir::setCurrent(dir.path());
+    resolveIs(renderingJob("Rendering"));
+    DaVinciMonitor monitor(QUILLON_PYTHON, QUILLON_RESOLVE_STANDIN);
+    pollOnce(monitor);
+    QDir::setCurrent(before);
+    EXPECT_TRUE(monitor.available());
+    EXPECT_FALSE(QFile::exists(marker)) << "the app's folder was on the script's path";
+    EXPECT_FALSE(QDir(QUILLON_RESOLVE_STANDIN "/Modules/__pycache__").exists()) << "wrote into Resolve's folder";
+}
+
+// Whatever the interpreter starts goes with it, and stop() waits for none of
+// it: the run is reaped later, by the event loop.
+TEST_F(DaVinciScriptTest, ARunGoesWithEverythingItStartedAndStopDoesNotWait)
+{
+    const QString log = dir.filePath("log");
+    const QByteArray quoted = "'" + log.toLocal8Bit() + "'";
+    DaVinciMonitor monitor(interpreter("spawning",
+        "echo \"$1\" >> " + quoted + "; pwd >> " + quoted + "; sleep 30 & echo $! >> " + quoted + "; echo $$ >> "
+            + quoted + "; exec sleep 30"));
+    monitor.poll();
+    QList<QByteArray> lines;
+    ASSERT_TRUE(waitUntil([&] {
+        QFile file(log);
+        lines = file.open(QIODevice::ReadOnly) ? file.readAll().trimmed().split('\n') : QList<QByteArray>{};
+        return lines.size() == 4;
+    }));
+    EXPECT_EQ(lines[0], "-I") << "isolated from the user's site packages and PYTHON* variables";
+    EXPECT_EQ(lines[1], "/") << "run from the root, not the app's folder";
+    const QByteArray grandchild = lines[2];
+    const QByteArray run = lines[3];
+    monitor.stop();
+    EXPECT_TRUE(QFile::exists("/proc/" + run)) << "stop() reaped the run: it waited for it";
+    EXPECT_TRUE(waitUntil([&] { return !alive(run) && !alive(grandchild); }, 3s));
+    EXPECT_TRUE(waitUntil([&] { return !QFile::exists("/proc/" + run); }, 3s)) << "never reaped";
+}
+
+TEST_F(DaVinciScriptTest, ACancelledOrFailedRenderEndsAsSuch)
+{
+    DaVinciMonitor monitor(QUILLON_PYTHON, QUILLON_RESOLVE_STANDIN);
+    for (const auto& [status, outcome] : {std::pair{"Cancelled", DaVinciMonitor::Outcome::cancelled},
+             std::pair{"Failed", DaVinciMonitor::Outcome::failed},
+             std::pair{"Complete", DaVinciMonitor::Outcome::complete}}) {
+        resolveIs(renderingJob("Rendering"));
+        pollOnce(monitor);
+        ASSERT_TRUE(monitor.rendering());
+        resolveIs(renderingJob(status));
+        pollOnce(monitor);
+        EXPECT_TRUE(monitor.justFinished()) << status;
+        EXPECT_EQ(monitor.outcome(), outcome) << status;
+    }
+}
+
+// Why Resolve cannot be followed, where that is known; and the user's own
+// RESOLVE_SCRIPT_API is where its scripting is looked for.
+TEST_F(DaVinciScriptTest, WhyResolveCannotBeReachedIsKnown)
+{
+    using Unreachable = DaVinciMonitor::Unreachable;
+    DaVinciMonitor noPython(dir.filePath("no-python3"), QUILLON_RESOLVE_STANDIN);
+    noPython.poll();
+    EXPECT_EQ(noPython.unreachable(), Unreachable::noInterpreter);
+
+    QDir(dir.path()).mkdir("empty");
+    DaVinciMonitor notInstalled(QUILLON_PYTHON, dir.filePath("empty"));
+    pollOnce(notInstalled);
+    EXPECT_EQ(notInstalled.unreachable(), Unreachable::notInstalled);
+
+    DaVinciMonitor monitor(QUILLON_PYTHON, QUILLON_RESOLVE_STANDIN);
+    for (const auto& [state, why] : {std::pair{QJsonObject{{"running", false}}, Unreachable::notRunning},
+             std::pair{QJsonObject{{"raise", "boom"}}, Unreachable::unknown},
+             std::pair{renderingJob("Rendering"), Unreachable::none}}) {
+        resolveIs(state);
+        pollOnce(monitor);
+        EXPECT_EQ(monitor.unreachable(), why) << QJsonDocument(state).toJson().toStdString();
+    }
+
+    qputenv("RESOLVE_SCRIPT_API", QUILLON_RESOLVE_STANDIN);
+    const QByteArray ours = qgetenv("QUILLON_RESOLVE_SCRIPT_API");
+    qunsetenv("QUILLON_RESOLVE_SCRIPT_API");
+    DaVinciMonitor usersOwn(QUILLON_PYTHON);
+    qunsetenv("RESOLVE_SCRIPT_API");
+    if (!ours.isNull())
+        qputenv("QUILLON_RESOLVE_SCRIPT_API", ours);
+    EXPECT_EQ(usersOwn.scriptingFolder(), QUILLON_RESOLVE_STANDIN);
+    pollOnce(usersOwn);
+    EXPECT_TRUE(usersOwn.available());
 }
 
 } // namespace

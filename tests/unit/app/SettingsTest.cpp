@@ -5,6 +5,7 @@
 
 #include "support/Files.h"
 
+#include <QFile>
 #include <QFileInfo>
 #include <QJsonObject>
 #include <QSignalSpy>
@@ -155,6 +156,40 @@ TEST_F(SettingsTest, AFileThatIsNoSettingsFileIsMovedAsideNotReadOrLost)
     Settings big(path());
     EXPECT_EQ(big.coolingMode(), "auto");
     EXPECT_GT(QFileInfo(path() + ".unreadable").size(), SettingsFileCheck::kMaxBytes) << "kept, not deleted";
+}
+
+// A write the file does not take is reported until one succeeds again; as
+// root, permissions would not stop it, so the folder is made a file.
+TEST_F(SettingsTest, AWriteThatDoesNotReachTheFileIsReported)
+{
+    const QString folder = QFileInfo(path()).path() + "/config";
+    ASSERT_TRUE(quillon::test::writeFile(folder, "a file where the folder should be"));
+    Settings settings(folder + "/Quillon.conf");
+    settings.setFlag(Key::triggersEnabled, true);
+    EXPECT_TRUE(settings.writeError().contains(folder + "/Quillon.conf")) << settings.writeError().toStdString();
+
+    ASSERT_TRUE(QFile::remove(folder));
+    settings.setFlag(Key::triggersEnabled, true);
+    EXPECT_EQ(settings.writeError(), "");
+    EXPECT_TRUE(Settings(folder + "/Quillon.conf").flag(Key::triggersEnabled));
+}
+
+// Dotfile managers keep the file elsewhere and link to it: the link is
+// followed and written through, never moved aside or replaced.
+TEST_F(SettingsTest, ALinkedFileIsWrittenThroughTheLink)
+{
+    const QString target = QFileInfo(path()).path() + "/dotfiles/Quillon.conf";
+    ASSERT_TRUE(quillon::test::writeFile(target, "[General]\nfan.coolingMode=manual\n"));
+    ASSERT_TRUE(QFile::link(target, path()));
+    {
+        Settings settings(path());
+        EXPECT_EQ(settings.coolingMode(), "manual");
+        settings.setCoolingProfile("max");
+    }
+    EXPECT_TRUE(QFileInfo(path()).isSymLink());
+    EXPECT_FALSE(QFileInfo::exists(path() + ".unreadable"));
+    EXPECT_EQ(QSettings(target, QSettings::IniFormat).value("fan.coolingProfile").toString(), "max");
+    EXPECT_EQ(Settings(path()).coolingProfile(), "max");
 }
 
 TEST_F(SettingsTest, AnUnparsableFileIsCopiedBeforeItIsRewritten)

@@ -100,9 +100,10 @@ TEST(Translations, NothingIsLeftUntranslated)
     }
 }
 
+// The Mac by name, or its menu bar (a Linux desktop has a panel and a tray).
 bool speaksOfTheMac(const QString& text)
 {
-    static const QRegularExpression mac(QStringLiteral("\\bMacs?\\b|macOS"));
+    static const QRegularExpression mac(QStringLiteral("\\bMacs?\\b|macOS|menu bar|Menüleiste"));
     return text.contains(mac);
 }
 
@@ -147,6 +148,15 @@ TEST(Translations, OtherComputersAreCalledComputers)
     EXPECT_EQ(stayedCool(), QString::fromUtf8("Der Mac blieb kühl"));
     ASSERT_TRUE(Translations::apply(false, true));
     EXPECT_EQ(stayedCool(), "Your Mac stayed cool");
+
+    const auto showTemperature = [] {
+        return QCoreApplication::translate("Settings", "Show temperature in the menu bar");
+    };
+    EXPECT_EQ(showTemperature(), "Show temperature in the menu bar");
+    ASSERT_TRUE(Translations::apply(false, false));
+    EXPECT_EQ(showTemperature(), "Show temperature in the tray");
+    ASSERT_TRUE(Translations::apply(true, false));
+    EXPECT_EQ(showTemperature(), QString::fromUtf8("Temperatur im Infobereich anzeigen"));
 }
 
 } // namespace

@@ -104,4 +104,59 @@ TEST_F(DaVinciMonitorTest, PollsEveryThreeSecondsUntilAStopThatForgetsTheRender)
     EXPECT_FALSE(monitor.justFinished());
 }
 
+// Resolve's numbers are outside input: shown only as far as they can be
+// true, and a name fit for one line.
+TEST_F(DaVinciMonitorTest, ResolvesNumbersAreClampedAndItsNamesCut)
+{
+    const struct {
+        int percent, index, total;
+        int shownPercent, shownIndex, shownTotal;
+    } rows[] = {
+        {150, 7, -3, 100, 0, 0},
+        {-50, 2, 3, 0, 2, 3},
+        {42, 9, 3, 42, 3, 3},
+        {42, -1, 2000000000, 42, 0, DaVinciMonitor::maxJobs},
+    };
+    for (const auto& row : rows) {
+        monitor.apply(QJsonObject{
+            {"ok", true}, {"rendering", true}, {"percent", row.percent}, {"index", row.index}, {"total", row.total}});
+        EXPECT_EQ(monitor.percent(), row.shownPercent) << row.percent;
+        EXPECT_EQ(monitor.jobIndex(), row.shownIndex) << row.index;
+        EXPECT_EQ(monitor.jobTotal(), row.shownTotal) << row.total;
+    }
+    monitor.apply(QJsonObject{{"ok", true}, {"percent", 1e300}, {"project", "Final\ncut\u2028" + QString(500, 'x')}});
+    EXPECT_EQ(monitor.percent(), 100);
+    EXPECT_EQ(monitor.project().size(), DaVinciMonitor::maxProjectChars);
+    EXPECT_TRUE(monitor.project().startsWith("Final cut xxx")) << monitor.project().toStdString();
+    EXPECT_TRUE(monitor.project().endsWith(QChar(0x2026)));
+}
+
+// The end of a render is read from its job's status, once Resolve has moved
+// it on from "Rendering"; a failed poll in between changes nothing.
+TEST_F(DaVinciMonitorTest, ARenderEndsWithItsJobsStatus)
+{
+    using Outcome = DaVinciMonitor::Outcome;
+    const auto poll = [&](bool on, const char* watched) {
+        monitor.apply(QJsonObject{{"ok", true}, {"rendering", on}, {"job", on ? "b" : ""}, {"watched", watched}});
+    };
+    poll(true, "");
+    poll(false, "Rendering");
+    EXPECT_EQ(finishes, 0) << "the job has not ended yet";
+    EXPECT_TRUE(monitor.rendering());
+    monitor.apply(std::nullopt);
+    poll(false, "Cancelled");
+    EXPECT_EQ(finishes, 1);
+    EXPECT_EQ(monitor.outcome(), Outcome::cancelled);
+
+    for (const auto& [status, outcome] :
+        {std::pair{"Complete", Outcome::complete}, std::pair{"Failed", Outcome::failed},
+            std::pair{"", Outcome::stopped}, std::pair{"Queued", Outcome::stopped}}) {
+        poll(true, "");
+        poll(false, status);
+        EXPECT_EQ(monitor.outcome(), outcome) << status;
+    }
+    monitor.stop();
+    EXPECT_EQ(monitor.outcome(), Outcome::none);
+}
+
 } // namespace

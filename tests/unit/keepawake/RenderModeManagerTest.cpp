@@ -8,6 +8,7 @@
 #include <QJsonObject>
 #include <cmath>
 #include <limits>
+#include <tuple>
 
 using namespace quillon::test;
 using quillon::app::RenderModeManager;
@@ -103,13 +104,46 @@ TEST_F(RenderModeManagerTest, PeaksAndThrottlingEpisodesMakeTheReport)
     EXPECT_EQ(render().throttleCount(), 2) << "the session's figures outlive it";
 }
 
-TEST_F(RenderModeManagerTest, AFinishedRenderChimesAndNotifiesButStaysOn)
+// Without a single reading there is nothing to report but that: no 0°, no
+// verdict that the Mac stayed cool.
+TEST_F(RenderModeManagerTest, ASessionWithoutReadingsReportsDashesAndNoVerdict)
 {
     render().setEnabled(true);
-    render().davinci()->apply(QJsonObject{{"ok", true}, {"rendering", true}});
-    render().davinci()->apply(QJsonObject{{"ok", true}, {"rendering", false}});
-    EXPECT_EQ(sound.played, 1);
-    EXPECT_EQ(center.titles().last(), "🎬 Render finished");
+    render().sample();
+    clock.advance(65);
+    render().setEnabled(false);
+    EXPECT_EQ(lastBody(), "Ran 1m 05s · peak CPU — / GPU — · fans max — · throttling never");
+    EXPECT_EQ(render().doneSummary(), "Peak CPU — / GPU —");
+
+    render().setEnabled(true);
+    helperReports({{"cpuTemp", 71.4}});
+    render().sample();
+    EXPECT_EQ(render().doneSummary(), "Your Mac stayed cool · peak CPU 71° / GPU —");
+}
+
+QJsonObject renderingJob(bool on, const char* watched = "")
+{
+    return {{"ok", true}, {"rendering", on}, {"job", on ? "b" : ""}, {"watched", watched}};
+}
+
+// Only a job Resolve calls complete is a finished render with its chime;
+// cancelled and failed ones say what happened, and so does one that vanished.
+TEST_F(RenderModeManagerTest, ARenderEndsAsItsJobSays)
+{
+    render().setEnabled(true);
+    const std::tuple<const char*, const char*, int> rows[] = {
+        {"Complete", "🎬 Render finished", 1},
+        {"Cancelled", "🎬 Render cancelled", 0},
+        {"Failed", "🎬 Render failed", 0},
+        {"", "🎬 Render stopped", 0},
+    };
+    for (const auto& [status, title, chimes] : rows) {
+        sound.played = 0;
+        render().davinci()->apply(renderingJob(true));
+        render().davinci()->apply(renderingJob(false, status));
+        EXPECT_EQ(sound.played, chimes) << status;
+        EXPECT_EQ(center.titles().last(), title) << status;
+    }
     EXPECT_TRUE(render().enabled());
 
     // Reset-all switches it off with the rest.
@@ -127,6 +161,7 @@ TEST(RenderModeTexts, ElapsedTimesAndTheDoneSummary)
         EXPECT_EQ(RenderModeManager::durationString(seconds), text) << seconds;
 
     EXPECT_EQ(RenderModeManager::summaryOf(89.9, 64.2, 0), "Your Mac stayed cool · peak CPU 90° / GPU 64°");
+    EXPECT_EQ(RenderModeManager::summaryOf(std::nullopt, std::nullopt, 2), "Your Mac ran warm · peak CPU — / GPU —");
     EXPECT_EQ(RenderModeManager::summaryOf(90.0, 64.2, 0), "Your Mac ran warm · peak CPU 90° / GPU 64°");
     EXPECT_EQ(RenderModeManager::summaryOf(50.0, 40.0, 1), "Your Mac ran warm · peak CPU 50° / GPU 40°");
 }

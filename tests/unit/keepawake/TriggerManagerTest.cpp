@@ -11,6 +11,7 @@
 #include <QJsonArray>
 #include <QJsonObject>
 #include <QSet>
+#include <QSettings>
 
 using namespace quillon::test;
 using quillon::app::TriggerApp;
@@ -211,8 +212,11 @@ TEST_F(TriggerManagerTest, ResetAllSwitchesAutomationOffForGood)
     EXPECT_TRUE(triggers().keepAwakeOnAC()) << "the rules stay as the user set them";
 }
 
-// The rules are stored as they change and read back by the next start.
-TEST_F(TriggerManagerTest, RulesPersistAndAnUnreadableListReadsEmpty)
+// The rules are stored as they change and read back by the next start. An
+// element the app cannot read (a newer version's, a hand edit) is skipped,
+// not the whole list, and the list as it was is kept aside before the next
+// save rewrites it.
+TEST_F(TriggerManagerTest, RulesPersistAndAnUnreadableElementCostsNothingElse)
 {
     triggers().setAutomationEnabled(true);
     listApps();
@@ -228,15 +232,36 @@ TEST_F(TriggerManagerTest, RulesPersistAndAnUnreadableListReadsEmpty)
         {"org.blender.Blender", "Blender", std::nullopt}, {"resolve", "DaVinci Resolve", Profile::silent}};
     EXPECT_EQ(triggers().apps(), expected);
 
-    for (const char* stored : {"not json", R"({"bundleID":"x"})", R"([{"bundleID":"x","name":"X","cooling":"Max"}])",
-             R"([{"bundleID":"x","name":"X"},{"bundleID":7,"name":"Y"}])", R"([42])"}) {
+    for (const char* stored : {"not json", R"({"bundleID":"x"})", R"([42])"}) {
         settings.setText(quillon::app::Settings::Key::triggerApps, QString::fromUtf8(stored));
         SetUp();
         EXPECT_TRUE(triggers().apps().isEmpty()) << stored;
     }
-    settings.setText(quillon::app::Settings::Key::triggerApps, R"([{"bundleID":"x","name":"X","cooling":null}])");
+    const QString mixed
+        = R"([{"bundleID":"x","name":"X"},{"bundleID":7,"name":"Y"},)"
+          R"({"bundleID":"z","name":"Z","cooling":"turbo"},{"bundleID":"w","name":"W","cooling":null}])";
+    QSettings(settings.fileName(), QSettings::IniFormat).remove("trig.apps.unreadable");
+    settings.setText(quillon::app::Settings::Key::triggerApps, mixed);
+    SetUp();
+    EXPECT_EQ(triggers().apps(), (QList<TriggerApp>{{"x", "X", std::nullopt}, {"w", "W", std::nullopt}}));
+    triggers().removeApp("w");
     SetUp();
     EXPECT_EQ(triggers().apps(), (QList<TriggerApp>{{"x", "X", std::nullopt}}));
+    EXPECT_EQ(QSettings(settings.fileName(), QSettings::IniFormat).value("trig.apps.unreadable").toString(), mixed);
+}
+
+// A German user picks and reads apps by their German names, where the
+// entry has one; everyone else by the plain Name.
+TEST_F(TriggerManagerTest, InstalledAppsAreNamedInTheUsersLanguage)
+{
+    runningApps.apps = {{"org.gimp.GIMP", "GNU Image Manipulation Program", "", "GNU Bildbearbeitungsprogramm"},
+        {"resolve", "DaVinci Resolve", "", ""}};
+    settings.setAppLanguage("de");
+    EXPECT_EQ(triggers().installedApp("org.gimp.GIMP")->name, "GNU Bildbearbeitungsprogramm");
+    EXPECT_EQ(triggers().installedApps().value(1).name, "DaVinci Resolve");
+    settings.setAppLanguage("en");
+    EXPECT_EQ(triggers().installedApp("org.gimp.GIMP")->name, "GNU Image Manipulation Program");
+    EXPECT_EQ(triggers().installedApps().value(0).name, "GNU Image Manipulation Program");
 }
 
 // A list grown by a script or a broken sync is read back without repeats

@@ -136,20 +136,25 @@ TEST_F(RunningAppsFixture, FindsAppsByScopeFlatpakSnapAndProgram)
     EXPECT_TRUE(apps.running({}).isEmpty());
 }
 
+// The first data dir wins even where its entry hides the app: a user's
+// Hidden=true copy (home-share/broken-quote) removes the system's entry.
 TEST_F(RunningAppsFixture, InstalledAppsAreTheShownEntriesTheFirstDataDirWinning)
 {
     QStringList names;
     for (const auto& app : apps.installed())
         names.append(app.id + "=" + app.name);
     EXPECT_EQ(names,
-        QStringList({"org.blender.Blender=Blender", "broken-quote=Broken", "org.gnome.Calculator=Calculator",
-            "resolve=DaVinci Resolve", "evil=Evil", "evil-env=Evil env", "firefox_firefox=Firefox Web Browser",
+        QStringList({"org.blender.Blender=Blender", "org.gnome.Calculator=Calculator", "resolve=DaVinci Resolve",
+            "evil=Evil", "evil-env=Evil env", "firefox_firefox=Firefox Web Browser",
             "org.gimp.GIMP=GNU Image Manipulation Program", "google-chrome=Google Chrome", "org.kde.kdenlive=Kdenlive",
             "kde-okular=Okular"}))
         << names.join(", ").toStdString();
     EXPECT_EQ(apps.find("resolve")->icon, "/opt/resolve/graphics/DV_Resolve.png");
     EXPECT_EQ(apps.find("nodisplay")->name, "Helper") << "not offered, but still known";
     EXPECT_FALSE(apps.find("hidden"));
+    EXPECT_FALSE(apps.find("broken-quote")) << "hidden by the user's own entry";
+    EXPECT_EQ(apps.find("org.gimp.GIMP")->germanName, "GNU Bildbearbeitungsprogramm");
+    EXPECT_EQ(apps.find("resolve")->germanName, "");
     EXPECT_FALSE(apps.find("garbage"));
 }
 

@@ -12,6 +12,7 @@
 
 #include <QJsonObject>
 #include <QLocale>
+#include <QSettings>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTimer>
@@ -87,6 +88,25 @@ TEST_F(DriveManagerTest, AListThatCannotBeDecodedLoadsEmpty)
         EXPECT_FALSE(manager->active());
         EXPECT_EQ(timerIntervalS(*manager), -1);
     }
+}
+
+// One element the app cannot read costs only itself: the other drives stay
+// kept alive, and the list as stored is kept aside before a save rewrites it.
+TEST_F(DriveManagerTest, AnUnreadableElementIsSkippedAndTheListKeptAside)
+{
+    const QByteArray stored = "[{\\\"path\\\":\\\"/media/ada/Archive\\\",\\\"name\\\":\\\"Archive\\\"},"
+                              "{\\\"path\\\":\\\"/media/ada/Old\\\",\\\"label\\\":1}]";
+    writeIni("[General]\ndrivealive.enabled=true\ndrivealive.drives=\"" + stored + "\"\n");
+    const QString original = QSettings(iniPath(), QSettings::IniFormat).value("drivealive.drives").toString();
+    ASSERT_TRUE(original.contains("/media/ada/Old"));
+    auto manager = makeManager();
+    EXPECT_EQ(manager->drives(), QList{archive});
+    EXPECT_TRUE(manager->active());
+    manager->add(footage);
+    manager.reset();
+    manager = makeManager();
+    EXPECT_EQ(manager->drives(), (QList{archive, footage}));
+    EXPECT_EQ(QSettings(iniPath(), QSettings::IniFormat).value("drivealive.drives.unreadable").toString(), original);
 }
 
 TEST_F(DriveManagerTest, TheTimerRunsExactlyWhileEnabledWithAtLeastOneDrive)

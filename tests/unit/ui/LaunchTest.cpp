@@ -81,12 +81,16 @@ TEST_F(LoginItemTest, WritesAndRemovesTheUsersAutostartEntry)
 }
 
 // Characters the shell would read are escaped inside the quotes, and each
-// backslash once more for the entry's string syntax.
+// backslash once more for the entry's string syntax; a "%" is doubled, or the
+// launcher would take "%f" in a path for a file argument.
 TEST_F(LoginItemTest, QuotesAnExecutablePathWithSpecialCharacters)
 {
     const QByteArray entry = LoginItem::entryFor(R"(/tmp/a "b" $c\d)");
     EXPECT_TRUE(entry.contains(R"(Exec="/tmp/a \\"b\\" \\$c\\\\d")")) << entry.constData();
     EXPECT_TRUE(LoginItem::entryFor("/usr/bin/quillon").contains("\nExec=/usr/bin/quillon\n"));
+    EXPECT_TRUE(LoginItem::entryFor("/opt/100%full/quillon").contains("\nExec=/opt/100%%full/quillon\n"));
+    EXPECT_TRUE(
+        LoginItem::entryFor("/home/ada/my %f apps/quillon").contains("\nExec=\"/home/ada/my %%f apps/quillon\"\n"));
 }
 
 // A system-wide entry can only be masked, by a user entry with Hidden=true.

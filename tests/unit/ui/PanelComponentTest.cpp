@@ -7,6 +7,7 @@
 #include "ui/panel/AppIconProvider.h"
 #include "ui/panel/AutomationView.h"
 #include "ui/panel/AwakeView.h"
+#include "ui/panel/DriveView.h"
 #include "ui/panel/FanView.h"
 #include "ui/panel/PanelState.h"
 #include "ui/panel/PanelViews.h"
@@ -181,7 +182,7 @@ TEST_F(PanelComponentTest, RenderModeShowsProgressAndTheLastSession)
 
     flip("renderSwitch");
     EXPECT_EQ(text("renderSummary"), "Aus");
-    EXPECT_EQ(text("renderNote"), "Der Mac blieb kühl · Peak CPU 0° / GPU 0°");
+    EXPECT_EQ(text("renderNote"), "Peak CPU — / GPU —") << "no reading, no verdict";
     EXPECT_FALSE(texts("statusLine").join(' ').contains("Render Mode"));
 
     // Nothing holds it: said so, not shown as keeping anything awake.
@@ -193,6 +194,59 @@ TEST_F(PanelComponentTest, RenderModeShowsProgressAndTheLastSession)
 }
 
 // A lid lock the helper cannot take leaves the switch off, with the reason.
+// Every text item in a scene whose text holds markup, and how many of those
+// would read it as markup.
+std::pair<int, QStringList> markupTexts(QQuickItem* root)
+{
+    int found = 0;
+    QStringList asMarkup;
+    QList<QQuickItem*> pending{root};
+    while (!pending.isEmpty()) {
+        QQuickItem* item = pending.takeFirst();
+        pending.append(item->childItems());
+        const QVariant format = item->property("textFormat");
+        if (!format.isValid() || !item->property("text").toString().contains("<b>"))
+            continue;
+        ++found;
+        if (format.toInt() != 0) // Text.PlainText
+            asMarkup << item->property("text").toString();
+    }
+    return {found, asMarkup};
+}
+
+// Names from outside (an app's Name=, a drive's label, a project) are text:
+// markup in them draws nothing, in the panel and on the overlay.
+TEST_F(PanelComponentTest, OutsideNamesAreShownAsPlainText)
+{
+    runningApps.apps
+        = {{"org.blender.Blender", "<b>Blender</b>", "/no.png"}, {"org.kde.kdenlive", "<b>Kdenlive</b>", ""}};
+    manager->triggers()->addApp({"org.blender.Blender", "<b>Blender</b>", std::nullopt});
+    manager->triggers()->setAutomationEnabled(true);
+    volumes->volumes = {{"/media/ada/x", "<b>Footage</b>"}};
+    views->drives().refresh();
+    manager->drives()->add({"/media/ada/y", "<b>Archive</b>"});
+    for (const char* section : {"automationExpanded", "drivesExpanded", "renderExpanded"})
+        views->state().setProperty(section, true);
+    views->automation().setPickerShown(true);
+    manager->renderMode()->setEnabled(true);
+    manager->renderMode()->davinci()->apply(QJsonObject{{"ok", true}, {"rendering", true}, {"percent", 5}, {"index", 1},
+        {"total", 1}, {"project", "<b>Trailer</b><img src=\"http://127.0.0.1:9/x.png\">"}});
+    QCoreApplication::processEvents();
+
+    const auto [inPanel, panelMarkup] = markupTexts(view.contentItem());
+    EXPECT_GE(inPanel, 4) << "the app, its candidate, the drives and the render must be on show";
+    EXPECT_TRUE(panelMarkup.isEmpty()) << panelMarkup.join(" | ").toStdString();
+
+    QQuickView overlay;
+    overlay.setInitialProperties({{"render", QVariant::fromValue(static_cast<QObject*>(&views->render()))}});
+    overlay.setSource(QUrl(QStringLiteral("qrc:/qml/RenderOverlay.qml")));
+    ASSERT_EQ(overlay.status(), QQuickView::Ready);
+    const auto [onOverlay, overlayMarkup] = markupTexts(overlay.contentItem());
+    EXPECT_GE(onOverlay, 1) << "the project is on show";
+    EXPECT_TRUE(overlayMarkup.isEmpty()) << overlayMarkup.join(" | ").toStdString();
+    manager->renderMode()->setEnabled(false);
+}
+
 TEST_F(PanelComponentTest, ClosedLidRefusedByTheHelperIsShownOffWithTheReason)
 {
     link.lidRefusal = "lid-stay-awake refused: no logind";
@@ -455,6 +509,19 @@ TEST_F(PanelComponentTest, ClosedLidShowsWhyItStopped)
     EXPECT_EQ(text("lidNote"), "Wird geprüft, ob logind (Lüfter-Helper) es hält …");
     EXPECT_EQ(text("lidSummary"), "An — bleibt zugeklappt wach");
     EXPECT_EQ(text("triggerNote"), "Aktiv: Ausgewogen, angefordert von Zugeklappt oder Automatik");
+}
+
+// The 12 % rule exists only while the low-battery stop is on: the caption
+// says it then, and only then.
+TEST_F(PanelComponentTest, TheTwelvePercentCaptionFollowsTheBatteryStop)
+{
+    views->state().setProperty("automationExpanded", true);
+    EXPECT_TRUE(shown("batteryStopCaption"));
+    EXPECT_EQ(text("batteryStopCaption"), "Holds nothing on battery at 12 % or less.");
+    settings.setFlag(app::Settings::Key::lowBatteryAutoStop, false);
+    EXPECT_FALSE(shown("batteryStopCaption"));
+    settings.setFlag(app::Settings::Key::lowBatteryAutoStop, true);
+    EXPECT_TRUE(shown("batteryStopCaption"));
 }
 
 // The automation section: its switches, an app picked from the installed

@@ -37,6 +37,7 @@ ColumnLayout {
         spacing: 6
 
         Label {
+            textFormat: Text.PlainText
             text: "›"
             font.pixelSize: 18
             rotation: section.expanded ? 90 : 0
@@ -48,6 +49,7 @@ ColumnLayout {
             Layout.fillWidth: true
             spacing: 0
             Label {
+                textFormat: Text.PlainText
                 objectName: section.objectName + "Title"
                 text: section.title
                 font.bold: true
@@ -55,6 +57,7 @@ ColumnLayout {
                 elide: Text.ElideRight
             }
             Label {
+                textFormat: Text.PlainText
                 objectName: section.objectName + "Summary"
                 text: section.summary
                 visible: text !== ""
@@ -73,6 +76,7 @@ ColumnLayout {
     }
 
     Label {
+        textFormat: Text.PlainText
         objectName: section.objectName + "Note"
         text: section.note
         visible: text !== ""
