@@ -24,8 +24,8 @@ protected:
     // The service, serving this uid, and a caller on a connection of its own.
     void serve(uid_t uid)
     {
-        service = std::make_unique<ui::ScriptingService>(
-            *manager, link, ui::ScriptingService::Hooks{[] { return ui::IconState{}; }, [] {}, [] {}, [] {}, {}}, uid);
+        service = std::make_unique<ui::ScriptingService>(*manager, link,
+            ui::ScriptingService::Hooks{[] { return ui::IconState{}; }, [] {}, [] {}, [] {}, {}, {}}, uid);
         QString error;
         ASSERT_TRUE(service->registerOn(bus.connection(), error)) << error.toStdString();
     }
