@@ -709,6 +709,29 @@ ist da.</translation>
     </message>
 </context>
 <context>
+    <name>quillon::app::ProfileCooling</name>
+    <message>
+        <source>Power saver</source>
+        <translation>Energiesparen</translation>
+    </message>
+    <message>
+        <source>Balanced</source>
+        <translation>Ausgewogen</translation>
+    </message>
+    <message>
+        <source>Performance</source>
+        <translation>Leistung</translation>
+    </message>
+    <message>
+        <source>Cooling through the power profile: %1</source>
+        <translation>Kühlung über das Energieprofil: %1</translation>
+    </message>
+    <message>
+        <source>The power profile could not be held: %1</source>
+        <translation>Das Energieprofil ließ sich nicht halten: %1</translation>
+    </message>
+</context>
+<context>
     <name>quillon::app::FanController</name>
     <message>
         <source>⚠️ Mac is throttling</source>

@@ -386,8 +386,15 @@ void FanHelperService::noteResume()
 {
     m_readingsAt.reset();
     checkWatchdog();
-    if (!m_isBoosted)
+    if (!m_isBoosted) {
+        // Some drivers come back from a sleep in another mode than they were
+        // left in: whatever the helper handed back must still be as found.
+        if (!m_releasePending && !FirmwareHandback(m_smc, m_fans, m_clock, m_log).attempt()) {
+            log(Severity::warning, "Quillon daemon: resumed from sleep — fans not as handed back; handing back again");
+            stopLoopAndRestore();
+        }
         return;
+    }
     // Readings from before the sleep say nothing about now: the next tick
     // starts the smoothing over and reads the sensors first.
     m_safetyTempHistory.clear();

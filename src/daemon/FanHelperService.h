@@ -115,9 +115,11 @@ public:
     // Whether the hand-back was verified.
     bool emergencyRelease();
     // The machine woke from suspend, which on Macs running Linux drops the
-    // fans back to firmware control. An app silent for too long loses its
-    // boost now; otherwise the next tick re-applies the floor from fresh
-    // readings.
+    // fans back to firmware control and on other computers may leave a
+    // driver in another mode. An app silent for too long loses its boost
+    // now; otherwise the next tick re-applies the floor from fresh readings.
+    // Without a boost, the fans are checked to be back as handed back, and
+    // handed back again if not.
     void noteResume();
 
     double floorPercent() const { return m_floorPercent; }

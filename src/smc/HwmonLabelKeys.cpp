@@ -48,12 +48,26 @@ std::string HwmonLabelKeys::keyFor(const std::string& label)
         const bool last = g + 1 == static_cast<int>(std::size(kGroups));
         if (!last && lower.find(group.words[0]) == std::string::npos && lower.find(group.words[1]) == std::string::npos)
             continue;
-        const int n = m_counts[g]++;
-        if (n >= kDigits * kDigits)
-            return {};
-        return std::string{'T', group.letter, digit(n / kDigits), digit(n % kDigits)};
+        return next(g);
     }
     return {};
+}
+
+std::string HwmonLabelKeys::keyIn(char letter)
+{
+    const auto last = static_cast<int>(std::size(kGroups)) - 1;
+    int g = 0;
+    while (g < last && kGroups[g].letter != letter)
+        ++g;
+    return next(g);
+}
+
+std::string HwmonLabelKeys::next(int group)
+{
+    const int n = m_counts[group]++;
+    if (n >= kDigits * kDigits)
+        return {};
+    return std::string{'T', kGroups[group].letter, digit(n / kDigits), digit(n % kDigits)};
 }
 
 } // namespace quillon::smc

@@ -23,6 +23,9 @@ class HwmonLabelKeys {
 public:
     // The key for the next label; "" when its group is full.
     std::string keyFor(const std::string& label);
+    // The next key of a group chosen by its letter (p, e, g, c or x; any
+    // other letter counts as x); "" when the group is full.
+    std::string keyIn(char letter);
 
     // Whether some label so far was a raw key: the driver runs on an Intel
     // SMC (the T2 build), not on Apple silicon.
@@ -31,6 +34,8 @@ public:
     static bool isRawKey(const std::string& label);
 
 private:
+    std::string next(int group);
+
     int m_counts[5] = {};
     bool m_sawRawKeys = false;
 };

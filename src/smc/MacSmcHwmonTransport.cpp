@@ -2,20 +2,18 @@
 
 #include "FourCC.h"
 #include "HwmonLabelKeys.h"
+#include "HwmonScan.h"
 #include "SmcCodes.h"
 #include "SmcNumber.h"
 #include "SysfsFile.h"
 
 #include <algorithm>
 #include <cmath>
-#include <dirent.h>
 
 namespace quillon::smc {
 
 namespace {
 
-constexpr std::uint8_t kReadable = 0x80;
-constexpr std::uint8_t kWritable = 0x40;
 constexpr double kMilli = 1000.0;
 
 bool parameterIsOn(const std::string& path)
@@ -34,21 +32,11 @@ MacSmcHwmonTransport::MacSmcHwmonTransport(std::string hwmonDir, std::string fan
 
 std::optional<MacSmcHwmonTransport> MacSmcHwmonTransport::find(const std::string& sysfsRoot)
 {
-    const std::string hwmon = sysfsRoot + "/class/hwmon";
-    DIR* dir = ::opendir(hwmon.c_str());
-    if (!dir)
-        return std::nullopt;
-    std::vector<std::string> candidates;
-    while (const dirent* entry = ::readdir(dir)) {
-        const std::string candidate = hwmon + '/' + entry->d_name;
-        if (entry->d_name[0] != '.' && SysfsFile::readLine(candidate + "/name") == "macsmc_hwmon")
-            candidates.push_back(candidate);
+    for (const HwmonScan::Device& device : HwmonScan::devices(sysfsRoot)) {
+        if (device.name == "macsmc_hwmon")
+            return MacSmcHwmonTransport(device.dir, sysfsRoot + "/module/macsmc_hwmon/parameters/fan_control");
     }
-    ::closedir(dir);
-    if (candidates.empty())
-        return std::nullopt;
-    std::sort(candidates.begin(), candidates.end());
-    return MacSmcHwmonTransport(candidates.front(), sysfsRoot + "/module/macsmc_hwmon/parameters/fan_control");
+    return std::nullopt;
 }
 
 std::string MacSmcHwmonTransport::file(const char* kind, int channel, const char* attribute) const
@@ -58,18 +46,10 @@ std::string MacSmcHwmonTransport::file(const char* kind, int channel, const char
 
 std::uint32_t MacSmcHwmonTransport::open()
 {
-    m_keys.clear();
-    m_keys.push_back({FourCC::pack("#KEY"), SmcType::ui32, Role::keyCount});
-    m_keys.push_back({FourCC::pack("FNum"), SmcType::ui8, Role::fanCount});
+    clearKeys();
     int fans = 0;
     while (fans < kMaxFans && SysfsFile::exists(file("fan", fans + 1, "input"))) {
-        const std::string f = "F" + std::to_string(fans);
-        const int channel = fans + 1;
-        m_keys.push_back({FourCC::pack(f + "Ac"), SmcType::flt, Role::fanActual, channel});
-        m_keys.push_back({FourCC::pack(f + "Mn"), SmcType::flt, Role::fanMin, channel});
-        m_keys.push_back({FourCC::pack(f + "Mx"), SmcType::flt, Role::fanMax, channel});
-        m_keys.push_back({FourCC::pack(f + "Tg"), SmcType::flt, Role::fanTarget, channel});
-        m_keys.push_back({FourCC::pack(f + "Md"), SmcType::ui8, Role::fanMode, fans});
+        addFanKeys(fans, fans + 1);
         ++fans;
     }
     m_modes.assign(static_cast<std::size_t>(fans), FanMode::unknown);
@@ -79,11 +59,11 @@ std::uint32_t MacSmcHwmonTransport::open()
         if (!SysfsFile::exists(file("temp", channel, "input")))
             continue;
         const std::string key = labels.keyFor(SysfsFile::readLine(file("temp", channel, "label")).value_or(""));
-        if (!key.empty() && !find(FourCC::pack(key)))
-            m_keys.push_back({FourCC::pack(key), SmcType::flt, Role::temperature, channel});
+        if (!key.empty())
+            addKey(key, SmcType::flt, Role::temperature, channel);
     }
     m_generation = labels.sawRawKeys() ? SmcGeneration::intel : SmcGeneration::appleSilicon;
-    std::sort(m_keys.begin(), m_keys.end(), [](const Key& a, const Key& b) { return a.name < b.name; });
+    sortKeys();
 
     if (fans == 0)
         m_unavailable = "macsmc_hwmon shows no fans on this Mac";
@@ -97,68 +77,30 @@ std::uint32_t MacSmcHwmonTransport::open()
     return SmcStatus::kSuccess;
 }
 
-const MacSmcHwmonTransport::Key* MacSmcHwmonTransport::find(std::uint32_t name) const
+bool MacSmcHwmonTransport::writable(const Key& key) const
 {
-    const auto it = std::find_if(m_keys.begin(), m_keys.end(), [name](const Key& k) { return k.name == name; });
-    return it == m_keys.end() ? nullptr : &*it;
+    const Role role = key.role;
+    return m_unavailable.empty() && (role == Role::fanTarget || role == Role::fanMode);
 }
 
-std::uint32_t MacSmcHwmonTransport::call(const SmcParamRecord& in, SmcParamRecord& out)
-{
-    out.key = in.key;
-    const auto command = static_cast<SmcCommand>(in.data8);
-    if (command == SmcCommand::keyAtIndex) {
-        if (in.data32 < m_keys.size())
-            out.key = m_keys[in.data32].name;
-        else
-            out.result = SmcResult::kKeyIndexRange;
-        return SmcStatus::kSuccess;
-    }
-    const Key* key = find(in.key);
-    if (!key) {
-        out.result = command == SmcCommand::keyInfo || command == SmcCommand::readKey || command == SmcCommand::writeKey
-            ? SmcResult::kKeyNotFound
-            : SmcResult::kBadCommand;
-        return SmcStatus::kSuccess;
-    }
-    switch (command) {
-    case SmcCommand::keyInfo: {
-        const bool writable = m_unavailable.empty() && (key->role == Role::fanTarget || key->role == Role::fanMode);
-        out.keyInfo = {key->type == SmcType::ui8 ? 1u : 4u, key->type,
-            static_cast<std::uint8_t>(kReadable | (writable ? kWritable : 0))};
-        return SmcStatus::kSuccess;
-    }
-    case SmcCommand::readKey:
-        return read(*key, out);
-    case SmcCommand::writeKey:
-        return write(*key, in, out);
-    case SmcCommand::keyAtIndex:
-        break;
-    }
-    out.result = SmcResult::kBadCommand;
-    return SmcStatus::kSuccess;
-}
-
-std::uint32_t MacSmcHwmonTransport::read(const Key& key, SmcParamRecord& out) const
+std::uint32_t MacSmcHwmonTransport::read(const Key& key, SmcParamRecord& out)
 {
     static constexpr const char* kFanAttribute[] = {"input", "min", "max", "target"};
     std::optional<long long> value;
-    switch (key.role) {
-    case Role::keyCount:
-        SmcNumber::encode(SmcType::ui32, static_cast<double>(m_keys.size()), out.bytes);
-        return SmcStatus::kSuccess;
+    const Role role = key.role;
+    switch (role) {
     case Role::fanCount:
         out.bytes[0] = static_cast<std::uint8_t>(m_modes.size());
         return SmcStatus::kSuccess;
     case Role::fanMode:
-        out.bytes[0] = m_modes[static_cast<std::size_t>(key.channel)] == FanMode::manual ? 1 : 0;
+        out.bytes[0] = m_modes[static_cast<std::size_t>(key.channel - 1)] == FanMode::manual ? 1 : 0;
         return SmcStatus::kSuccess;
     case Role::fanActual:
     case Role::fanMin:
     case Role::fanMax:
     case Role::fanTarget:
         value = SysfsFile::readInteger(
-            file("fan", key.channel, kFanAttribute[static_cast<int>(key.role) - static_cast<int>(Role::fanActual)]));
+            file("fan", key.channel, kFanAttribute[static_cast<int>(role) - static_cast<int>(Role::fanActual)]));
         if (!value)
             return SmcStatus::kIOReturnNotResponding;
         SmcNumber::encode(SmcType::flt, static_cast<double>(*value), out.bytes);
@@ -169,6 +111,8 @@ std::uint32_t MacSmcHwmonTransport::read(const Key& key, SmcParamRecord& out) co
             return SmcStatus::kIOReturnNotResponding;
         SmcNumber::encode(SmcType::flt, static_cast<double>(*value) / kMilli, out.bytes);
         return SmcStatus::kSuccess;
+    case Role::keyCount:
+        break; // answered by the table
     }
     return SmcStatus::kIOReturnNotResponding;
 }
@@ -182,19 +126,15 @@ std::uint32_t MacSmcHwmonTransport::writeTarget(int fan, long long rpm)
     return SmcStatus::kSuccess;
 }
 
-std::uint32_t MacSmcHwmonTransport::write(const Key& key, const SmcParamRecord& in, SmcParamRecord& out)
+std::uint32_t MacSmcHwmonTransport::write(const Key& key, const SmcParamRecord& in, SmcParamRecord&)
 {
-    if (!m_unavailable.empty() || (key.role != Role::fanTarget && key.role != Role::fanMode)) {
-        out.result = SmcResult::kKeyNotWritable;
-        return SmcStatus::kSuccess;
-    }
     if (key.role == Role::fanTarget) {
         const std::optional<double> rpm = SmcNumber::decode(SmcType::flt, in.bytes, 4);
         if (!rpm || !std::isfinite(*rpm) || *rpm < 0)
             return SmcStatus::kIOReturnBadArgument;
         return writeTarget(key.channel - 1, std::lround(*rpm));
     }
-    const int fan = key.channel;
+    const int fan = key.channel - 1;
     if (in.bytes[0] != 0)
         return SmcStatus::kSuccess; // the next target takes the fan
     if (m_modes[static_cast<std::size_t>(fan)] == FanMode::unknown) {

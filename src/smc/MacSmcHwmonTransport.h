@@ -1,6 +1,6 @@
 #pragma once
 
-#include "SmcTransport.h"
+#include "SysfsKeyTransport.h"
 
 #include <optional>
 #include <string>
@@ -26,7 +26,7 @@ namespace quillon::smc {
 // target takes the fan); F{n}Md = 0 hands back, and the first time after
 // start-up first sets the fan's minimum so that the driver, which remembers
 // manual mode in its own memory only, really writes the mode key.
-class MacSmcHwmonTransport : public SmcTransport {
+class MacSmcHwmonTransport : public SysfsKeyTransport {
 public:
     MacSmcHwmonTransport(std::string hwmonDir, std::string fanControlParameter);
 
@@ -35,7 +35,6 @@ public:
     static std::optional<MacSmcHwmonTransport> find(const std::string& sysfsRoot);
 
     std::uint32_t open() override;
-    std::uint32_t call(const SmcParamRecord& in, SmcParamRecord& out) override;
     SmcGeneration generation() const override { return m_generation; }
     std::string fanControlUnavailable() const override { return m_unavailable; }
 
@@ -43,37 +42,20 @@ public:
     static constexpr int kMaxChannels = 128;
 
 private:
-    enum class Role {
-        keyCount,
-        fanCount,
-        fanActual,
-        fanMin,
-        fanMax,
-        fanTarget,
-        fanMode,
-        temperature
-    };
     enum class FanMode {
         unknown,
         firmware,
         manual
     };
-    struct Key {
-        std::uint32_t name;
-        std::uint32_t type;
-        Role role;
-        int channel = 0; // X of fanX_/tempX_, or the fan index for fanMode
-    };
-
-    const Key* find(std::uint32_t name) const;
+    // Key::channel is X of fanX_/tempX_.
     std::string file(const char* kind, int channel, const char* attribute) const;
-    std::uint32_t read(const Key& key, SmcParamRecord& out) const;
-    std::uint32_t write(const Key& key, const SmcParamRecord& in, SmcParamRecord& out);
+    bool writable(const Key& key) const override;
+    std::uint32_t read(const Key& key, SmcParamRecord& out) override;
+    std::uint32_t write(const Key& key, const SmcParamRecord& in, SmcParamRecord& out) override;
     std::uint32_t writeTarget(int fan, long long rpm);
 
     std::string m_dir;
     std::string m_fanControlParameter;
-    std::vector<Key> m_keys;
     std::vector<FanMode> m_modes;
     SmcGeneration m_generation = SmcGeneration::appleSilicon;
     std::string m_unavailable;

@@ -1,6 +1,7 @@
 #include "SmcTransportFactory.h"
 
 #include "AppleSmcTransport.h"
+#include "HwmonFanTransport.h"
 #include "MacSmcHwmonTransport.h"
 #include "SharedSimClient.h"
 #include "SimulatedMacTransport.h"
@@ -44,6 +45,8 @@ std::unique_ptr<SmcTransport> SmcTransportFactory::probe(const std::string& sysf
         return std::make_unique<AppleSmcTransport>(std::move(*applesmc));
     if (std::optional<MacSmcHwmonTransport> macsmc = MacSmcHwmonTransport::find(sysfsRoot))
         return std::make_unique<MacSmcHwmonTransport>(std::move(*macsmc));
+    if (std::optional<HwmonFanTransport> hwmon = HwmonFanTransport::find(HwmonFanTransport::pathsFor(sysfsRoot)))
+        return std::make_unique<HwmonFanTransport>(std::move(*hwmon));
     return nullptr;
 }
 

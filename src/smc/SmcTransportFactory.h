@@ -23,9 +23,10 @@ public:
     // SysfsFile::root()). Anything else is an error and means no SMC.
     static Choice fromSetting(std::string_view setting);
 
-    // The kernel driver of a Mac running Linux, tried in this order: applesmc
-    // (Intel and T2 Macs), then macsmc_hwmon (Apple silicon); null when
-    // sysfsRoot shows neither.
+    // The machine's fan drivers, tried in this order: applesmc (Intel and T2
+    // Macs), macsmc_hwmon (Apple silicon), then the hwmon fan and CPU/GPU
+    // temperature drivers of any other computer; null when sysfsRoot shows
+    // none of them.
     static std::unique_ptr<SmcTransport> probe(const std::string& sysfsRoot);
 
     // fromSetting(QUILLON_SMC); an error is printed once to standard error.

@@ -10,6 +10,7 @@
 #include "platform/LidSensor.h"
 #include "platform/LidSwitchOwner.h"
 #include "platform/NotificationCenter.h"
+#include "platform/PowerProfiles.h"
 #include "platform/ProcessWatcher.h"
 #include "platform/RunningApps.h"
 #include "platform/SoundPlayer.h"
@@ -18,6 +19,7 @@
 #include "platform/linux/LinuxGlobalShortcuts.h"
 #include "platform/linux/LinuxPlatform.h"
 #include "platform/linux/PkexecRunner.h"
+#include "platform/linux/PpdPowerProfiles.h"
 
 #include "daemon/HelperBus.h"
 
@@ -52,6 +54,8 @@ AppServices::AppServices(const QString& settingsFile)
     , m_notifications(LinuxPlatform::notifications())
     , m_notifier(std::make_unique<app::Notifier>(m_notifications.get()))
     , m_thermal(LinuxPlatform::thermalPressure())
+    , m_profiles(std::make_unique<platform::linux_::PpdPowerProfiles>(
+          QDBusConnection::systemBus(), platform::linux_::AppIdentity::appId()))
     , m_lid(LinuxPlatform::lidSensor())
     , m_lidOwner(LinuxPlatform::lidSwitchOwner())
     , m_sounds(LinuxPlatform::sounds(QStringLiteral(":/sounds/render-finished.wav")))
@@ -79,6 +83,7 @@ app::SleepManager::Services AppServices::services()
     services.lidSensor = m_lid.get();
     services.lidOwner = m_lidOwner.get();
     services.thermal = m_thermal.get();
+    services.profiles = m_profiles.get();
     services.sound = m_sounds.get();
     services.updateFeed = app::UpdateChecker::configuredFeed();
     services.appVersion = QStringLiteral(QUILLON_BUILD);

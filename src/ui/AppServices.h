@@ -22,6 +22,7 @@ class LidSensor;
 class LidSwitchOwner;
 class SoundPlayer;
 class NotificationCenter;
+class PowerProfiles;
 class PrivilegedRunner;
 class ProcessWatcher;
 class RunningApps;
@@ -63,6 +64,7 @@ private:
     std::unique_ptr<platform::NotificationCenter> m_notifications;
     std::unique_ptr<app::Notifier> m_notifier;
     std::unique_ptr<platform::ThermalPressure> m_thermal;
+    std::unique_ptr<platform::PowerProfiles> m_profiles;
     std::unique_ptr<platform::LidSensor> m_lid;
     std::unique_ptr<platform::LidSwitchOwner> m_lidOwner;
     std::unique_ptr<platform::SoundPlayer> m_sounds;

@@ -6,11 +6,13 @@
 #include <QDirIterator>
 #include <QFile>
 #include <QTemporaryDir>
+#include <filesystem>
 
 namespace quillon::test {
 
 // A writable copy of a captured sysfs tree under tests/fixtures, for cases
-// that differ from a capture in a value or two.
+// that differ from a capture in a value or two. Symbolic links (the
+// /sys/class entries) are copied as links, with their relative targets.
 class CapturedTree {
 public:
     // fixture: a path below tests/fixtures, e.g. "power_supply/laptop-discharging".
@@ -22,7 +24,12 @@ public:
         while (it.hasNext()) {
             const QString from = it.next();
             const QString to = path(source.relativeFilePath(from));
-            if (it.fileInfo().isDir())
+            if (it.fileInfo().isSymLink()) {
+                QDir().mkpath(QFileInfo(to).path());
+                std::error_code error;
+                std::filesystem::create_symlink(
+                    std::filesystem::read_symlink(from.toStdString(), error), to.toStdString(), error);
+            } else if (it.fileInfo().isDir())
                 QDir().mkpath(to);
             else
                 QFile::copy(from, to);

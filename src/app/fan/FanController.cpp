@@ -1,6 +1,7 @@
 #include "FanController.h"
 
 #include "HelperLink.h"
+#include "ProfileCooling.h"
 #include "app/Notifier.h"
 #include "app/Settings.h"
 #include "platform/Clock.h"
@@ -98,6 +99,15 @@ FanController::FanController(Parts parts, QObject* parent)
         connectIfNeeded();
 
     m_pollTimer.setInterval(kRestPollIntervalMs);
+    if (m_parts.profiles) {
+        m_profileCooling = new ProfileCooling(*m_parts.profiles, this);
+        connect(m_profileCooling, &ProfileCooling::textChanged, this, &FanController::coolingChanged);
+        const auto follow = [this] {
+            m_profileCooling->want(wantedPowerProfile());
+        };
+        connect(this, &FanController::coolingChanged, this, follow);
+        connect(this, &FanController::helperStateChanged, this, follow);
+    }
     connect(&m_pollTimer, &QTimer::timeout, this, &FanController::pollTick);
     m_boostExpiryTimer.setSingleShot(true);
     connect(&m_boostExpiryTimer, &QTimer::timeout, this, &FanController::boostExpired);
@@ -483,6 +493,22 @@ QVariant FanController::gpuTempForView() const
 QVariant FanController::gpuTempSmoothedForView() const
 {
     return optionalForView(m_gpuTempSmoothed);
+}
+
+std::optional<FanController::Kind> FanController::wantedPowerProfile() const
+{
+    if (m_fanControlUnavailable.isEmpty())
+        return std::nullopt;
+    if (m_triggerProfile)
+        return m_triggerProfile;
+    if (m_fansEnabled && m_coolingMode == CoolingMode::automatic)
+        return m_coolingProfile;
+    return std::nullopt;
+}
+
+QString FanController::profileCooling() const
+{
+    return m_profileCooling ? m_profileCooling->text() : QString();
 }
 
 } // namespace quillon::app

@@ -21,11 +21,13 @@
 
 namespace quillon::platform {
 class Clock;
-}
+class PowerProfiles;
+} // namespace quillon::platform
 
 namespace quillon::app {
 
 class Notifier;
+class ProfileCooling;
 class Settings;
 
 // The app's one model of the fans. Polls the helper once a second while it
@@ -68,6 +70,7 @@ class FanController : public QObject {
     Q_PROPERTY(bool releasePending READ releasePending NOTIFY helperStateChanged)
     Q_PROPERTY(QString safetyHold READ safetyHold NOTIFY helperStateChanged)
     Q_PROPERTY(QString fanControlUnavailable READ fanControlUnavailable NOTIFY helperStateChanged)
+    Q_PROPERTY(QString profileCooling READ profileCooling NOTIFY coolingChanged)
     Q_PROPERTY(QString coolingMode READ coolingModeRaw WRITE setCoolingModeRaw NOTIFY coolingChanged)
     Q_PROPERTY(QString coolingProfile READ coolingProfileRaw WRITE setCoolingProfileRaw NOTIFY coolingChanged)
     Q_PROPERTY(bool fansEnabled READ fansEnabled WRITE setFansEnabled NOTIFY coolingChanged)
@@ -116,6 +119,9 @@ public:
         const platform::Clock* clock = nullptr;
         Notifier* notifier = nullptr;
         platform::ThermalPressure* thermal = nullptr;
+        // The firmware's power profile, the cooling left where no fan can be
+        // driven; null: none.
+        platform::PowerProfiles* profiles = nullptr;
         // Runs the installer; empty when this build has none.
         Installer installer;
         // The helper shipped with the app and the installed copy; when both
@@ -206,6 +212,10 @@ public:
     // SMC, no fans, a kernel driver that does not allow fan writes); empty
     // when they can, or before the helper said.
     QString fanControlUnavailable() const { return m_fanControlUnavailable; }
+    // Where no fan can be controlled, the cooling that stands (a trigger's
+    // profile, else the user's automatic one) is held as the firmware's
+    // power profile; this says so ("" when none is held).
+    QString profileCooling() const;
     CoolingMode coolingMode() const { return m_coolingMode; }
     Kind coolingProfile() const { return m_coolingProfile; }
     bool fansEnabled() const { return m_fansEnabled; }
@@ -244,6 +254,8 @@ private:
     QString triggerProfileRaw() const;
 
     bool helperNeedsUpdateNow() const;
+    // The profile a cooling request wants held where no fan can be driven.
+    std::optional<Kind> wantedPowerProfile() const;
     void applyFans(const QVariant& value);
     void endSpinUpIfDone();
     void reconcileDaemonState(bool daemonForcingFans, bool daemonLidLock);
@@ -320,6 +332,7 @@ private:
     bool m_releasePending = false;
     QString m_safetyHold;
     QString m_fanControlUnavailable;
+    ProfileCooling* m_profileCooling = nullptr;
     int m_userActionDepth = 0;
     // The command the running user action will send: a floor, or a stop (nullopt inside).
     std::optional<std::optional<double>> m_pendingCommand;

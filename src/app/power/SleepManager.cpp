@@ -34,6 +34,7 @@ SleepManager::SleepManager(Services services, QObject* parent)
     fanParts.clock = m_services.clock;
     fanParts.notifier = m_services.notifier;
     fanParts.thermal = m_services.thermal;
+    fanParts.profiles = m_services.profiles;
     fanParts.installer = m_services.installer;
     fanParts.bundledHelperPath = m_services.bundledHelperPath;
     fanParts.installedHelperPath = m_services.installedHelperPath;

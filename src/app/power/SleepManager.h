@@ -19,6 +19,7 @@ class ExternalDisplays;
 class LidSensor;
 class LidSwitchOwner;
 class SoundPlayer;
+class PowerProfiles;
 class PowerSupply;
 class ProcessWatcher;
 class RunningApps;
@@ -75,6 +76,7 @@ public:
         platform::LidSensor* lidSensor = nullptr;
         platform::LidSwitchOwner* lidOwner = nullptr; // null: the login manager acts on the lid
         platform::ThermalPressure* thermal = nullptr;
+        platform::PowerProfiles* profiles = nullptr;        // null: no profile route
         platform::SoundPlayer* sound = nullptr;             // may be null: Render Mode finishes silently
         platform::RunningApps* runningApps = nullptr;       // null: no application is seen running
         platform::ExternalDisplays* displays = nullptr;     // null: no external display is seen

@@ -51,6 +51,12 @@ ExpandableSection {
     }
 
     Caption {
+        objectName: "profileCooling"
+        text: section.fan.profileCooling
+        visible: text !== ""
+    }
+
+    Caption {
         objectName: "triggerNote"
         text: section.fanView.triggerNote
         visible: text !== ""

@@ -1,11 +1,13 @@
 #include "DaemonHarness.h"
 
 #include "daemon/CallerAuthorization.h"
+#include "smc/FanHandbackRecord.h"
 #include "support/ChildProcess.h"
 #include "support/Files.h"
 
 #include <QFileInfo>
 #include <QRegularExpression>
+#include <cstdlib>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -49,6 +51,16 @@ TEST_F(InstalledFiles, UnitActivationFileAndPolkitActionsFitTogether)
     EXPECT_EQ(valueOf(unit, "ExecStart"), helper + " --daemon");
     EXPECT_EQ(valueOf(unit, "ExecStopPost"), helper + " --release");
     EXPECT_TRUE(QFileInfo(m_root.path() + helper).isExecutable()) << "the unit runs the installed helper";
+    EXPECT_EQ(valueOf(unit, "OOMScoreAdjust"), "-1000") << "the OOM killer never takes the hand-back away";
+    // The hwmon fans' hand-back record outlives a crashed helper in the unit's own folder.
+    EXPECT_EQ(valueOf(unit, "RuntimeDirectoryPreserve"), "yes");
+    const char* runtime = std::getenv("RUNTIME_DIRECTORY");
+    const std::string saved = runtime ? runtime : "";
+    unsetenv("RUNTIME_DIRECTORY");
+    EXPECT_EQ("/run/" + valueOf(unit, "RuntimeDirectory").toStdString() + "/hwmon-fans",
+        quillon::smc::FanHandbackRecord::defaultPath());
+    if (runtime)
+        setenv("RUNTIME_DIRECTORY", saved.c_str(), 1);
 
     const QString activation = installed("share/dbus-1/system-services/" + kName + ".service");
     EXPECT_EQ(valueOf(activation, "Name"), kName);

@@ -15,6 +15,9 @@ class FanControllerTest : public ::testing::Test, protected FakeAppServices {
 protected:
     using Kind = core::CoolingProfile::Kind;
 
+    // Set before create() for a controller with a profile daemon.
+    platform::PowerProfiles* powerProfiles = nullptr;
+
     void create(app::FanController::Installer installer = {}, QString bundled = {}, QString installed = {})
     {
         app::FanController::Parts parts;
@@ -23,6 +26,7 @@ protected:
         parts.clock = &clock;
         parts.notifier = &notifier;
         parts.thermal = &thermal;
+        parts.profiles = powerProfiles;
         parts.installer = std::move(installer);
         parts.bundledHelperPath = std::move(bundled);
         parts.installedHelperPath = std::move(installed);
