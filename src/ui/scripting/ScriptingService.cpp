@@ -98,13 +98,21 @@ bool ScriptingService::admitted()
                 QDBusError::AccessDenied, QStringLiteral("Quillon serves only the user it runs as")));
             return;
         }
+        // The flows that wait for the password dialog answer the call themselves.
+        if (call.member() == QLatin1String("InstallHelper")) {
+            installHelperFor(call.arguments().value(0).toBool(), bus, call);
+            return;
+        }
+        if (call.member() == QLatin1String("Uninstall")) {
+            uninstallFor(bus, call);
+            return;
+        }
         // Served now by calling itself with the same arguments, and the
         // answer handed on to the caller.
         QDBusMessage again
             = QDBusMessage::createMethodCall(bus.baseService(), call.path(), call.interface(), call.member());
         again.setArguments(call.arguments());
-        // As long as the longest call may take: an install waits for the password dialog.
-        auto* relay = new QDBusPendingCallWatcher(bus.asyncCall(again, kRelayTimeoutMs), this);
+        auto* relay = new QDBusPendingCallWatcher(bus.asyncCall(again), this);
         connect(relay, &QDBusPendingCallWatcher::finished, this, [bus, call](QDBusPendingCallWatcher* r) mutable {
             r->deleteLater();
             const QDBusMessage answer = r->reply();
@@ -401,11 +409,8 @@ void ScriptingService::ShowSettings()
 }
 
 std::function<void(const app::InstallResult&)> ScriptingService::laterReply(
-    const QString& doneText, std::function<void()> after)
+    QDBusConnection bus, QDBusMessage call, const QString& doneText, std::function<void()> after)
 {
-    setDelayedReply(true);
-    QDBusConnection bus = connection();
-    QDBusMessage call = message();
     QPointer<ScriptingService> self(this);
     return [bus, call, doneText, after, self](const app::InstallResult& result) mutable {
         QString text = doneText;
@@ -419,39 +424,57 @@ std::function<void(const app::InstallResult&)> ScriptingService::laterReply(
     };
 }
 
+void ScriptingService::installHelperFor(bool update, QDBusConnection bus, QDBusMessage call)
+{
+    const auto answer = [&](bool ok, const QString& text) {
+        bus.send(call.createReply({ok, text}));
+    };
+    app::FanController& fan = *m_manager.fan();
+    if (update && !fan.helperInstalled())
+        return answer(false, QStringLiteral("the helper is not installed; 'quillon ctl helper install' installs it"));
+    if (!update && fan.helperInstalled()) {
+        return fan.helperNeedsUpdate() ? answer(false,
+                   QStringLiteral(
+                       "the helper is installed, but older than this app; 'quillon ctl helper update' replaces it"))
+                                       : answer(true, QStringLiteral("the helper is installed already"));
+    }
+    fan.installHelper(laterReply(bus, call,
+        update ? QStringLiteral("the helper is updated and running")
+               : QStringLiteral("the helper is installed and running")));
+}
+
+void ScriptingService::uninstallFor(QDBusConnection bus, QDBusMessage call)
+{
+    if (!m_hooks.uninstall) {
+        bus.send(call.createReply({false, QStringLiteral("this app cannot uninstall itself")}));
+        return;
+    }
+    m_hooks.uninstall(laterReply(bus, call, QStringLiteral("Quillon has been removed; it quits now"), m_hooks.quit));
+}
+
 bool ScriptingService::InstallHelper(bool update, QString& text)
 {
-    if (!admitted())
-        return false;
-    app::FanController& fan = *m_manager.fan();
-    if (update && !fan.helperInstalled()) {
-        text = QStringLiteral("the helper is not installed; 'quillon ctl helper install' installs it");
-        return false;
-    }
-    if (!update && fan.helperInstalled()) {
-        text = fan.helperNeedsUpdate() ? QStringLiteral(
-                   "the helper is installed, but older than this app; 'quillon ctl helper update' replaces it")
-                                       : QStringLiteral("the helper is installed already");
-        return !fan.helperNeedsUpdate();
-    }
     if (!calledFromDBus()) {
         text = QStringLiteral("only over D-Bus");
         return false;
     }
-    fan.installHelper(laterReply(update ? QStringLiteral("the helper is updated and running")
-                                        : QStringLiteral("the helper is installed and running")));
+    if (!admitted())
+        return false;
+    setDelayedReply(true);
+    installHelperFor(update, connection(), message());
     return false;
 }
 
 bool ScriptingService::Uninstall(QString& text)
 {
-    if (!admitted())
-        return false;
-    if (!m_hooks.uninstall || !calledFromDBus()) {
-        text = QStringLiteral("this app cannot uninstall itself");
+    if (!calledFromDBus()) {
+        text = QStringLiteral("only over D-Bus");
         return false;
     }
-    m_hooks.uninstall(laterReply(QStringLiteral("Quillon has been removed; it quits now"), m_hooks.quit));
+    if (!admitted())
+        return false;
+    setDelayedReply(true);
+    uninstallFor(connection(), message());
     return false;
 }
 

@@ -80,17 +80,19 @@ public:
 
 private:
     static constexpr qsizetype kMaxCallers = 256;
-    static constexpr int kRelayTimeoutMs = 15 * 60 * 1000;
 
     // Whether the current call may be served now. When not, it is answered
     // later (once its caller's user is known) or refused, and the method
     // returns at once with a value nobody reads.
     bool admitted();
     bool fanControlAvailable(QString& text) const;
-    // Answers the D-Bus call being served later, with (ok, text) from the
-    // outcome; then runs after, when given.
+    // Answers call later, with (ok, text) from the outcome; then, after a
+    // success, runs after when given.
     std::function<void(const app::InstallResult&)> laterReply(
-        const QString& doneText, std::function<void()> after = {});
+        QDBusConnection bus, QDBusMessage call, const QString& doneText, std::function<void()> after = {});
+    // The flows that wait for the password dialog: they answer call themselves.
+    void installHelperFor(bool update, QDBusConnection bus, QDBusMessage call);
+    void uninstallFor(QDBusConnection bus, QDBusMessage call);
     // False, with the reason added to text, when the change just made did not
     // reach the settings file: a script must not take it for lasting.
     static bool saved(const app::TriggerManager& triggers, QString& text);

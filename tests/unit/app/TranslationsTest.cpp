@@ -74,8 +74,9 @@ const Notification kNotifications[] = {
     {"RenderModeManager", "Your DaVinci render is done. Render Mode stays on until you exit it.",
         "Dein DaVinci-Render ist durch. Render Mode läuft weiter, bis du ihn beendest."},
     {"RenderModeManager", "🎬 Render Mode ended", "🎬 Render Mode beendet"},
-    {"RenderModeManager", "Ran %1 · peak CPU %2° / GPU %3° · fans max %4 rpm · throttling %5",
-        "Lief %1 · Spitzen CPU %2° / GPU %3° · Lüfter max %4 rpm · Throttling %5"},
+    // The figures carry their units ("72°", "5000 rpm"), or "—" without a reading.
+    {"RenderModeManager", "Ran %1 · peak CPU %2 / GPU %3 · fans max %4 · throttling %5",
+        "Lief %1 · Spitzen CPU %2 / GPU %3 · Lüfter max %4 · Throttling %5"},
     {"RenderModeManager", "never", "nie"},
 };
 
