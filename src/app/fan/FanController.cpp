@@ -501,7 +501,8 @@ std::optional<FanController::Kind> FanController::wantedPowerProfile() const
         return std::nullopt;
     if (m_triggerProfile)
         return m_triggerProfile;
-    if (m_fansEnabled && m_coolingMode == CoolingMode::automatic)
+    // A manual floor has no power profile: the switch holds the chosen profile.
+    if (m_fansEnabled)
         return m_coolingProfile;
     return std::nullopt;
 }

@@ -70,6 +70,7 @@ class FanController : public QObject {
     Q_PROPERTY(bool releasePending READ releasePending NOTIFY helperStateChanged)
     Q_PROPERTY(QString safetyHold READ safetyHold NOTIFY helperStateChanged)
     Q_PROPERTY(QString fanControlUnavailable READ fanControlUnavailable NOTIFY helperStateChanged)
+    Q_PROPERTY(bool profileRoute READ profileRoute NOTIFY helperStateChanged)
     Q_PROPERTY(QString profileCooling READ profileCooling NOTIFY coolingChanged)
     Q_PROPERTY(QString coolingMode READ coolingModeRaw WRITE setCoolingModeRaw NOTIFY coolingChanged)
     Q_PROPERTY(QString coolingProfile READ coolingProfileRaw WRITE setCoolingProfileRaw NOTIFY coolingChanged)
@@ -212,6 +213,9 @@ public:
     // SMC, no fans, a kernel driver that does not allow fan writes); empty
     // when they can, or before the helper said.
     QString fanControlUnavailable() const { return m_fanControlUnavailable; }
+    // No fan can be written here, but cooling can go through the firmware's
+    // power profile: the switch and the profile choice hold a profile there.
+    bool profileRoute() const { return m_profileCooling && !m_fanControlUnavailable.isEmpty(); }
     // Where no fan can be controlled, the cooling that stands (a trigger's
     // profile, else the user's automatic one) is held as the firmware's
     // power profile; this says so ("" when none is held).

@@ -140,6 +140,14 @@ void FanController::setFansEnabled(bool on)
 {
     if (!m_helperInstalled)
         return;
+    if (profileRoute()) {
+        // Nothing for the helper to drive: the chosen profile becomes a power-profile hold.
+        if (on != m_fansEnabled) {
+            m_fansEnabled = on;
+            emit coolingChanged();
+        }
+        return;
+    }
     UserAction action(*this);
     if (on != m_fansEnabled) {
         m_fansEnabled = on;

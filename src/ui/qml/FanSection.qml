@@ -13,10 +13,14 @@ ExpandableSection {
     required property QtObject fanView
     required property QtObject panel
 
-    readonly property bool manual: fan.coolingMode === "manual"
+    // A manual floor needs a fan to drive.
+    readonly property bool manual: fan.coolingMode === "manual" && !profileOnly
     // The helper found no fan it can drive: the summary says why, and no
     // control pretends otherwise.
     readonly property bool controllable: fan.helperInstalled && fan.fanControlUnavailable === ""
+    // ... though where the firmware's power profile can cool, the switch and
+    // the profile choice hold that profile instead.
+    readonly property bool profileOnly: fan.helperInstalled && fan.profileRoute
 
     objectName: "fans"
     title: qsTr("Fans")
@@ -26,8 +30,8 @@ ExpandableSection {
 
     extras: Switch {
         objectName: "fansSwitch"
-        visible: section.fan.fanControlUnavailable === ""
-        enabled: section.controllable
+        visible: section.fan.fanControlUnavailable === "" || section.profileOnly
+        enabled: section.controllable || section.profileOnly
         checked: section.fan.fansEnabled
         onToggled: section.fan.setFansEnabled(checked)
     }
@@ -44,6 +48,7 @@ ExpandableSection {
     }
     ChoiceRow {
         objectName: "coolingMode"
+        visible: !section.profileOnly
         enabled: section.controllable
         choices: [{label: qsTr("Automatic"), value: "auto"}, {label: qsTr("Manual"), value: "manual"}]
         current: section.fan.coolingMode
@@ -66,7 +71,7 @@ ExpandableSection {
     ChoiceRow {
         objectName: "profiles"
         visible: !section.manual
-        enabled: section.controllable
+        enabled: section.controllable || section.profileOnly
         choices: section.fanView.profiles
         valueRole: "kind"
         current: section.fan.coolingProfile
@@ -78,7 +83,7 @@ ExpandableSection {
         text: section.fanView.blurb
     }
     ProfileCurve {
-        visible: !section.manual
+        visible: !section.manual && !section.profileOnly
         points: section.fanView.curvePoints
         marker: section.fanView.curveMarker
         Layout.fillWidth: true

@@ -53,6 +53,27 @@ TEST_F(FanProfileCooling, WhereNoFanCanBeDrivenTheStrongestRequestIsHeldAsThePow
     EXPECT_EQ(fc->profileCooling(), "");
 }
 
+// On such a machine the fan section's own switch and profile choice hold the
+// power profile, whatever mode was saved, and the helper is sent nothing.
+TEST_F(FanProfileCooling, TheFanSwitchHoldsTheChosenProfileAndSendsNoFloor)
+{
+    create();
+    poll(noFans());
+    ASSERT_TRUE(fc->profileRoute());
+    fc->setCoolingMode(quillon::app::CoolingMode::manual);
+    fc->setFansEnabled(true);
+    EXPECT_TRUE(fc->fansEnabled());
+    EXPECT_EQ(profiles.calls, QStringList{"hold balanced"});
+    fc->setCoolingProfile(Kind::silent);
+    EXPECT_EQ(profiles.calls.last(), "hold power-saver");
+    fc->setFansEnabled(false);
+    EXPECT_EQ(profiles.calls.last(), "release");
+    EXPECT_TRUE(link.floors.isEmpty()) << "nothing for the helper to drive";
+
+    poll(status(60));
+    EXPECT_FALSE(fc->profileRoute()) << "drivable fans again";
+}
+
 TEST_F(FanProfileCooling, DrivableFansNeverTouchTheProfileAndAFailedHoldSaysWhy)
 {
     create();
