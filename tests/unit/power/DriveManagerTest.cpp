@@ -241,7 +241,8 @@ using HostileDrives = DriveManagerTest;
 
 TEST_F(HostileDrives, HungDrivesAreMarkedAndNeverHoldUpTheHealthyOnes)
 {
-    const auto manager = makeManager(100);
+    // Long enough that a healthy touch never misses it on a loaded machine.
+    const auto manager = makeManager(1000);
     QList<DriveItem> hung;
     for (int i = 0; i < 6; ++i) {
         hung.append({QString("/media/ada/Dead%1").arg(i), QString("Dead %1").arg(i)});
