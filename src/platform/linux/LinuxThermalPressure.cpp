@@ -54,13 +54,16 @@ LinuxThermalPressure::LinuxThermalPressure(QString sysfsRoot, bool startTimer, Q
     : platform::ThermalPressure(parent)
     , m_root(std::move(sysfsRoot))
 {
+    m_sources = ThermalSnapshot::Sources::discover(m_root);
     // The first reading sets the level at once: there is nothing to smooth yet.
-    const ThermalSnapshot first = ThermalSnapshot::read(m_root);
+    const ThermalSnapshot first = ThermalSnapshot::read(m_sources);
     m_level = levelFor(first, nullptr, 0);
     m_previous = first;
     m_timer.setInterval(kSampleIntervalMs);
     connect(&m_timer, &QTimer::timeout, this, [this] { sample(kSampleIntervalMs / 1000.0); });
-    if (startTimer)
+    // A machine that shows neither zones nor throttle counters (a VM, a
+    // container) has nothing to sample: it stays nominal without waking up.
+    if (startTimer && !m_sources.empty())
         m_timer.start();
 }
 
@@ -76,7 +79,7 @@ Level LinuxThermalPressure::levelFor(const ThermalSnapshot& now, const ThermalSn
 
 void LinuxThermalPressure::sample(double elapsedS)
 {
-    const ThermalSnapshot now = ThermalSnapshot::read(m_root);
+    const ThermalSnapshot now = ThermalSnapshot::read(m_sources);
     const Level seen = levelFor(now, m_previous ? &*m_previous : nullptr, elapsedS);
     m_previous = now;
 

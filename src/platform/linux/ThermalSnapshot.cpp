@@ -3,6 +3,7 @@
 #include "SysfsAttributes.h"
 
 #include <QDir>
+#include <QFileInfo>
 
 namespace quillon::platform::linux_ {
 
@@ -29,12 +30,28 @@ bool isMachineHeat(const QString& type)
 
 } // namespace
 
-ThermalSnapshot ThermalSnapshot::read(const QString& sysfsRoot)
+ThermalSnapshot::Sources ThermalSnapshot::Sources::discover(const QString& sysfsRoot)
 {
-    ThermalSnapshot snapshot;
+    Sources sources;
     const QDir thermal(sysfsRoot + "/sys/class/thermal");
     for (const QString& name : thermal.entryList({"thermal_zone*"}, QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name)) {
-        const SysfsAttributes attributes(thermal.filePath(name));
+        if (QFileInfo::exists(thermal.filePath(name) + "/temp"))
+            sources.zones.append(thermal.filePath(name));
+    }
+    const QDir cpus(sysfsRoot + "/sys/devices/system/cpu");
+    for (const QString& cpu : cpus.entryList({"cpu[0-9]*"}, QDir::Dirs | QDir::NoDotAndDotDot)) {
+        const QString throttle = cpus.filePath(cpu) + "/thermal_throttle";
+        if (QFileInfo(throttle).isDir())
+            sources.throttle.append(throttle);
+    }
+    return sources;
+}
+
+ThermalSnapshot ThermalSnapshot::read(const Sources& sources)
+{
+    ThermalSnapshot snapshot;
+    for (const QString& folder : sources.zones) {
+        const SysfsAttributes attributes(folder);
         Zone zone;
         zone.type = attributes.text("type").value_or(QString());
         const auto temp = celsius(attributes.number("temp"));
@@ -60,9 +77,8 @@ ThermalSnapshot ThermalSnapshot::read(const QString& sysfsRoot)
         snapshot.zones.push_back(zone);
     }
 
-    const QDir cpus(sysfsRoot + "/sys/devices/system/cpu");
-    for (const QString& cpu : cpus.entryList({"cpu[0-9]*"}, QDir::Dirs | QDir::NoDotAndDotDot)) {
-        const SysfsAttributes throttle(cpus.filePath(cpu) + "/thermal_throttle");
+    for (const QString& folder : sources.throttle) {
+        const SysfsAttributes throttle(folder);
         if (throttle.number("core_throttle_count"))
             ++snapshot.throttleCpus;
         for (const QString& kind : {QStringLiteral("core"), QStringLiteral("package")}) {

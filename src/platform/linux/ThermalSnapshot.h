@@ -1,7 +1,7 @@
 #pragma once
 
 #include <QString>
-
+#include <QStringList>
 #include <optional>
 #include <vector>
 
@@ -23,12 +23,23 @@ struct ThermalSnapshot {
     std::vector<Zone> zones;
     std::optional<quint64> throttleCount;  // core + package events, all CPUs
     std::optional<quint64> throttleTimeMs; // core + package time, all CPUs
-    int throttleCpus = 0;                   // CPUs that reported counters
+    int throttleCpus = 0;                  // CPUs that reported counters
 
-    // Reads /sys/class/thermal and /sys/devices/system/cpu under sysfsRoot
-    // (normally "/"). Zones that are unreadable, disabled or not about the
-    // machine's heat (wireless cards) are left out; garbage reads as absent.
-    static ThermalSnapshot read(const QString& sysfsRoot);
+    // Where the readings are: the thermal zones that have a temperature and
+    // the CPUs that have throttle counters, found once so that a sampler
+    // lists no folder and tries no file the machine does not have.
+    struct Sources {
+        QStringList zones;
+        QStringList throttle;
+        bool empty() const { return zones.isEmpty() && throttle.isEmpty(); }
+        // Lists /sys/class/thermal and /sys/devices/system/cpu under sysfsRoot (normally "/").
+        static Sources discover(const QString& sysfsRoot);
+    };
+
+    // Reads the sources. Zones that are unreadable, disabled or not about
+    // the machine's heat (wireless cards) are left out; garbage reads as absent.
+    static ThermalSnapshot read(const Sources& sources);
+    static ThermalSnapshot read(const QString& sysfsRoot) { return read(Sources::discover(sysfsRoot)); }
 };
 
 } // namespace quillon::platform::linux_

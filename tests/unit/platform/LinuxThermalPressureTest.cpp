@@ -2,9 +2,8 @@
 
 #include "support/CapturedTree.h"
 
-#include <gtest/gtest.h>
-
 #include <QSignalSpy>
+#include <gtest/gtest.h>
 
 using quillon::platform::linux_::LinuxThermalPressure;
 using quillon::platform::linux_::ThermalSnapshot;
@@ -36,6 +35,23 @@ TEST(LinuxThermalPressure, CapturedMachinesReadAsTheirLevel)
     };
     for (const FixtureRow& row : rows)
         EXPECT_EQ(LinuxThermalPressure(fixture(row.name), false).level(), row.level) << row.name;
+}
+
+// Only what the machine showed at start is ever read: no folder is listed
+// and no missing file tried on every sample, and a machine with nothing to
+// read is not sampled at all.
+TEST(LinuxThermalPressure, SamplesOnlyWhatTheMachineHas)
+{
+    EXPECT_FALSE(LinuxThermalPressure(fixture("does-not-exist"), true).sampling());
+    EXPECT_TRUE(LinuxThermalPressure(fixture("laptop-cool"), true).sampling());
+
+    quillon::test::CapturedTree tree{"thermal/laptop-cool"};
+    LinuxThermalPressure pressure(tree.root(), false);
+    tree.set("sys/class/thermal/thermal_zone7/type", "x86_pkg_temp");
+    tree.set("sys/class/thermal/thermal_zone7/temp", "120000");
+    pressure.sample(3);
+    pressure.sample(3);
+    EXPECT_EQ(pressure.level(), Level::nominal) << "a zone that was not there at start is not looked for";
 }
 
 TEST(LinuxThermalPressure, GarbageAndForeignZonesAreLeftOut)
