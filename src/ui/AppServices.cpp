@@ -79,7 +79,8 @@ app::SleepManager::Services AppServices::services()
     services.assertions = LinuxPlatform::powerAssertions();
     services.powerSupply = LinuxPlatform::powerSupply();
     services.volumes = LinuxPlatform::volumes();
-    services.driveToucher = LinuxPlatform::driveToucher();
+    services.driveToucher = LinuxPlatform::driveToucher(app::HelperInstaller::bundledProgramFor(
+        QCoreApplication::applicationDirPath(), QStringLiteral("quillon-drive-touch")));
     services.lidSensor = m_lid.get();
     services.lidOwner = m_lidOwner.get();
     services.thermal = m_thermal.get();

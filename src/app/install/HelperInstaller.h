@@ -32,8 +32,10 @@ public:
     // bundledHelper: the standalone quillon-helper shipped with the app.
     HelperInstaller(platform::PrivilegedRunner& runner, QString bundledHelper, HelperLayout layout = HelperLayout());
 
-    // The helper shipped with the app in appDir: beside it (a build tree, a
-    // `cmake --install` into one folder), else in ../libexec/quillon.
+    // A program shipped with the app in appDir (the helper, the drive
+    // toucher): beside it (a build tree, a `cmake --install` into one folder),
+    // else in ../libexec/quillon.
+    static QString bundledProgramFor(const QString& appDir, const QString& name);
     static QString bundledHelperFor(const QString& appDir);
 
     // Both the installed helper and its unit are there; nothing more is checked.

@@ -3,7 +3,7 @@
 #include "CanberraSoundPlayer.h"
 #include "DrmDisplays.h"
 #include "FreedesktopNotifications.h"
-#include "LinuxDriveToucher.h"
+#include "SpawnedDriveToucher.h"
 #include "LinuxLidSensor.h"
 #include "LinuxLidSwitchOwner.h"
 #include "LinuxPowerAssertions.h"
@@ -31,9 +31,9 @@ std::shared_ptr<VolumeSource> LinuxPlatform::volumes()
         UDisks2VolumeSource(QDBusConnection::systemBus()), MountInfoVolumeSource());
 }
 
-std::shared_ptr<DriveToucher> LinuxPlatform::driveToucher()
+std::shared_ptr<DriveToucher> LinuxPlatform::driveToucher(const QString& program)
 {
-    return std::make_shared<LinuxDriveToucher>();
+    return std::make_shared<SpawnedDriveToucher>(program);
 }
 
 std::unique_ptr<SoundPlayer> LinuxPlatform::sounds(const QString& fallback)

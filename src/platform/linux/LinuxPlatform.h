@@ -34,7 +34,8 @@ public:
     static std::shared_ptr<PowerSupply> powerSupply(const QString& root = QStringLiteral("/sys/class/power_supply"));
     // UDisks2 on the system bus, the mount table without it.
     static std::shared_ptr<VolumeSource> volumes();
-    static std::shared_ptr<DriveToucher> driveToucher();
+    // Each touch in a child process running program (quillon-drive-touch).
+    static std::shared_ptr<DriveToucher> driveToucher(const QString& program);
     // logind's LidClosed, the ACPI button without logind.
     static std::unique_ptr<LidSensor> lidSensor();
     // Who acts on the lid: logind, or a desktop power manager (from logind's locks).

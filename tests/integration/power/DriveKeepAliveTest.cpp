@@ -8,9 +8,11 @@
 #include "platform/Clock.h"
 #include "platform/linux/BlockReadCounter.h"
 #include "platform/linux/LinuxDriveToucher.h"
+#include "platform/linux/LinuxPlatform.h"
 
 #include "support/EventLoop.h"
 #include "support/HungMount.h"
+#include "support/LineProcess.h"
 #include "support/QStringPrinter.h"
 
 #include <QElapsedTimer>
@@ -29,6 +31,12 @@ using quillon::platform::linux_::LinuxDriveToucher;
 using quillon::test::TestVolume;
 
 namespace {
+
+// The toucher the app uses: each touch in the quillon-drive-touch program.
+std::shared_ptr<quillon::platform::DriveToucher> appToucher()
+{
+    return quillon::platform::linux_::LinuxPlatform::driveToucher(QStringLiteral(QUILLON_DRIVE_TOUCH_BIN));
+}
 
 // Everything a write could change of each file and folder of the volume:
 // size and the three times. Looking with stat() changes none of them.
@@ -83,7 +91,7 @@ TEST(DriveKeepAlive, TouchesAMountedVolumeOnScheduleAndWritesNothing)
     QTemporaryDir settingsDir;
     Settings settings(settingsDir.filePath("Quillon.conf"));
     const SystemClock clock;
-    DriveManager manager({&settings, &clock, nullptr, std::make_shared<LinuxDriveToucher>()});
+    DriveManager manager({&settings, &clock, nullptr, appToucher()});
     manager.setIntervalSeconds(1);
     manager.add({volume.mountPoint(), "Test volume"});
 
@@ -151,7 +159,7 @@ TEST(HostileDrives, AHungMountNeverHoldsUpAHealthyVolume)
     QTemporaryDir settingsDir;
     Settings settings(settingsDir.filePath("Quillon.conf"));
     const SystemClock clock;
-    DriveManager manager({&settings, &clock, nullptr, std::make_shared<LinuxDriveToucher>(), 300});
+    DriveManager manager({&settings, &clock, nullptr, appToucher(), 300});
     manager.setIntervalSeconds(1);
     QStringList hungPaths{hung.path()};
     for (int i = 0; i < 5; ++i)
@@ -177,6 +185,19 @@ TEST(HostileDrives, AHungMountNeverHoldsUpAHealthyVolume)
         },
         std::chrono::seconds(10)));
     manager.setEnabled(false);
+}
+
+// A server that took the request and died: whatever touches the drive sleeps
+// in the kernel, where not even SIGKILL reaches it. The process that keeps
+// the drive alive still quits at once.
+TEST(HostileDrives, ATouchStuckInTheKernelNeverKeepsTheAppFromQuitting)
+{
+    quillon::test::LineProcess probe; // outlives the mount, which lets a stuck probe go
+    quillon::test::HungMount hung(quillon::test::HungMount::Mode::swallowing);
+    ASSERT_TRUE(hung.mounted()) << "needs root and /dev/fuse, as CI has";
+    probe.start(QStringLiteral(QUILLON_DRIVE_QUIT_PROBE), {hung.path()}, {});
+    ASSERT_TRUE(probe.waitForLine("overdue", std::chrono::seconds(10)));
+    EXPECT_EQ(probe.waitForExit(std::chrono::seconds(5)), 0) << probe.lines().join('\n').toStdString();
 }
 
 } // namespace
