@@ -21,8 +21,9 @@ packages=(
   # Global shortcuts on X11: key grabs on the root window.
   libxcb1-dev
   # Keep-awake and the lid tested against the desktops' own power services
-  # (systemd-logind comes with systemd).
-  xfce4-power-manager xfconf
+  # (systemd-logind comes with systemd), and the tray icon's colour against
+  # a real panel's tray.
+  xfce4-power-manager xfconf xfce4-panel
   # The Debian package: CPack's dependency scan.
   dpkg-dev file
 )

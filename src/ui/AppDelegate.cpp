@@ -60,7 +60,7 @@ void AppDelegate::applicationDidFinishLaunching()
     connect(qApp, &QGuiApplication::screenAdded, displays, &platform::ExternalDisplays::changed);
     connect(qApp, &QGuiApplication::screenRemoved, displays, &platform::ExternalDisplays::changed);
 
-    m_tray = std::make_unique<TrayIcon>();
+    m_tray = std::make_unique<TrayIcon>(&m_services->trayColors());
     m_tray->show(IconState::of(false, false, std::nullopt, std::nullopt));
     connect(m_tray.get(), &TrayIcon::clicked, this, &AppDelegate::togglePopover);
 

@@ -20,6 +20,7 @@
 #include "platform/linux/LinuxPlatform.h"
 #include "platform/linux/PkexecRunner.h"
 #include "platform/linux/PpdPowerProfiles.h"
+#include "platform/linux/X11TrayColors.h"
 
 #include "daemon/HelperBus.h"
 
@@ -67,6 +68,7 @@ AppServices::AppServices(const QString& settingsFile)
     , m_displays(LinuxPlatform::externalDisplays())
     , m_processWatcher(LinuxPlatform::processWatcher())
     , m_globalShortcuts(std::make_unique<platform::linux_::LinuxGlobalShortcuts>(QDBusConnection::sessionBus()))
+    , m_trayColors(std::make_unique<platform::linux_::X11TrayColors>())
 {
 }
 

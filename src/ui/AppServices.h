@@ -27,6 +27,7 @@ class PrivilegedRunner;
 class ProcessWatcher;
 class RunningApps;
 class ThermalPressure;
+class TrayColors;
 } // namespace quillon::platform
 
 namespace quillon::ui {
@@ -57,6 +58,8 @@ public:
     platform::ExternalDisplays& displays() { return *m_displays; }
     // The desktop's global shortcuts (portal, else X11), for the hotkeys.
     platform::GlobalShortcuts& globalShortcuts() { return *m_globalShortcuts; }
+    // The tray's own colours (X11 trays that announce them), for the tray icon.
+    const platform::TrayColors& trayColors() const { return *m_trayColors; }
 
 private:
     std::unique_ptr<app::Settings> m_settings;
@@ -76,6 +79,7 @@ private:
     std::unique_ptr<platform::ExternalDisplays> m_displays;
     std::unique_ptr<platform::ProcessWatcher> m_processWatcher;
     std::unique_ptr<platform::GlobalShortcuts> m_globalShortcuts;
+    std::unique_ptr<platform::TrayColors> m_trayColors;
 };
 
 } // namespace quillon::ui

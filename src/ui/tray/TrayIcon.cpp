@@ -1,6 +1,7 @@
 #include "TrayIcon.h"
 
 #include "GaugeIcon.h"
+#include "platform/TrayColors.h"
 
 #include <QApplication>
 #include <QDBusConnection>
@@ -16,10 +17,13 @@ const QString kWatcherService = QStringLiteral("org.kde.StatusNotifierWatcher");
 constexpr int kPollIntervalMs = 1000;
 } // namespace
 
-TrayIcon::TrayIcon(QObject* parent)
+TrayIcon::TrayIcon(const platform::TrayColors* colors, QObject* parent)
     : QObject(parent)
+    , m_colors(colors)
 {
     qApp->installEventFilter(this);
+    if (m_colors)
+        connect(m_colors, &platform::TrayColors::changed, this, &TrayIcon::redraw);
     if (trayPresent())
         create();
     else
@@ -95,10 +99,16 @@ void TrayIcon::redraw()
 {
     if (!m_icon)
         return;
-    const QColor ink = QApplication::palette().color(QPalette::Active, QPalette::WindowText);
-    m_icon->setIcon(GaugeIcon::gaugeImage(m_state.active, ink, m_state.title));
+    m_icon->setIcon(GaugeIcon::gaugeImage(m_state.active, ink(), m_state.title));
     m_icon->setToolTip(QStringLiteral("Quillon") + m_state.title);
     m_drawn = true;
+}
+
+QColor TrayIcon::ink() const
+{
+    if (const auto tray = m_colors ? m_colors->foreground() : std::nullopt)
+        return *tray;
+    return QApplication::palette().color(QPalette::Active, QPalette::WindowText);
 }
 
 QRect TrayIcon::geometry() const
@@ -108,7 +118,8 @@ QRect TrayIcon::geometry() const
 
 bool TrayIcon::eventFilter(QObject* watched, QEvent* event)
 {
-    // A switch between light and dark follows the palette.
+    // A switch between light and dark follows the palette (where the tray
+    // tells no colour of its own).
     if (watched == qApp && event->type() == QEvent::ApplicationPaletteChange)
         redraw();
     return QObject::eventFilter(watched, event);

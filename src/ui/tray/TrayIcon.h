@@ -10,6 +10,10 @@
 class QDBusServiceWatcher;
 class QSystemTrayIcon;
 
+namespace quillon::platform {
+class TrayColors;
+}
+
 namespace quillon::ui {
 
 // The app's item in the system tray. Qt decides once per process whether
@@ -22,7 +26,7 @@ class TrayIcon : public QObject {
 public:
     static constexpr int kMaxWaitS = 30;
 
-    explicit TrayIcon(QObject* parent = nullptr);
+    explicit TrayIcon(const platform::TrayColors* colors = nullptr, QObject* parent = nullptr);
     ~TrayIcon() override;
 
     // Shows this state (re-drawn only when it differs from the last one).
@@ -31,6 +35,8 @@ public:
     // Where the icon is on screen; empty where the tray does not tell
     // (StatusNotifierItem hosts never do).
     QRect geometry() const;
+    // The colour the gauge is drawn in now.
+    QColor ink() const;
 
 signals:
     // A click on the icon (any button that means "open").
@@ -45,6 +51,7 @@ private:
     void create();
     void redraw();
 
+    const platform::TrayColors* m_colors;
     std::unique_ptr<QSystemTrayIcon> m_icon;
     std::unique_ptr<QDBusServiceWatcher> m_watcher;
     QTimer m_poll;
