@@ -134,6 +134,18 @@
         <source>Turn off</source>
         <translation>Ausschalten</translation>
     </message>
+    <message>
+        <source>Pause for</source>
+        <translation>Pause für</translation>
+    </message>
+    <message>
+        <source>Resume</source>
+        <translation>Fortsetzen</translation>
+    </message>
+    <message>
+        <source>A pause lets go of this session, automation and the processes kept awake for. Render Mode, the closed lid and fan control go on.</source>
+        <translation>Eine Pause gibt diese Sitzung, die Automatik und das Wachhalten für Prozesse frei. Render Mode, Zugeklappt und die Lüftersteuerung laufen weiter.</translation>
+    </message>
 </context>
 <context>
     <name>LidSection</name>
@@ -538,6 +550,34 @@ ist da.</translation>
         <source>Update</source>
         <translation>Aktualisieren</translation>
     </message>
+    <message>
+        <source>⏸ %1 · Render Mode, closed lid and fan control go on</source>
+        <translation>⏸ %1 · Render Mode, Zugeklappt und Lüftersteuerung laufen weiter</translation>
+    </message>
+    <message>
+        <source>Session paused · %1 left</source>
+        <translation>Sitzung pausiert · noch %1</translation>
+    </message>
+    <message>
+        <source>Session paused</source>
+        <translation>Sitzung pausiert</translation>
+    </message>
+    <message>
+        <source>Auto keep-awake paused (%1)</source>
+        <translation>Automatisch wach pausiert (%1)</translation>
+    </message>
+    <message>
+        <source>Paused: awake while %1 runs</source>
+        <translation>Pausiert: wach, solange %1 läuft</translation>
+    </message>
+    <message>
+        <source>Paused until %1</source>
+        <translation>Pausiert bis %1</translation>
+    </message>
+    <message>
+        <source>Paused until you resume</source>
+        <translation>Pausiert, bis du fortsetzt</translation>
+    </message>
 </context>
 <context>
     <name>RenderOverlay</name>
@@ -709,29 +749,6 @@ ist da.</translation>
     </message>
 </context>
 <context>
-    <name>quillon::app::ProfileCooling</name>
-    <message>
-        <source>Power saver</source>
-        <translation>Energiesparen</translation>
-    </message>
-    <message>
-        <source>Balanced</source>
-        <translation>Ausgewogen</translation>
-    </message>
-    <message>
-        <source>Performance</source>
-        <translation>Leistung</translation>
-    </message>
-    <message>
-        <source>Cooling through the power profile: %1</source>
-        <translation>Kühlung über das Energieprofil: %1</translation>
-    </message>
-    <message>
-        <source>The power profile could not be held: %1</source>
-        <translation>Das Energieprofil ließ sich nicht halten: %1</translation>
-    </message>
-</context>
-<context>
     <name>quillon::app::FanController</name>
     <message>
         <source>⚠️ Mac is throttling</source>
@@ -880,6 +897,29 @@ ist da.</translation>
     </message>
 </context>
 <context>
+    <name>quillon::app::ProfileCooling</name>
+    <message>
+        <source>Power saver</source>
+        <translation>Energiesparen</translation>
+    </message>
+    <message>
+        <source>Balanced</source>
+        <translation>Ausgewogen</translation>
+    </message>
+    <message>
+        <source>Performance</source>
+        <translation>Leistung</translation>
+    </message>
+    <message>
+        <source>Cooling through the power profile: %1</source>
+        <translation>Kühlung über das Energieprofil: %1</translation>
+    </message>
+    <message>
+        <source>The power profile could not be held: %1</source>
+        <translation>Das Energieprofil ließ sich nicht halten: %1</translation>
+    </message>
+</context>
+<context>
     <name>quillon::app::RenderModeManager</name>
     <message>
         <source>%1 rpm</source>
@@ -976,6 +1016,10 @@ ist da.</translation>
         <source>Not in force: %1</source>
         <translation>Nicht aktiv: %1</translation>
     </message>
+    <message>
+        <source>Paused</source>
+        <translation>Pausiert</translation>
+    </message>
 </context>
 <context>
     <name>quillon::app::SleepManager</name>
@@ -1067,6 +1111,13 @@ ist da.</translation>
     <message>
         <source>The list holds %1 apps, the most it can: remove one to add another.</source>
         <translation>Die Liste fasst höchstens %1 Apps: Entferne eine, um eine andere hinzuzufügen.</translation>
+    </message>
+</context>
+<context>
+    <name>quillon::ui::AwakeView</name>
+    <message>
+        <source>Until I resume</source>
+        <translation>Bis ich fortsetze</translation>
     </message>
 </context>
 <context>

@@ -102,6 +102,7 @@ public:
     QString activeReason() const;
     std::optional<Kind> coolingProfileActive() const { return m_cooling; }
     const SleepAssertions& assertions() const { return m_assertions; }
+    SleepAssertions& assertions() { return m_assertions; }
 
 signals:
     void rulesChanged();

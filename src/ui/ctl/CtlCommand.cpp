@@ -209,6 +209,10 @@ int CtlCommand::run(int argc, char** argv, const QStringList& args)
     case Verb::uninstall:
         app.setTimeout(kPasswordTimeoutMs);
         return report(app.Uninstall());
+    case Verb::pause:
+        return report(app.Pause(request.until.isValid() ? request.until.toUTC().toString(Qt::ISODate) : QString()));
+    case Verb::resume:
+        return report(app.Resume());
     case Verb::settings: {
         QDBusPendingReply<> shown = app.ShowSettings();
         shown.waitForFinished();

@@ -137,6 +137,21 @@ Result parseAwake(const QStringList& args, const QDateTime& now)
     return request;
 }
 
+// pause [--for DURATION]
+Result parsePause(const QStringList& args, const QDateTime& now)
+{
+    CtlRequest request;
+    request.verb = CtlRequest::Verb::pause;
+    if (args.isEmpty())
+        return request;
+    const auto seconds
+        = args.size() == 2 && args[0] == QLatin1String("--for") ? CtlRequest::parseDuration(args[1]) : std::nullopt;
+    if (!seconds)
+        return error(QStringLiteral("pause takes --for DURATION (for example 30m), or nothing: until resumed"));
+    request.until = now.addSecs(*seconds);
+    return request;
+}
+
 std::optional<double> parsePercent(QString text)
 {
     if (text.endsWith(QLatin1Char('%')))
@@ -231,6 +246,10 @@ std::variant<CtlRequest, CtlRequest::Error> CtlRequest::parse(const QStringList&
         request.verb = Verb::status;
     } else if (verb == QLatin1String("reset") && rest.isEmpty()) {
         request.verb = Verb::reset;
+    } else if (verb == QLatin1String("pause")) {
+        return parsePause(rest, now);
+    } else if (verb == QLatin1String("resume") && rest.isEmpty()) {
+        request.verb = Verb::resume;
     } else if (verb == QLatin1String("settings") && rest.isEmpty()) {
         request.verb = Verb::settings;
     } else if (verb == QLatin1String("helper") && rest.size() == 1
@@ -255,7 +274,7 @@ std::variant<CtlRequest, CtlRequest::Error> CtlRequest::parse(const QStringList&
         return error(QStringLiteral("which command?"));
     } else if (verb == QLatin1String("status") || verb == QLatin1String("reset") || verb == QLatin1String("lid")
         || verb == QLatin1String("render") || verb == QLatin1String("update") || verb == QLatin1String("settings")
-        || verb == QLatin1String("helper")) {
+        || verb == QLatin1String("helper") || verb == QLatin1String("resume")) {
         return error(QStringLiteral("wrong arguments for %1").arg(EchoedInput::of(verb)));
     } else {
         return error(QStringLiteral("unknown command: %1").arg(EchoedInput::of(verb)));
@@ -277,6 +296,10 @@ QString CtlRequest::usage()
         "  lid on|off                               closed-lid keep-awake\n"
         "  update check                             asks the update feed now and says what it offers\n"
         "  render on|off                            Render Mode: awake, drives, closed lid, cooling, DaVinci's queue\n"
+        "  pause [--for DURATION]                   lets go of keep-awake, automation and awake --while for a\n"
+        "                                           while (no DURATION: until resume); Render Mode, closed lid\n"
+        "                                           and fan control go on\n"
+        "  resume                                   ends the pause\n"
         "  auto on|off                              automation (keep awake and cool by rule)\n"
         "  auto add DESKTOP-ID [--cooling silent|balanced|max] | auto remove DESKTOP-ID\n"
         "                                           an application whose running keeps awake (and cool)\n"

@@ -32,12 +32,14 @@ struct CtlRequest {
         settings,      // open the settings window
         helperInstall, // the fan helper, through the password dialog
         helperUpdate,
-        uninstall // the helper and the app, through the password dialog
+        uninstall, // the helper and the app, through the password dialog
+        pause,     // keep-awake paused, for a while or until resumed
+        resume,
     };
 
     Verb verb = Verb::help;
     QStringList kinds;         // awake: system, display, network
-    QDateTime until;           // awake: the end; invalid = until turned off
+    QDateTime until;           // awake: the end; invalid = until turned off; pause: invalid = until resumed
     QString profile;           // fansAuto: empty = keep the chosen one
     double percent = 0;        // fansManual: 0..100
     double boostSeconds = 0;   // fansManual: 0 = the last boost length

@@ -36,6 +36,9 @@ public:
     // --- keep-awake ---
     // The section's summary: off, the countdown and end, or open-ended.
     static QString awakeSummary(const app::SleepManager& manager);
+    // "Paused until 14:30" (another day: "Paused until Tomorrow, 09:00"),
+    // "Paused until you resume"; empty when not paused.
+    static QString pausedText(const app::SleepManager& manager);
     // The end picked in the custom picker, or that it has passed.
     static QString customEnd(const QDateTime& end, const QDateTime& now, bool german);
 

@@ -8,6 +8,7 @@
 #include "app/fan/HelperLink.h"
 #include "app/install/InstallResult.h"
 #include "app/install/UpdateChecker.h"
+#include "app/power/KeepAwakePause.h"
 #include "app/power/LidManager.h"
 #include "app/power/ProcessKeepAwake.h"
 #include "app/power/SleepManager.h"
@@ -315,6 +316,38 @@ bool ScriptingService::AwakeWhile(qint64 pid, QString& text)
         return false;
     }
     text = QStringLiteral("keeping system, display awake while process %1 runs").arg(pid);
+    return true;
+}
+
+bool ScriptingService::Pause(const QString& until, QString& text)
+{
+    if (!admitted())
+        return false;
+    QDateTime end;
+    if (!until.isEmpty()) {
+        end = QDateTime::fromString(until, Qt::ISODate);
+        if (!end.isValid() || end <= QDateTime::currentDateTime()) {
+            text = QStringLiteral("not an ISO 8601 time still to come: %1").arg(EchoedInput::of(until));
+            return false;
+        }
+    }
+    m_manager.pause()->pause(end.isValid() ? std::optional(end) : std::nullopt);
+    text = end.isValid() ? QStringLiteral("keep-awake paused until %1").arg(end.toLocalTime().toString(Qt::ISODate))
+                         : QStringLiteral("keep-awake paused until resumed");
+    text += QStringLiteral("; Render Mode, closed lid and fan control go on");
+    return true;
+}
+
+bool ScriptingService::Resume(QString& text)
+{
+    if (!admitted())
+        return false;
+    if (!m_manager.pause()->paused()) {
+        text = QStringLiteral("keep-awake is not paused");
+        return true;
+    }
+    m_manager.pause()->resume();
+    text = QStringLiteral("keep-awake resumed");
     return true;
 }
 

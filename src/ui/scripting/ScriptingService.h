@@ -67,6 +67,8 @@ public:
     bool CheckForUpdates(QString& text);
     bool Reset(QString& text);
     bool AwakeWhile(qint64 pid, QString& text);
+    bool Pause(const QString& until, QString& text);
+    bool Resume(QString& text);
     bool SetAutomation(bool on, QString& text);
     bool AddAutomationApp(const QString& id, const QString& cooling, QString& text);
     bool RemoveAutomationApp(const QString& id, QString& text);

@@ -147,6 +147,36 @@ TEST_F(AutomationTest, AwakeRunsACommandHoldsWhileItRunsAndPassesOnItsStatus)
     EXPECT_NE(gone.err.find("no process 999999999 is running"), std::string::npos) << gone.err;
 }
 
+// A pause lets go of the session's locks on logind and takes them again;
+// the closed lid's stay throughout.
+TEST_F(AutomationTest, APauseLetsGoOfTheSessionButNotTheLid)
+{
+    const auto count = [&](const char* why) {
+        return static_cast<int>(logindLocks().count(why));
+    };
+    const char* system = "SleepTimer: prevent system sleep";
+    const char* display = "SleepTimer: prevent display sleep";
+    run({"awake", "--for", "2h"});
+    run({"lid", "on"});
+    EXPECT_TRUE(waitUntil([&] { return count(system) == 2 && count(display) == 1; }, kNotice))
+        << logindLocks().join(", ").toStdString();
+    EXPECT_TRUE(rig.status()["pausedUntil"].isNull());
+
+    EXPECT_NE(run({"pause", "--for", "30m"}).find("keep-awake paused until"), std::string::npos);
+    EXPECT_TRUE(waitUntil([&] { return count(system) == 1 && count(display) == 0; }, kNotice))
+        << logindLocks().join(", ").toStdString();
+    const QJsonObject status = rig.status();
+    const QDateTime until = QDateTime::fromString(status["pausedUntil"].toString(), Qt::ISODate);
+    EXPECT_NEAR(static_cast<double>(QDateTime::currentDateTime().secsTo(until)), 1800, 30) << dump();
+    EXPECT_FALSE(status["awake"].toObject()["remaining"].isNull()) << "the session's countdown runs on";
+    EXPECT_EQ(status["lid"].toObject()["held"].toObject()["state"], "inForce") << dump();
+
+    run({"resume"});
+    EXPECT_TRUE(waitUntil([&] { return count(system) == 2 && count(display) == 1; }, kNotice))
+        << logindLocks().join(", ").toStdString();
+    EXPECT_TRUE(rig.status()["pausedUntil"].isNull());
+}
+
 // With nothing to hold keep-awake (no logind, no desktop power manager),
 // a rule that holds is not reported as keeping the computer awake.
 class AutomationWithNothingToHoldTest : public AutomationTest {
