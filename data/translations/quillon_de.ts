@@ -43,6 +43,22 @@
         <source>No installed app matches.</source>
         <translation>Keine installierte App passt.</translation>
     </message>
+    <message>
+        <source>While another app is full screen</source>
+        <translation>Solange eine andere App im Vollbild ist</translation>
+    </message>
+    <message>
+        <source>Unavailable: %1</source>
+        <translation>Nicht verfügbar: %1</translation>
+    </message>
+    <message>
+        <source>Not counting:</source>
+        <translation>Zählt nicht:</translation>
+    </message>
+    <message>
+        <source>While media is playing</source>
+        <translation>Solange Medien abgespielt werden</translation>
+    </message>
 </context>
 <context>
     <name>CustomEndPicker</name>
@@ -1057,6 +1073,70 @@ ist da.</translation>
     <message>
         <source>external display</source>
         <translation>externer Bildschirm</translation>
+    </message>
+    <message>
+        <source>this Wayland desktop tells no other app which window is full screen</source>
+        <translation>dieser Wayland-Desktop verrät keiner anderen App, welches Fenster im Vollbild ist</translation>
+    </message>
+    <message>
+        <source>no display to ask which window is full screen</source>
+        <translation>kein Bildschirm, der sagt, welches Fenster im Vollbild ist</translation>
+    </message>
+    <message>
+        <source>no session bus, where media players say that they play</source>
+        <translation>kein Sitzungsbus, auf dem Mediaplayer sagen, dass sie spielen</translation>
+    </message>
+    <message>
+        <source>an app</source>
+        <translation>eine App</translation>
+    </message>
+    <message>
+        <source>full screen: %1</source>
+        <translation>Vollbild: %1</translation>
+    </message>
+    <message>
+        <source>media playing: %1</source>
+        <translation>Wiedergabe: %1</translation>
+    </message>
+    <message>
+        <source>automation is off</source>
+        <translation>Automatik ist aus</translation>
+    </message>
+    <message>
+        <source>on battery at %1 % or less</source>
+        <translation>auf Akku bei %1 % oder weniger</translation>
+    </message>
+    <message>
+        <source>switched off</source>
+        <translation>ausgeschaltet</translation>
+    </message>
+    <message>
+        <source>no other app&apos;s window is full screen</source>
+        <translation>kein Fenster einer anderen App ist im Vollbild</translation>
+    </message>
+    <message>
+        <source>%1 is full screen, but excluded</source>
+        <translation>%1 ist im Vollbild, zählt aber nicht</translation>
+    </message>
+    <message>
+        <source>on battery</source>
+        <translation>auf Akku</translation>
+    </message>
+    <message>
+        <source>no external display</source>
+        <translation>kein externer Bildschirm</translation>
+    </message>
+    <message>
+        <source>no app listed</source>
+        <translation>keine App gewählt</translation>
+    </message>
+    <message>
+        <source>none of the listed apps runs</source>
+        <translation>keine der gewählten Apps läuft</translation>
+    </message>
+    <message>
+        <source>no player is playing</source>
+        <translation>kein Player spielt</translation>
     </message>
 </context>
 <context>

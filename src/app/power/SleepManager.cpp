@@ -48,6 +48,8 @@ SleepManager::SleepManager(Services services, QObject* parent)
     triggerParts.power = m_power.get();
     triggerParts.apps = m_services.runningApps;
     triggerParts.displays = m_services.displays;
+    triggerParts.fullScreen = m_services.fullScreen;
+    triggerParts.media = m_services.media;
     triggerParts.settings = m_services.settings;
     triggerParts.startTimers = m_services.startTimers;
     m_triggers = std::make_unique<TriggerManager>(std::move(triggerParts));

@@ -16,6 +16,8 @@
 namespace quillon::platform {
 class DriveToucher;
 class ExternalDisplays;
+class FullScreenWindows;
+class MediaPlayback;
 class LidSensor;
 class LidSwitchOwner;
 class SoundPlayer;
@@ -81,6 +83,8 @@ public:
         platform::SoundPlayer* sound = nullptr;             // may be null: Render Mode finishes silently
         platform::RunningApps* runningApps = nullptr;       // null: no application is seen running
         platform::ExternalDisplays* displays = nullptr;     // null: no external display is seen
+        platform::FullScreenWindows* fullScreen = nullptr;  // null: no window is seen full screen
+        platform::MediaPlayback* media = nullptr;           // null: no player is heard
         platform::ProcessWatcher* processWatcher = nullptr; // null: no process can be watched
         Notifier* notifier = nullptr;
         Settings* settings = nullptr;

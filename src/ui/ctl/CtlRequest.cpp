@@ -64,6 +64,19 @@ Result parseAutomation(const QStringList& args)
         request.automationOn = what == QLatin1String("on");
         return request;
     }
+    if ((what == QLatin1String("fullscreen") || what == QLatin1String("media")) && args.size() == 2
+        && (args[1] == QLatin1String("on") || args[1] == QLatin1String("off"))) {
+        request.verb = CtlRequest::Verb::autoRule;
+        request.rule = what;
+        request.automationOn = args[1] == QLatin1String("on");
+        return request;
+    }
+    if (what == QLatin1String("exclude") && args.size() == 3
+        && (args[1] == QLatin1String("add") || args[1] == QLatin1String("remove"))) {
+        request.verb = args[1] == QLatin1String("add") ? CtlRequest::Verb::autoExclude : CtlRequest::Verb::autoInclude;
+        request.appId = args[2];
+        return request;
+    }
     if (what == QLatin1String("remove") && args.size() == 2) {
         request.verb = CtlRequest::Verb::autoRemove;
         request.appId = args[1];
@@ -79,8 +92,8 @@ Result parseAutomation(const QStringList& args)
                 QStringLiteral("unknown cooling: %1 (silent, balanced or max)").arg(EchoedInput::of(request.cooling)));
         return request;
     }
-    return error(
-        QStringLiteral("auto takes on, off, add DESKTOP-ID [--cooling silent|balanced|max] or remove DESKTOP-ID"));
+    return error(QStringLiteral("auto takes on, off, add DESKTOP-ID [--cooling silent|balanced|max], remove "
+                                "DESKTOP-ID, fullscreen on|off, media on|off or exclude add|remove DESKTOP-ID"));
 }
 
 Result parseAwake(const QStringList& args, const QDateTime& now)
@@ -303,6 +316,9 @@ QString CtlRequest::usage()
         "  auto on|off                              automation (keep awake and cool by rule)\n"
         "  auto add DESKTOP-ID [--cooling silent|balanced|max] | auto remove DESKTOP-ID\n"
         "                                           an application whose running keeps awake (and cool)\n"
+        "  auto fullscreen on|off                   keep awake while another app's window is full screen\n"
+        "  auto exclude add|remove DESKTOP-ID       an app whose full screen does not count\n"
+        "  auto media on|off                        keep awake while a media player plays\n"
         "  reset                                    Render Mode, keep-awake, closed lid, fan control and automation "
         "off\n"
         "  settings                                 opens the settings window\n"

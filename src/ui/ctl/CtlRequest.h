@@ -29,6 +29,9 @@ struct CtlRequest {
         automation, // the master switch
         autoAdd,
         autoRemove,
+        autoRule,      // the full-screen or media rule on or off
+        autoExclude,   // an application whose full screen does not count
+        autoInclude,   // ... counts again
         settings,      // open the settings window
         helperInstall, // the fan helper, through the password dialog
         helperUpdate,
@@ -46,9 +49,10 @@ struct CtlRequest {
     bool on = false;           // lid, render
     qint64 pid = 0;            // awakeWhile
     QStringList command;       // awakeRun: the program and its arguments
-    bool automationOn = false; // automation
-    QString appId;             // autoAdd, autoRemove: a desktop-entry id
+    bool automationOn = false; // automation, autoRule
+    QString appId;             // autoAdd, autoRemove, autoExclude, autoInclude: a desktop-entry id
     QString cooling;           // autoAdd: empty = none
+    QString rule;              // autoRule: "fullscreen" or "media"
 
     // A usage error: what was wrong.
     struct Error {

@@ -418,6 +418,64 @@ bool ScriptingService::RemoveAutomationApp(const QString& id, QString& text)
     return saved(*m_manager.triggers(), text);
 }
 
+bool ScriptingService::SetAutomationRule(const QString& rule, bool on, QString& text)
+{
+    if (!admitted())
+        return false;
+    app::TriggerManager& triggers = *m_manager.triggers();
+    QString unavailable;
+    if (rule == QLatin1String("fullscreen")) {
+        unavailable = triggers.fullScreenUnavailable();
+        if (on && !unavailable.isEmpty()) {
+            text = QStringLiteral("the full-screen rule is unavailable: %1").arg(unavailable);
+            return false;
+        }
+        triggers.setKeepAwakeOnFullScreen(on);
+        text = on ? QStringLiteral("keeps awake while another app is full screen")
+                  : QStringLiteral("full screen no longer keeps awake");
+    } else if (rule == QLatin1String("media")) {
+        unavailable = triggers.mediaUnavailable();
+        if (on && !unavailable.isEmpty()) {
+            text = QStringLiteral("the media rule is unavailable: %1").arg(unavailable);
+            return false;
+        }
+        triggers.setKeepAwakeOnMedia(on);
+        text = on ? QStringLiteral("keeps awake while media plays") : QStringLiteral("media no longer keeps awake");
+    } else {
+        text = QStringLiteral("unknown rule: %1 (fullscreen or media)").arg(EchoedInput::of(rule));
+        return false;
+    }
+    if (on && !triggers.automationEnabled())
+        text += QStringLiteral(" (automation is off: quillon ctl auto on)");
+    return saved(triggers, text);
+}
+
+bool ScriptingService::SetExcludedApp(const QString& id, bool add, QString& text)
+{
+    if (!admitted())
+        return false;
+    app::TriggerManager& triggers = *m_manager.triggers();
+    if (!add) {
+        if (!triggers.removeExcluded(id)) {
+            text = QStringLiteral("%1 is not excluded").arg(EchoedInput::of(id));
+            return false;
+        }
+        text = QStringLiteral("%1 counts again when full screen").arg(id);
+        return saved(triggers, text);
+    }
+    const auto installed = triggers.installedApp(id);
+    if (!installed) {
+        text = QStringLiteral("no installed application has the desktop id %1").arg(EchoedInput::of(id));
+        return false;
+    }
+    if (!triggers.excluded().contains(id) && !triggers.addExcluded(id)) {
+        text = QStringLiteral("%1 applications are excluded, the most there can be").arg(app::TriggerManager::maxApps);
+        return false;
+    }
+    text = QStringLiteral("%1 does not keep awake when full screen").arg(installed->name);
+    return saved(triggers, text);
+}
+
 bool ScriptingService::saved(const app::TriggerManager& triggers, QString& text)
 {
     const QString error = triggers.saveError();

@@ -96,9 +96,13 @@ QJsonObject automation(const app::TriggerManager& triggers)
     QJsonArray apps;
     for (const app::TriggerApp& app : triggers.apps())
         apps.append(QJsonObject{{"id", app.bundleID}, {"name", app.name}, {"cooling", profile(app.cooling)}});
+    QJsonArray rules;
+    for (const auto& rule : triggers.ruleStates())
+        rules.append(QJsonObject{{"rule", rule.rule}, {"on", rule.on}, {"holds", rule.holds}, {"why", rule.why}});
     return {{"enabled", triggers.automationEnabled()}, {"onAC", triggers.keepAwakeOnAC()},
-        {"externalDisplay", triggers.keepAwakeOnExternalDisplay()}, {"apps", apps}, {"active", triggers.active()},
-        {"ruleHolds", triggers.ruleHolds()},
+        {"externalDisplay", triggers.keepAwakeOnExternalDisplay()}, {"fullscreen", triggers.keepAwakeOnFullScreen()},
+        {"media", triggers.keepAwakeOnMedia()}, {"excluded", QJsonArray::fromStringList(triggers.excluded())},
+        {"rules", rules}, {"apps", apps}, {"active", triggers.active()}, {"ruleHolds", triggers.ruleHolds()},
         {"reason", text(triggers.activeReason())}, {"cooling", profile(triggers.coolingProfileActive())},
         {"held", heldKinds(triggers.assertions())}};
 }
