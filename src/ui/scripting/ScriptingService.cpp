@@ -161,6 +161,10 @@ bool ScriptingService::StayAwake(const QStringList& kinds, const QString& until,
         }
     }
     m_manager.applyNames(kinds, end);
+    if (m_manager.pause()->paused()) {
+        text = QStringLiteral("keeping %1 awake once the pause ends (quillon ctl resume)").arg(kindList(kinds));
+        return true;
+    }
     if (!m_manager.holdsAnything()) {
         text = QStringLiteral("keep-awake refused: %1").arg(m_manager.firstProblem());
         return false;
@@ -357,6 +361,10 @@ bool ScriptingService::SetAutomation(bool on, QString& text)
         return false;
     app::TriggerManager& triggers = *m_manager.triggers();
     triggers.setAutomationEnabled(on);
+    if (on && m_manager.pause()->paused()) {
+        text = QStringLiteral("automation on; it holds nothing until the pause ends (quillon ctl resume)");
+        return saved(triggers, text);
+    }
     if (on && !triggers.active() && triggers.ruleHolds()) {
         text = QStringLiteral("automation on, but its keep-awake is refused (%1): %2")
                    .arg(triggers.activeReason(), triggers.assertions().firstProblem());

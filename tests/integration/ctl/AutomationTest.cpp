@@ -200,6 +200,8 @@ TEST_F(AutomationTest, APauseLetsGoOfTheSessionButNotTheLid)
     EXPECT_NEAR(static_cast<double>(QDateTime::currentDateTime().secsTo(until)), 1800, 30) << dump();
     EXPECT_FALSE(status["awake"].toObject()["remaining"].isNull()) << "the session's countdown runs on";
     EXPECT_EQ(status["lid"].toObject()["held"].toObject()["state"], "inForce") << dump();
+    EXPECT_NE(run({"awake", "--for", "2h"}).find("once the pause ends"), std::string::npos)
+        << "asked for during a pause: not refused, held once it ends";
 
     run({"resume"});
     EXPECT_TRUE(waitUntil([&] { return count(system) == 2 && count(display) == 1; }, kNotice))
