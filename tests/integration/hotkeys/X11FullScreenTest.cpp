@@ -12,6 +12,7 @@
 #include <QProcess>
 #include <QSignalSpy>
 #include <QTemporaryDir>
+#include <QTest>
 #include <QWindow>
 #include <cstring>
 #include <gtest/gtest.h>
@@ -95,14 +96,22 @@ protected:
             process->waitForFinished();
         }
     }
-    // Starts xmessage; its window once the window manager shows it.
+    // Starts xmessage; its window once the window manager shows it (0: it
+    // did not, and why is in xmessage's output).
     xcb_window_t startOther()
     {
         other.start("xmessage", {"a film"});
-        QProcess search;
-        search.start("xdotool", {"search", "--sync", "--onlyvisible", "--classname", "xmessage"});
-        search.waitForFinished(10000);
-        return search.readAllStandardOutput().trimmed().split('\n').value(0).toUInt();
+        xcb_window_t window = 0;
+        waitUntil(
+            [&] {
+                QProcess search;
+                search.start("xdotool", {"search", "--onlyvisible", "--classname", "xmessage"});
+                search.waitForFinished(2000);
+                window = search.readAllStandardOutput().trimmed().split('\n').value(0).toUInt();
+                return window != 0 || other.state() == QProcess::NotRunning;
+            },
+            10s);
+        return window;
     }
 
     Desktop desktop;
@@ -117,7 +126,7 @@ TEST_F(X11FullScreenTest, AnotherProgramsActiveFullScreenWindowCountsAndOursNeve
     windows.setWatching(true);
     QSignalSpy changed(&windows, &platform::FullScreenWindows::changed);
     const xcb_window_t film = startOther();
-    ASSERT_NE(film, 0u);
+    ASSERT_NE(film, 0u) << other.readAllStandardError().toStdString();
     desktop.setPid(film, static_cast<std::uint32_t>(other.processId()));
     desktop.activate(film);
     EXPECT_FALSE(waitUntil([&] { return windows.current().has_value(); }, 300ms)) << "active, not full screen";
@@ -131,12 +140,19 @@ TEST_F(X11FullScreenTest, AnotherProgramsActiveFullScreenWindowCountsAndOursNeve
     // A full-screen window of this process (the panel, the render overlay) is never counted.
     QWindow own;
     own.showFullScreen();
-    own.requestActivate();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&own));
+    // The window manager may still be giving a newly shown window the focus:
+    // an activation is asked again until it holds.
+    const auto activated = [&](xcb_window_t window, bool counted) {
+        return waitUntil([&] {
+            desktop.activate(window);
+            return windows.current().has_value() == counted;
+        });
+    };
     desktop.fullScreen(film, true);
-    desktop.activate(static_cast<xcb_window_t>(own.winId()));
-    EXPECT_TRUE(waitUntil([&] { return !windows.current(); }));
-    desktop.activate(film);
-    EXPECT_TRUE(waitUntil([&] { return windows.current().has_value(); })) << "back to the film";
+    ASSERT_TRUE(activated(film, true));
+    EXPECT_TRUE(activated(static_cast<xcb_window_t>(own.winId()), false));
+    EXPECT_TRUE(activated(film, true)) << "back to the film";
     other.kill();
     other.waitForFinished();
     EXPECT_TRUE(waitUntil([&] { return !windows.current(); })) << "the film closed";
