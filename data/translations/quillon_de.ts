@@ -594,6 +594,10 @@ ist da.</translation>
         <source>Paused until you resume</source>
         <translation>Pausiert, bis du fortsetzt</translation>
     </message>
+    <message>
+        <source>On — paused</source>
+        <translation>An — pausiert</translation>
+    </message>
 </context>
 <context>
     <name>RenderOverlay</name>

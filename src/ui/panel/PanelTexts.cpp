@@ -119,6 +119,8 @@ QString PanelTexts::automationSummary(const app::TriggerManager& triggers)
         return tr("Off");
     if (triggers.active())
         return tr("On — %1").arg(triggers.activeReason());
+    if (triggers.ruleHolds() && triggers.assertions().paused())
+        return tr("On — paused");
     if (triggers.ruleHolds())
         return tr("Not in force");
     return tr("On — waiting for a rule");

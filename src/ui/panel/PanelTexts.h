@@ -43,7 +43,7 @@ public:
     static QString customEnd(const QDateTime& end, const QDateTime& now, bool german);
 
     // --- automation ---
-    // Off, on and waiting for a rule, on with the rules that hold, or not in force.
+    // Off, on and waiting for a rule, on with the rules that hold, paused, or not in force.
     static QString automationSummary(const app::TriggerManager& triggers);
     // The cooling choice of an app that asks for none.
     static QString noCooling();
