@@ -18,6 +18,8 @@ packages=(
   fonts-noto-color-emoji
   # GUI tests and the headless demo: a virtual display, a tray, clicks.
   xvfb trayer xdotool
+  # The full-screen rule's test: a real window manager and a real X program.
+  openbox x11-utils
   # Global shortcuts on X11: key grabs on the root window.
   libxcb1-dev
   # Keep-awake and the lid tested against the desktops' own power services

@@ -13,7 +13,10 @@
 //      Resolve installed): the app's CPU time, that of the Python runs it
 //      waits for, and the memory the overlay adds;
 //   5. the app's CPU time over a minute idle with automation on and one
-//      application listed (the rules are evaluated every 5 seconds).
+//      application listed (the rules are evaluated every 5 seconds), then
+//      with the full-screen rule (its window watch on the display, one
+//      application excluded) and the media rule (its player watch on the
+//      session bus) on as well.
 //
 // Usage: quillon-bench-app [--quick]   (--quick: fewer launches, 15 s of idle)
 
@@ -185,6 +188,13 @@ int main(int argc, char** argv)
     }
     QTemporaryDir home;
     const QStringList helperEnv = helper.environment();
+    // An installed application for the automation figures, there before the
+    // app starts (it watches the applications folders that exist then).
+    QDir().mkpath(home.path() + "/.local/share/applications");
+    QFile entry(home.path() + "/.local/share/applications/org.quillon.BenchEditor.desktop");
+    if (entry.open(QIODevice::WriteOnly))
+        entry.write("[Desktop Entry]\nType=Application\nName=Bench Editor\nExec=/opt/bench/editor %F\n");
+    entry.close();
 
     std::printf("Quillon tray app, %s\n\n", quick ? "quick run" : "full run");
 
@@ -246,9 +256,9 @@ int main(int argc, char** argv)
     // Render Mode: the overlay on the screen, the queue polled every 3 s.
     const auto childrenCpu = [&] {
         const QStringList fields = quillon::test::processStat(appPid);
-        return fields.size() < 15 ? 0.0
-                                  : (fields[13].toDouble() + fields[14].toDouble())
-                / static_cast<double>(::sysconf(_SC_CLK_TCK));
+        return fields.size() < 15
+            ? 0.0
+            : (fields[13].toDouble() + fields[14].toDouble()) / static_cast<double>(::sysconf(_SC_CLK_TCK));
     };
     if (app.ctl({"render", "on"}).exitCode != 0) {
         std::fprintf(stderr, "ctl render on failed\n");
@@ -265,20 +275,26 @@ int main(int argc, char** argv)
     row("CPU time per minute of the Python runs it waits for", python * 60.0 / rendering.seconds * 1000.0, "ms");
     row("resident memory the overlay adds", residentWithOverlay - residentAfterPanel, "MiB");
     // Automation on, with an installed application listed that does not run.
-    QDir().mkpath(home.path() + "/.local/share/applications");
-    QFile entry(home.path() + "/.local/share/applications/org.quillon.BenchEditor.desktop");
-    if (entry.open(QIODevice::WriteOnly))
-        entry.write("[Desktop Entry]\nType=Application\nName=Bench Editor\nExec=/opt/bench/editor %F\n");
-    entry.close();
     if (app.ctl({"auto", "add", "org.quillon.BenchEditor", "--cooling", "max"}).exitCode != 0
         || app.ctl({"auto", "on"}).exitCode != 0) {
         std::fprintf(stderr, "automation could not be switched on\n");
         return 1;
     }
-    QTest::qWait(1000);
-    const Usage automation = measure(appPid, helperPid, idle);
-    std::printf("\nAutomation on, one listed application not running, panel closed:\n");
-    row("app CPU time per minute", automation.appCpu * 60.0 / automation.seconds * 1000.0, "ms");
-    row("app CPU load", automation.appCpu / automation.seconds * 100.0, "% of one core", 3);
+    // A second to settle after the switch, then a window of idle.
+    const auto idleWith = [&](const char* rules) {
+        QTest::qWait(1000);
+        const Usage usage = measure(appPid, helperPid, idle);
+        std::printf("\nAutomation on with %s, panel closed:\n", rules);
+        row("app CPU time per minute", usage.appCpu * 60.0 / usage.seconds * 1000.0, "ms");
+        row("app CPU load", usage.appCpu / usage.seconds * 100.0, "% of one core", 3);
+    };
+    idleWith("one listed application, not running");
+
+    if (app.ctl({"auto", "fullscreen", "on"}).exitCode != 0 || app.ctl({"auto", "media", "on"}).exitCode != 0
+        || app.ctl({"auto", "exclude", "add", "org.quillon.BenchEditor"}).exitCode != 0) {
+        std::fprintf(stderr, "the full-screen and media rules could not be switched on\n");
+        return 1;
+    }
+    idleWith("the app, full-screen (one app excluded) and media rules");
     return 0;
 }

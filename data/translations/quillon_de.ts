@@ -43,6 +43,22 @@
         <source>No installed app matches.</source>
         <translation>Keine installierte App passt.</translation>
     </message>
+    <message>
+        <source>While another app is full screen</source>
+        <translation>Solange eine andere App im Vollbild ist</translation>
+    </message>
+    <message>
+        <source>Unavailable: %1</source>
+        <translation>Nicht verfügbar: %1</translation>
+    </message>
+    <message>
+        <source>Not counting:</source>
+        <translation>Zählt nicht:</translation>
+    </message>
+    <message>
+        <source>While media is playing</source>
+        <translation>Solange Medien abgespielt werden</translation>
+    </message>
 </context>
 <context>
     <name>CustomEndPicker</name>
@@ -133,6 +149,18 @@
     <message>
         <source>Turn off</source>
         <translation>Ausschalten</translation>
+    </message>
+    <message>
+        <source>Pause for</source>
+        <translation>Pause für</translation>
+    </message>
+    <message>
+        <source>Resume</source>
+        <translation>Fortsetzen</translation>
+    </message>
+    <message>
+        <source>A pause lets go of this session, automation and the processes kept awake for. Render Mode, the closed lid and fan control go on.</source>
+        <translation>Eine Pause gibt diese Sitzung, die Automatik und das Wachhalten für Prozesse frei. Render Mode, Zugeklappt und die Lüftersteuerung laufen weiter.</translation>
     </message>
 </context>
 <context>
@@ -538,6 +566,38 @@ ist da.</translation>
         <source>Update</source>
         <translation>Aktualisieren</translation>
     </message>
+    <message>
+        <source>⏸ %1 · Render Mode, closed lid and fan control go on</source>
+        <translation>⏸ %1 · Render Mode, Zugeklappt und Lüftersteuerung laufen weiter</translation>
+    </message>
+    <message>
+        <source>Session paused · %1 left</source>
+        <translation>Sitzung pausiert · noch %1</translation>
+    </message>
+    <message>
+        <source>Session paused</source>
+        <translation>Sitzung pausiert</translation>
+    </message>
+    <message>
+        <source>Auto keep-awake paused (%1)</source>
+        <translation>Automatisch wach pausiert (%1)</translation>
+    </message>
+    <message>
+        <source>Paused: awake while %1 runs</source>
+        <translation>Pausiert: wach, solange %1 läuft</translation>
+    </message>
+    <message>
+        <source>Paused until %1</source>
+        <translation>Pausiert bis %1</translation>
+    </message>
+    <message>
+        <source>Paused until you resume</source>
+        <translation>Pausiert, bis du fortsetzt</translation>
+    </message>
+    <message>
+        <source>On — paused</source>
+        <translation>An — pausiert</translation>
+    </message>
 </context>
 <context>
     <name>RenderOverlay</name>
@@ -709,29 +769,6 @@ ist da.</translation>
     </message>
 </context>
 <context>
-    <name>quillon::app::ProfileCooling</name>
-    <message>
-        <source>Power saver</source>
-        <translation>Energiesparen</translation>
-    </message>
-    <message>
-        <source>Balanced</source>
-        <translation>Ausgewogen</translation>
-    </message>
-    <message>
-        <source>Performance</source>
-        <translation>Leistung</translation>
-    </message>
-    <message>
-        <source>Cooling through the power profile: %1</source>
-        <translation>Kühlung über das Energieprofil: %1</translation>
-    </message>
-    <message>
-        <source>The power profile could not be held: %1</source>
-        <translation>Das Energieprofil ließ sich nicht halten: %1</translation>
-    </message>
-</context>
-<context>
     <name>quillon::app::FanController</name>
     <message>
         <source>⚠️ Mac is throttling</source>
@@ -880,6 +917,29 @@ ist da.</translation>
     </message>
 </context>
 <context>
+    <name>quillon::app::ProfileCooling</name>
+    <message>
+        <source>Power saver</source>
+        <translation>Energiesparen</translation>
+    </message>
+    <message>
+        <source>Balanced</source>
+        <translation>Ausgewogen</translation>
+    </message>
+    <message>
+        <source>Performance</source>
+        <translation>Leistung</translation>
+    </message>
+    <message>
+        <source>Cooling through the power profile: %1</source>
+        <translation>Kühlung über das Energieprofil: %1</translation>
+    </message>
+    <message>
+        <source>The power profile could not be held: %1</source>
+        <translation>Das Energieprofil ließ sich nicht halten: %1</translation>
+    </message>
+</context>
+<context>
     <name>quillon::app::RenderModeManager</name>
     <message>
         <source>%1 rpm</source>
@@ -976,6 +1036,10 @@ ist da.</translation>
         <source>Not in force: %1</source>
         <translation>Nicht aktiv: %1</translation>
     </message>
+    <message>
+        <source>Paused</source>
+        <translation>Pausiert</translation>
+    </message>
 </context>
 <context>
     <name>quillon::app::SleepManager</name>
@@ -1013,6 +1077,70 @@ ist da.</translation>
     <message>
         <source>external display</source>
         <translation>externer Bildschirm</translation>
+    </message>
+    <message>
+        <source>this Wayland desktop tells no other app which window is full screen</source>
+        <translation>dieser Wayland-Desktop verrät keiner anderen App, welches Fenster im Vollbild ist</translation>
+    </message>
+    <message>
+        <source>no display to ask which window is full screen</source>
+        <translation>kein Bildschirm, der sagt, welches Fenster im Vollbild ist</translation>
+    </message>
+    <message>
+        <source>no session bus, where media players say that they play</source>
+        <translation>kein Sitzungsbus, auf dem Mediaplayer sagen, dass sie spielen</translation>
+    </message>
+    <message>
+        <source>an app</source>
+        <translation>eine App</translation>
+    </message>
+    <message>
+        <source>full screen: %1</source>
+        <translation>Vollbild: %1</translation>
+    </message>
+    <message>
+        <source>media playing: %1</source>
+        <translation>Wiedergabe: %1</translation>
+    </message>
+    <message>
+        <source>automation is off</source>
+        <translation>Automatik ist aus</translation>
+    </message>
+    <message>
+        <source>on battery at %1 % or less</source>
+        <translation>auf Akku bei %1 % oder weniger</translation>
+    </message>
+    <message>
+        <source>switched off</source>
+        <translation>ausgeschaltet</translation>
+    </message>
+    <message>
+        <source>no other app&apos;s window is full screen</source>
+        <translation>kein Fenster einer anderen App ist im Vollbild</translation>
+    </message>
+    <message>
+        <source>%1 is full screen, but excluded</source>
+        <translation>%1 ist im Vollbild, zählt aber nicht</translation>
+    </message>
+    <message>
+        <source>on battery</source>
+        <translation>auf Akku</translation>
+    </message>
+    <message>
+        <source>no external display</source>
+        <translation>kein externer Bildschirm</translation>
+    </message>
+    <message>
+        <source>no app listed</source>
+        <translation>keine App gewählt</translation>
+    </message>
+    <message>
+        <source>none of the listed apps runs</source>
+        <translation>keine der gewählten Apps läuft</translation>
+    </message>
+    <message>
+        <source>no player is playing</source>
+        <translation>kein Player spielt</translation>
     </message>
 </context>
 <context>
@@ -1067,6 +1195,13 @@ ist da.</translation>
     <message>
         <source>The list holds %1 apps, the most it can: remove one to add another.</source>
         <translation>Die Liste fasst höchstens %1 Apps: Entferne eine, um eine andere hinzuzufügen.</translation>
+    </message>
+</context>
+<context>
+    <name>quillon::ui::AwakeView</name>
+    <message>
+        <source>Until I resume</source>
+        <translation>Bis ich fortsetze</translation>
     </message>
 </context>
 <context>

@@ -18,13 +18,15 @@ namespace {
 using Key = Settings::Key;
 
 // Every Boolean key with its default.
-constexpr std::array<std::pair<const char*, bool>, 9> kFlagDefaults{{
+constexpr std::array<std::pair<const char*, bool>, 11> kFlagDefaults{{
     {Key::heatAlerts, true},
     {Key::lowBatteryAutoStop, true},
     {Key::driveAliveEnabled, false},
     {Key::triggersEnabled, false},
     {Key::triggerOnAC, false},
     {Key::triggerExtDisplay, false},
+    {Key::triggerFullScreen, false},
+    {Key::triggerMedia, false},
     {Key::hotkeysEnabled, true},
     {Key::showTempInMenuBar, false},
     {Key::loginChoiceMade, false},

@@ -35,6 +35,9 @@ public:
         static constexpr const char* triggerOnAC = "trig.onAC";
         static constexpr const char* triggerExtDisplay = "trig.extDisplay";
         static constexpr const char* triggerApps = "trig.apps";
+        static constexpr const char* triggerFullScreen = "trig.fullScreen";
+        static constexpr const char* triggerMedia = "trig.media";
+        static constexpr const char* triggerExcluded = "trig.excluded"; // desktop ids, a JSON array of strings
         static constexpr const char* hotkeysEnabled = "hotkeysEnabled";
         static constexpr const char* showTempInMenuBar = "showTempInMenuBar";
         static constexpr const char* appLanguage = "appLanguage";

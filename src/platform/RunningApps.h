@@ -32,6 +32,10 @@ public:
     virtual QList<App> installed() = 0;
     // One installed application, shown in menus or not; none when no entry has this id.
     virtual std::optional<App> find(const QString& id) = 0;
+    // Of these ids, the first whose application a window belongs to: its
+    // process (pid, 0 when unknown) matched as running() matches, or its
+    // class the entry's StartupWMClass or the id's last part; empty when none.
+    virtual QString appOfWindow(qint64 pid, const QString& windowClass, const QStringList& ids) = 0;
 
 signals:
     // The system announced that an application started or ended. Without

@@ -14,6 +14,7 @@
 #include "ui/onboarding/OnboardingController.h"
 #include "ui/overlay/RenderOverlay.h"
 #include "ui/panel/PanelState.h"
+#include "ui/panel/PanelTexts.h"
 #include "ui/panel/PanelViews.h"
 #include "ui/panel/PanelWindow.h"
 #include "ui/panel/RenderView.h"
@@ -69,6 +70,7 @@ void AppDelegate::applicationDidFinishLaunching()
 
     temperatureInTrayChanged();
     connect(m_manager.get(), &app::SleepManager::anythingActiveChanged, this, &AppDelegate::scheduleIconUpdate);
+    connect(m_manager.get(), &app::SleepManager::sessionChanged, this, &AppDelegate::scheduleIconUpdate);
     connect(m_manager->fan(), &app::FanController::temperaturesChanged, this, &AppDelegate::scheduleIconUpdate);
     updateIcon();
     m_manager->updates()->check();
@@ -241,8 +243,9 @@ void AppDelegate::scheduleIconUpdate()
 void AppDelegate::updateIcon()
 {
     const app::FanController& fan = *m_manager->fan();
-    m_tray->show(IconState::of(m_manager->anythingActive(),
-        m_services->settings().flag(app::Settings::Key::showTempInMenuBar), fan.cpuTempSmoothed(), fan.cpuTemp()));
+    m_tray->show(
+        IconState::of(m_manager->anythingActive(), m_services->settings().flag(app::Settings::Key::showTempInMenuBar),
+            fan.cpuTempSmoothed(), fan.cpuTemp(), PanelTexts::pausedText(*m_manager)));
 }
 
 void AppDelegate::languageChanged()

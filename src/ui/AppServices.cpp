@@ -18,8 +18,10 @@
 #include "platform/linux/AppIdentity.h"
 #include "platform/linux/LinuxGlobalShortcuts.h"
 #include "platform/linux/LinuxPlatform.h"
+#include "platform/linux/MprisPlayback.h"
 #include "platform/linux/PkexecRunner.h"
 #include "platform/linux/PpdPowerProfiles.h"
+#include "platform/linux/X11FullScreenWindows.h"
 #include "platform/linux/X11TrayColors.h"
 
 #include "daemon/HelperBus.h"
@@ -66,6 +68,8 @@ AppServices::AppServices(const QString& settingsFile)
           *m_runner, app::HelperInstaller::bundledHelperFor(QCoreApplication::applicationDirPath())))
     , m_runningApps(LinuxPlatform::runningApps())
     , m_displays(LinuxPlatform::externalDisplays())
+    , m_fullScreen(platform::linux_::X11FullScreenWindows::fromEnvironment())
+    , m_media(std::make_unique<platform::linux_::MprisPlayback>(QDBusConnection::sessionBus()))
     , m_processWatcher(LinuxPlatform::processWatcher())
     , m_globalShortcuts(std::make_unique<platform::linux_::LinuxGlobalShortcuts>(QDBusConnection::sessionBus()))
     , m_trayColors(std::make_unique<platform::linux_::X11TrayColors>())
@@ -92,6 +96,8 @@ app::SleepManager::Services AppServices::services()
     services.appVersion = QStringLiteral(QUILLON_BUILD);
     services.runningApps = m_runningApps.get();
     services.displays = m_displays.get();
+    services.fullScreen = m_fullScreen.get();
+    services.media = m_media.get();
     services.processWatcher = m_processWatcher.get();
     services.notifier = m_notifier.get();
     services.settings = m_settings.get();

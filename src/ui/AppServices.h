@@ -17,6 +17,8 @@ class Settings;
 
 namespace quillon::platform {
 class ExternalDisplays;
+class FullScreenWindows;
+class MediaPlayback;
 class GlobalShortcuts;
 class LidSensor;
 class LidSwitchOwner;
@@ -77,6 +79,8 @@ private:
     std::unique_ptr<app::Uninstaller> m_uninstaller;
     std::unique_ptr<platform::RunningApps> m_runningApps;
     std::unique_ptr<platform::ExternalDisplays> m_displays;
+    std::unique_ptr<platform::FullScreenWindows> m_fullScreen;
+    std::unique_ptr<platform::MediaPlayback> m_media;
     std::unique_ptr<platform::ProcessWatcher> m_processWatcher;
     std::unique_ptr<platform::GlobalShortcuts> m_globalShortcuts;
     std::unique_ptr<platform::TrayColors> m_trayColors;

@@ -1,9 +1,12 @@
 #pragma once
 
 #include "platform/ExternalDisplays.h"
+#include "platform/FullScreenWindows.h"
+#include "platform/MediaPlayback.h"
 #include "platform/ProcessWatcher.h"
 #include "platform/RunningApps.h"
 
+#include <QHash>
 #include <QSet>
 
 namespace quillon::test {
@@ -34,6 +37,12 @@ public:
         }
         return std::nullopt;
     }
+    // Windows by pid, each of the application with that id.
+    QHash<qint64, QString> windowApps;
+    QString appOfWindow(qint64 pid, const QString&, const QStringList& ids) override
+    {
+        return ids.contains(windowApps.value(pid)) ? windowApps.value(pid) : QString();
+    }
     // An application starts or ends, and the system says so.
     void set(const QString& id, bool runs)
     {
@@ -50,6 +59,39 @@ class FakeExternalDisplays : public platform::ExternalDisplays {
 public:
     bool present = false;
     bool connected() override { return present; }
+};
+
+// The active window, full screen or not, as the test says; seen only while watched.
+class FakeFullScreenWindows : public platform::FullScreenWindows {
+public:
+    Support supported = Support::available;
+    bool watching = false;
+    std::optional<Window> window;
+
+    Support support() const override { return supported; }
+    void setWatching(bool on) override { watching = on; }
+    std::optional<Window> current() override { return watching ? window : std::nullopt; }
+    void show(std::optional<Window> now)
+    {
+        window = std::move(now);
+        emit changed();
+    }
+};
+
+// Players playing, as the test says; heard only while watched.
+class FakeMediaPlayback : public platform::MediaPlayback {
+public:
+    bool watching = false;
+    QStringList players;
+
+    void setWatching(bool on) override { watching = on; }
+    QStringList playing() const override { return watching ? players : QStringList(); }
+    bool available() const override { return true; }
+    void play(const QStringList& now)
+    {
+        players = now;
+        emit changed();
+    }
 };
 
 // Processes the test starts and ends by pid.

@@ -89,6 +89,8 @@ protected:
         services.sound = &sound;
         services.runningApps = &runningApps;
         services.displays = &displays;
+        services.fullScreen = &fullScreen;
+        services.media = &media;
         services.processWatcher = &processWatcher;
         services.notifier = &notifier;
         services.settings = &settings;
@@ -108,6 +110,8 @@ protected:
     FakeSoundPlayer sound;
     FakeRunningApps runningApps;
     FakeExternalDisplays displays;
+    FakeFullScreenWindows fullScreen;
+    FakeMediaPlayback media;
     FakeProcessWatcher processWatcher;
     std::shared_ptr<FakePowerAssertionBackend> backend = std::make_shared<FakePowerAssertionBackend>();
     std::shared_ptr<FakePowerSupply> supply = std::make_shared<FakePowerSupply>();

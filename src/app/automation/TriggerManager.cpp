@@ -5,7 +5,9 @@
 #include "app/fan/FanController.h"
 #include "app/power/PowerSource.h"
 #include "platform/ExternalDisplays.h"
+#include "platform/MediaPlayback.h"
 
+#include <QJsonArray>
 #include <QSet>
 #include <algorithm>
 
@@ -24,6 +26,13 @@ TriggerManager::TriggerManager(Parts parts, QObject* parent)
     m_enabled = settings.flag(Key::triggersEnabled);
     m_onAC = settings.flag(Key::triggerOnAC);
     m_extDisplay = settings.flag(Key::triggerExtDisplay);
+    m_fullScreen = settings.flag(Key::triggerFullScreen);
+    m_media = settings.flag(Key::triggerMedia);
+    for (const QJsonValue& id : settings.jsonArray(Key::triggerExcluded)) {
+        if (id.isString() && !id.toString().isEmpty() && !m_excluded.contains(id.toString())
+            && m_excluded.size() < maxApps)
+            m_excluded.append(id.toString());
+    }
     bool complete = true;
     loadApps(TriggerApp::decodeList(settings.jsonArray(Key::triggerApps), &complete));
     if (!complete)
@@ -33,6 +42,11 @@ TriggerManager::TriggerManager(Parts parts, QObject* parent)
         connect(m_parts.apps, &platform::RunningApps::changed, this, &TriggerManager::evaluate);
     if (m_parts.displays)
         connect(m_parts.displays, &platform::ExternalDisplays::changed, this, &TriggerManager::evaluate);
+    if (m_parts.fullScreen)
+        connect(m_parts.fullScreen, &platform::FullScreenWindows::changed, this, &TriggerManager::evaluate);
+    if (m_parts.media)
+        connect(m_parts.media, &platform::MediaPlayback::changed, this, &TriggerManager::evaluate);
+    updateWatching();
     connect(&m_assertions, &SleepAssertions::stateChanged, this, &TriggerManager::updateActive);
     m_pollTimer.setInterval(pollIntervalMs);
     connect(&m_pollTimer, &QTimer::timeout, this, &TriggerManager::evaluate);
@@ -51,8 +65,81 @@ void TriggerManager::setAutomationEnabled(bool on)
 {
     m_enabled = on;
     m_parts.settings->setFlag(Key::triggersEnabled, on);
+    updateWatching();
     emit rulesChanged();
     evaluate();
+}
+
+void TriggerManager::setKeepAwakeOnFullScreen(bool on)
+{
+    m_fullScreen = on;
+    m_parts.settings->setFlag(Key::triggerFullScreen, on);
+    updateWatching();
+    emit rulesChanged();
+    evaluate();
+}
+
+void TriggerManager::setKeepAwakeOnMedia(bool on)
+{
+    m_media = on;
+    m_parts.settings->setFlag(Key::triggerMedia, on);
+    updateWatching();
+    emit rulesChanged();
+    evaluate();
+}
+
+// Windows and players are watched only while their rule can hold.
+void TriggerManager::updateWatching()
+{
+    if (m_parts.fullScreen)
+        m_parts.fullScreen->setWatching(m_enabled && m_fullScreen);
+    if (m_parts.media)
+        m_parts.media->setWatching(m_enabled && m_media);
+}
+
+bool TriggerManager::addExcluded(const QString& id)
+{
+    if (id.isEmpty() || m_excluded.contains(id) || m_excluded.size() >= maxApps)
+        return false;
+    m_excluded.append(id);
+    storeExcluded();
+    return true;
+}
+
+bool TriggerManager::removeExcluded(const QString& id)
+{
+    if (!m_excluded.removeOne(id))
+        return false;
+    storeExcluded();
+    return true;
+}
+
+void TriggerManager::storeExcluded()
+{
+    m_parts.settings->setJsonArray(Key::triggerExcluded, QJsonArray::fromStringList(m_excluded));
+    emit rulesChanged();
+    evaluate();
+}
+
+QString TriggerManager::fullScreenUnavailable() const
+{
+    using Support = platform::FullScreenWindows::Support;
+    const Support support = m_parts.fullScreen ? m_parts.fullScreen->support() : Support::noDisplay;
+    switch (support) {
+    case Support::available:
+        return {};
+    case Support::wayland:
+        return tr("this Wayland desktop tells no other app which window is full screen");
+    case Support::noDisplay:
+        break;
+    }
+    return tr("no display to ask which window is full screen");
+}
+
+QString TriggerManager::mediaUnavailable() const
+{
+    return m_parts.media && m_parts.media->available() ? QString()
+                                                       : tr("no session bus, where media players say that they play");
 }
 
 void TriggerManager::setKeepAwakeOnAC(bool on)
@@ -149,13 +236,43 @@ bool TriggerManager::batteryLow() const
     return power.hasBattery && !power.onAC && power.percentage && *power.percentage <= lowBatteryPercent;
 }
 
+QString TriggerManager::firstPlus(const QStringList& names)
+{
+    if (names.size() <= 1)
+        return names.value(0);
+    return names.first() + QStringLiteral(" +") + QString::number(names.size() - 1);
+}
+
+QString TriggerManager::fullScreenReason()
+{
+    if (!m_fullScreen || !m_parts.fullScreen)
+        return {};
+    const auto window = m_parts.fullScreen->current();
+    if (!window)
+        return {};
+    const QString excludedBy = m_parts.apps && !m_excluded.isEmpty()
+        ? m_parts.apps->appOfWindow(window->pid, window->windowClass, m_excluded)
+        : QString();
+    if (!excludedBy.isEmpty()) {
+        const auto app = installedApp(excludedBy);
+        m_seen.excludedFullScreen = app ? app->name : excludedBy;
+        return {};
+    }
+    return window->name.isEmpty() ? tr("an app") : window->name;
+}
+
 void TriggerManager::evaluate()
 {
-    if (!m_enabled || batteryLow()) {
+    m_seen = Seen{};
+    m_seen.batteryLow = m_enabled && batteryLow();
+    if (!m_enabled || m_seen.batteryLow) {
         inactive();
         return;
     }
     Reasons reasons;
+    reasons.fullScreen = fullScreenReason();
+    if (m_media && m_parts.media)
+        reasons.media = firstPlus(m_parts.media->playing());
     reasons.onAC = m_onAC && m_parts.power && m_parts.power->current().onAC;
     reasons.extDisplay = m_extDisplay && m_parts.displays && m_parts.displays->connected();
 
@@ -170,11 +287,10 @@ void TriggerManager::evaluate()
             if (running.contains(app.bundleID))
                 matched.append(&app);
         }
-        if (!matched.isEmpty()) {
-            reasons.apps = matched.size() == 1
-                ? matched.first()->name
-                : matched.first()->name + QStringLiteral(" +") + QString::number(matched.size() - 1);
-        }
+        QStringList names;
+        for (const TriggerApp* app : std::as_const(matched))
+            names.append(app->name);
+        reasons.apps = firstPlus(names);
         // silent < balanced < max: the strongest asked for wins.
         for (const TriggerApp* app : std::as_const(matched)) {
             if (app->cooling && (!cooling || *app->cooling > *cooling))
@@ -201,7 +317,48 @@ QString TriggerManager::activeReason() const
         reasons.append(tr("external display"));
     if (!m_reasons.apps.isEmpty())
         reasons.append(m_reasons.apps);
+    if (!m_reasons.fullScreen.isEmpty())
+        reasons.append(tr("full screen: %1").arg(m_reasons.fullScreen));
+    if (!m_reasons.media.isEmpty())
+        reasons.append(tr("media playing: %1").arg(m_reasons.media));
     return reasons.join(QStringLiteral(", "));
+}
+
+QList<TriggerManager::RuleState> TriggerManager::ruleStates() const
+{
+    // Why a rule that is switched on does not hold, in the order it is decided.
+    const auto notHolding = [this](const QString& unavailable, const QString& otherwise) {
+        if (!unavailable.isEmpty())
+            return unavailable;
+        if (!m_enabled)
+            return tr("automation is off");
+        if (m_seen.batteryLow)
+            return tr("on battery at %1 % or less").arg(lowBatteryPercent);
+        return otherwise;
+    };
+    const auto state
+        = [&](const char* rule, bool on, const QString& holding, const QString& unavailable, const QString& otherwise) {
+              if (!on)
+                  return RuleState{QString::fromLatin1(rule), false, false, tr("switched off")};
+              if (!holding.isEmpty())
+                  return RuleState{QString::fromLatin1(rule), true, true, holding};
+              return RuleState{QString::fromLatin1(rule), true, false, notHolding(unavailable, otherwise)};
+          };
+    const QString excluded = m_seen.excludedFullScreen.isEmpty()
+        ? tr("no other app's window is full screen")
+        : tr("%1 is full screen, but excluded").arg(m_seen.excludedFullScreen);
+    return {
+        state("onAC", m_onAC, m_reasons.onAC ? tr("on AC power") : QString(), {}, tr("on battery")),
+        state("externalDisplay", m_extDisplay, m_reasons.extDisplay ? tr("external display") : QString(), {},
+            tr("no external display")),
+        m_apps.isEmpty() ? RuleState{QStringLiteral("apps"), false, false, tr("no app listed")}
+                         : state("apps", true, m_reasons.apps, {}, tr("none of the listed apps runs")),
+        state("fullScreen", m_fullScreen,
+            m_reasons.fullScreen.isEmpty() ? QString() : tr("full screen: %1").arg(m_reasons.fullScreen),
+            fullScreenUnavailable(), excluded),
+        state("media", m_media, m_reasons.media.isEmpty() ? QString() : tr("media playing: %1").arg(m_reasons.media),
+            mediaUnavailable(), tr("no player is playing")),
+    };
 }
 
 void TriggerManager::inactive()

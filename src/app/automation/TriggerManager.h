@@ -3,6 +3,7 @@
 #include "TriggerApp.h"
 #include "app/fan/FanController.h"
 #include "app/power/SleepAssertions.h"
+#include "platform/FullScreenWindows.h"
 #include "platform/RunningApps.h"
 
 #include <QObject>
@@ -12,7 +13,8 @@
 
 namespace quillon::platform {
 class ExternalDisplays;
-}
+class MediaPlayback;
+} // namespace quillon::platform
 
 namespace quillon::app {
 
@@ -20,10 +22,12 @@ class PowerSource;
 class Settings;
 
 // Keeps the computer awake, without a session, while a rule holds: on AC
-// power, with an external display, or while one of a list of applications
-// runs; an application may also ask for a cooling profile while it runs.
-// Every outcome comes from evaluate(), run on each announced launch, exit
-// and screen change and every 5 seconds (power changes are not announced).
+// power, with an external display, while one of a list of applications
+// runs, while another application's window is full screen (unless it is one
+// the user excluded), or while a media player plays; an application may
+// also ask for a cooling profile while it runs. Every outcome comes from
+// evaluate(), run on each announced launch, exit, screen, window and player
+// change and every 5 seconds (power changes are not announced).
 //
 // Active means a rule holds and the system holds its assertions (system
 // and display, its own, so no other feature's are touched); a rule whose
@@ -35,6 +39,8 @@ class TriggerManager : public QObject {
     Q_PROPERTY(bool keepAwakeOnAC READ keepAwakeOnAC WRITE setKeepAwakeOnAC NOTIFY rulesChanged)
     Q_PROPERTY(bool keepAwakeOnExternalDisplay READ keepAwakeOnExternalDisplay WRITE setKeepAwakeOnExternalDisplay
             NOTIFY rulesChanged)
+    Q_PROPERTY(bool keepAwakeOnFullScreen READ keepAwakeOnFullScreen WRITE setKeepAwakeOnFullScreen NOTIFY rulesChanged)
+    Q_PROPERTY(bool keepAwakeOnMedia READ keepAwakeOnMedia WRITE setKeepAwakeOnMedia NOTIFY rulesChanged)
     Q_PROPERTY(bool active READ active NOTIFY activeChanged)
     Q_PROPERTY(QString activeReason READ activeReason NOTIFY activeChanged)
 
@@ -53,8 +59,10 @@ public:
     struct Parts {
         std::shared_ptr<platform::PowerAssertionBackend> assertions;
         const PowerSource* power = nullptr;
-        platform::RunningApps* apps = nullptr;          // null: no application runs
-        platform::ExternalDisplays* displays = nullptr; // null: no external display
+        platform::RunningApps* apps = nullptr;             // null: no application runs
+        platform::ExternalDisplays* displays = nullptr;    // null: no external display
+        platform::FullScreenWindows* fullScreen = nullptr; // null: never full screen
+        platform::MediaPlayback* media = nullptr;          // null: nothing ever plays
         Settings* settings = nullptr;
         bool startTimers = true;
     };
@@ -71,10 +79,34 @@ public:
     bool automationEnabled() const { return m_enabled; }
     bool keepAwakeOnAC() const { return m_onAC; }
     bool keepAwakeOnExternalDisplay() const { return m_extDisplay; }
+    bool keepAwakeOnFullScreen() const { return m_fullScreen; }
+    bool keepAwakeOnMedia() const { return m_media; }
     // Each stores its key and evaluates.
     void setAutomationEnabled(bool on);
     void setKeepAwakeOnAC(bool on);
     void setKeepAwakeOnExternalDisplay(bool on);
+    void setKeepAwakeOnFullScreen(bool on);
+    void setKeepAwakeOnMedia(bool on);
+
+    // Applications whose full-screen windows do not count, by desktop id;
+    // stored as "trig.excluded". Adding one listed, or beyond maxApps, and
+    // removing one not listed are refused (false).
+    const QStringList& excluded() const { return m_excluded; }
+    bool addExcluded(const QString& id);
+    bool removeExcluded(const QString& id);
+    // Why a rule cannot work on this computer; empty when it can.
+    QString fullScreenUnavailable() const;
+    QString mediaUnavailable() const;
+
+    // One rule as the last evaluation found it: whether it holds, and the
+    // reason it holds (as in activeReason()) or why not.
+    struct RuleState {
+        QString rule; // "onAC", "externalDisplay", "apps", "fullScreen", "media"
+        bool on = false;
+        bool holds = false;
+        QString why;
+    };
+    QList<RuleState> ruleStates() const;
 
     const QList<TriggerApp>& apps() const { return m_apps; }
     // Each stores "trig.apps" and evaluates. addApp refuses an app already
@@ -96,12 +128,17 @@ public:
     const QTimer& pollTimer() const { return m_pollTimer; }
 
     bool active() const { return m_active; }
-    bool ruleHolds() const { return m_reasons.onAC || m_reasons.extDisplay || !m_reasons.apps.isEmpty(); }
+    bool ruleHolds() const
+    {
+        return m_reasons.onAC || m_reasons.extDisplay || !m_reasons.apps.isEmpty() || !m_reasons.fullScreen.isEmpty()
+            || !m_reasons.media.isEmpty();
+    }
     // The holding rules, joined by ", ": "on AC power, Kdenlive +1", in
     // the language of the installed translator.
     QString activeReason() const;
     std::optional<Kind> coolingProfileActive() const { return m_cooling; }
     const SleepAssertions& assertions() const { return m_assertions; }
+    SleepAssertions& assertions() { return m_assertions; }
 
 signals:
     void rulesChanged();
@@ -110,13 +147,27 @@ signals:
 
 private:
     QString localName(const platform::RunningApps::App& app) const;
-    // The rules that hold: the two switches' and the matched apps' text.
+    // The rules that hold: the two switches', and the text of the matched
+    // apps, the full-screen window's application and the playing players.
     struct Reasons {
         bool onAC = false;
         bool extDisplay = false;
         QString apps;
+        QString fullScreen;
+        QString media;
         bool operator==(const Reasons&) const = default;
     };
+    // What the last evaluation saw of rules that do not hold.
+    struct Seen {
+        bool batteryLow = false;
+        QString excludedFullScreen; // the excluded application that is full screen
+    };
+
+    // The first of some names, "+N" for the rest.
+    static QString firstPlus(const QStringList& names);
+    QString fullScreenReason();
+    void updateWatching();
+    void storeExcluded();
 
     void loadApps(const QList<TriggerApp>& stored);
     void storeApps();
@@ -132,6 +183,10 @@ private:
     bool m_enabled = false;
     bool m_onAC = false;
     bool m_extDisplay = false;
+    bool m_fullScreen = false;
+    bool m_media = false;
+    QStringList m_excluded;
+    Seen m_seen;
     QList<TriggerApp> m_apps;
     bool m_active = false;
     Reasons m_reasons;

@@ -43,6 +43,7 @@ public:
     // Whether any process is watched.
     bool active() const { return !m_processes.isEmpty(); }
     const SleepAssertions& assertions() const { return m_assertions; }
+    SleepAssertions& assertions() { return m_assertions; }
 
 signals:
     void changed();

@@ -1,5 +1,7 @@
 #include "SleepAssertions.h"
 
+#include <utility>
+
 namespace quillon::app {
 
 namespace {
@@ -79,6 +81,8 @@ QString SleepAssertions::note(const KindState& state)
         return tr("In force through %1").arg(state.through);
     case Phase::failed:
         return tr("Not in force: %1").arg(state.problem);
+    case Phase::paused:
+        return tr("Paused");
     }
     return {};
 }
@@ -100,6 +104,11 @@ SleepAssertions::~SleepAssertions()
 
 bool SleepAssertions::start(Kind kind)
 {
+    if (m_paused) {
+        if (m_pausedKinds.insert(kind).second)
+            emit stateChanged();
+        return true;
+    }
     if (m_ids.contains(kind))
         return true;
     const auto id = m_backend->create(assertionType(kind), assertionName(kind));
@@ -117,6 +126,8 @@ bool SleepAssertions::start(Kind kind)
 
 void SleepAssertions::stop(Kind kind)
 {
+    if (m_pausedKinds.erase(kind) > 0)
+        emit stateChanged();
     const bool forgotRefusal = m_problems.erase(kind) > 0;
     const auto held = m_ids.find(kind);
     if (held == m_ids.end()) {
@@ -133,6 +144,8 @@ void SleepAssertions::stop(Kind kind)
 SleepAssertions::KindState SleepAssertions::state(Kind kind) const
 {
     using Phase = KindState::Phase;
+    if (m_pausedKinds.contains(kind))
+        return {Phase::paused, {}, {}};
     if (const auto problem = m_problems.find(kind); problem != m_problems.end())
         return {Phase::failed, {}, problem->second};
     const auto held = m_ids.find(kind);
@@ -180,10 +193,37 @@ void SleepAssertions::stopAll()
     // never sees the entry again.
     while (!m_ids.empty())
         stop(m_ids.begin()->first);
+    if (!m_pausedKinds.empty()) {
+        m_pausedKinds.clear();
+        emit stateChanged();
+    }
     if (!m_problems.empty()) {
         m_problems.clear();
         emit stateChanged();
     }
+}
+
+void SleepAssertions::setPaused(bool paused)
+{
+    if (paused == m_paused)
+        return;
+    if (paused) {
+        std::set<Kind> kinds;
+        for (const Kind kind : allKinds) {
+            if (m_ids.contains(kind) || m_problems.contains(kind))
+                kinds.insert(kind);
+        }
+        stopAll();
+        m_paused = true;
+        m_pausedKinds = std::move(kinds);
+        emit stateChanged();
+        return;
+    }
+    m_paused = false;
+    const std::set<Kind> kinds = std::exchange(m_pausedKinds, {});
+    for (const Kind kind : kinds)
+        start(kind);
+    emit stateChanged();
 }
 
 QString SleepAssertions::firstProblem() const

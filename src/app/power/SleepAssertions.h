@@ -8,6 +8,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 
 namespace quillon::app {
 
@@ -37,6 +38,7 @@ public:
             confirming, // asked for; the system has not yet shown it in force
             inForce,    // the system lists it
             failed,     // asked for, but nothing holds it; problem says why
+            paused,     // asked for, let go until the pause ends
         };
         Phase phase = Phase::off;
         QString through; // the mechanism, once one took it: "logind", "GNOME session", …
@@ -70,7 +72,14 @@ public:
     // Releases every held assertion, each exactly once.
     void stopAll();
 
-    bool isHeld(Kind kind) const { return m_ids.contains(kind); }
+    // A pause lets go of every held kind and remembers it; start() and
+    // stop() then only change what is remembered, and the end of the pause
+    // takes each remembered kind afresh. A kind that had failed is retried.
+    void setPaused(bool paused);
+    bool paused() const { return m_paused; }
+
+    // Held, or remembered during a pause.
+    bool isHeld(Kind kind) const { return m_ids.contains(kind) || m_pausedKinds.contains(kind); }
     // The held assertions by kind.
     const std::map<Kind, AssertionId>& ids() const { return m_ids; }
     KindState state(Kind kind) const;
@@ -89,6 +98,8 @@ private:
     std::shared_ptr<platform::PowerAssertionBackend> m_backend;
     std::map<Kind, AssertionId> m_ids;
     std::map<Kind, QString> m_problems; // kinds asked for that nothing holds
+    bool m_paused = false;
+    std::set<Kind> m_pausedKinds; // asked for during a pause
 };
 
 } // namespace quillon::app

@@ -1,6 +1,7 @@
 #include "SleepManager.h"
 
 #include "DriveManager.h"
+#include "KeepAwakePause.h"
 #include "LidManager.h"
 #include "PowerSource.h"
 #include "ProcessKeepAwake.h"
@@ -47,6 +48,8 @@ SleepManager::SleepManager(Services services, QObject* parent)
     triggerParts.power = m_power.get();
     triggerParts.apps = m_services.runningApps;
     triggerParts.displays = m_services.displays;
+    triggerParts.fullScreen = m_services.fullScreen;
+    triggerParts.media = m_services.media;
     triggerParts.settings = m_services.settings;
     triggerParts.startTimers = m_services.startTimers;
     m_triggers = std::make_unique<TriggerManager>(std::move(triggerParts));
@@ -66,6 +69,10 @@ SleepManager::SleepManager(Services services, QObject* parent)
     m_drives = std::make_unique<DriveManager>(
         DriveManager::Parts{m_services.settings, m_services.clock, m_services.volumes, m_services.driveToucher});
     m_processes = std::make_unique<ProcessKeepAwake>(m_services.assertions, m_services.processWatcher);
+    m_pause = std::make_unique<KeepAwakePause>(*m_services.clock, m_services.startTimers);
+    m_pause->cover(m_assertions);
+    m_pause->cover(m_triggers->assertions());
+    m_pause->cover(m_processes->assertions());
 
     RenderModeManager::Parts renderParts;
     renderParts.assertions = m_services.assertions;
@@ -103,6 +110,7 @@ SleepManager::SleepManager(Services services, QObject* parent)
     });
     connect(m_triggers.get(), &TriggerManager::activeChanged, this, &SleepManager::anythingActiveChanged);
     connect(m_processes.get(), &ProcessKeepAwake::changed, this, &SleepManager::anythingActiveChanged);
+    connect(m_pause.get(), &KeepAwakePause::changed, this, &SleepManager::sessionChanged);
 }
 
 bool SleepManager::holdsAnything() const
@@ -255,6 +263,19 @@ std::optional<QString> SleepManager::expiryDescription() const
     return describeEnd(m_expiresAt, m_now, Lang::isGerman(*m_services.settings));
 }
 
+std::optional<QString> SleepManager::pauseEndDescription() const
+{
+    const QDateTime until = m_pause->until();
+    if (!m_pause->paused() || !until.isValid())
+        return std::nullopt;
+    const bool german = Lang::isGerman(*m_services.settings);
+    const QDateTime now = m_services.clock->now();
+    if (until.toLocalTime().date() != now.toLocalTime().date())
+        return describeEnd(until, now, german);
+    const QLocale locale(german ? QStringLiteral("de_DE") : QStringLiteral("en_US"));
+    return locale.toString(until.toLocalTime().time(), QLocale::ShortFormat);
+}
+
 QString SleepManager::describeEnd(const QDateTime& at, const QDateTime& now, bool german)
 {
     const QLocale locale(german ? QStringLiteral("de_DE") : QStringLiteral("en_US"));
@@ -273,6 +294,7 @@ QString SleepManager::describeEnd(const QDateTime& at, const QDateTime& now, boo
 
 void SleepManager::batterySafetyCheck()
 {
+    m_pause->resumeIfDue(); // its timer waits out a suspend
     if (!m_services.settings->flag(Settings::Key::lowBatteryAutoStop))
         return;
     const PowerInfo power = m_power->current();
@@ -303,6 +325,8 @@ void SleepManager::resetAll()
     m_triggers->setAutomationEnabled(false);
     if (m_processes->active())
         m_processes->stopAll();
+    if (m_pause->paused())
+        m_pause->resume();
 }
 
 bool SleepManager::anythingActive() const

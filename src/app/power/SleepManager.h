@@ -16,6 +16,8 @@
 namespace quillon::platform {
 class DriveToucher;
 class ExternalDisplays;
+class FullScreenWindows;
+class MediaPlayback;
 class LidSensor;
 class LidSwitchOwner;
 class SoundPlayer;
@@ -29,6 +31,7 @@ class VolumeSource;
 namespace quillon::app {
 
 class DriveManager;
+class KeepAwakePause;
 class LidManager;
 class PowerSource;
 class RenderModeManager;
@@ -80,6 +83,8 @@ public:
         platform::SoundPlayer* sound = nullptr;             // may be null: Render Mode finishes silently
         platform::RunningApps* runningApps = nullptr;       // null: no application is seen running
         platform::ExternalDisplays* displays = nullptr;     // null: no external display is seen
+        platform::FullScreenWindows* fullScreen = nullptr;  // null: no window is seen full screen
+        platform::MediaPlayback* media = nullptr;           // null: no player is heard
         platform::ProcessWatcher* processWatcher = nullptr; // null: no process can be watched
         Notifier* notifier = nullptr;
         Settings* settings = nullptr;
@@ -103,7 +108,7 @@ public:
     // Switches one kind; a session started this way ends after 24 hours.
     void toggle(Kind kind);
     // The menu's everything-off: session, closed lid, fans, automation and
-    // the processes kept awake for. Drive keep-alive stays.
+    // the processes kept awake for; a pause ends. Drive keep-alive stays.
     Q_INVOKABLE void resetAll();
     bool anythingActive() const;
 
@@ -111,6 +116,9 @@ public:
     std::optional<QString> remainingText() const;
     // The end time as the menu shows it ("Today, 3:45 PM" / "Heute, 15:45").
     std::optional<QString> expiryDescription() const;
+    // The end of a pause: its time when it is today ("2:30 PM" / "14:30"),
+    // else as expiryDescription(); none without a pause or an end.
+    std::optional<QString> pauseEndDescription() const;
     // Any end time so described, relative to now (the panel's custom end picker).
     static QString describeEnd(const QDateTime& at, const QDateTime& now, bool german);
 
@@ -132,6 +140,8 @@ public:
     UpdateChecker* updates() const { return m_updates.get(); }
     TriggerManager* triggers() const { return m_triggers.get(); }
     ProcessKeepAwake* processes() const { return m_processes.get(); }
+    // Pauses the session, automation and the processes kept awake for.
+    KeepAwakePause* pause() const { return m_pause.get(); }
     const PowerSource& power() const { return *m_power; }
 
     // Q_INVOKABLE forms for the panel and the scripting interface.
@@ -168,6 +178,7 @@ private:
     std::unique_ptr<DriveManager> m_drives;
     std::unique_ptr<RenderModeManager> m_renderMode;
     std::unique_ptr<ProcessKeepAwake> m_processes;
+    std::unique_ptr<KeepAwakePause> m_pause;
     QSet<Kind> m_activeKinds;
     QDateTime m_expiresAt;
     QDateTime m_now;

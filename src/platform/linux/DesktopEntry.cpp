@@ -160,6 +160,8 @@ std::optional<DesktopEntry> DesktopEntry::parse(const QByteArray& text, const QS
             type = value;
         else if (key == QLatin1String("Icon"))
             entry.icon = value;
+        else if (key == QLatin1String("StartupWMClass"))
+            entry.wmClass = value;
         else if (key == QLatin1String("Hidden"))
             hidden = value == QLatin1String("true");
         else if (key == QLatin1String("NoDisplay"))

@@ -25,6 +25,7 @@ struct DesktopEntry {
     QString program;   // an absolute path or a bare name; empty when none can be matched
     QString flatpakId;
     QString snapName;
+    QString wmClass; // StartupWMClass: the class of its windows; may be empty
 
     // The entry in text, read as the file with this id; none when it is no
     // application entry (no [Desktop Entry] group, another Type, Hidden, no

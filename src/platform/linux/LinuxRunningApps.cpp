@@ -98,4 +98,21 @@ std::optional<RunningApps::App> LinuxRunningApps::find(const QString& id)
     return entry ? std::optional(appOf(*entry)) : std::nullopt;
 }
 
+QString LinuxRunningApps::appOfWindow(qint64 pid, const QString& windowClass, const QStringList& ids)
+{
+    // One process: its sandbox is read too, whether any id needs it or not.
+    const auto process = pid > 0 ? m_processes.readOne(pid, true) : std::nullopt;
+    for (const QString& id : ids) {
+        const DesktopEntry* entry = m_index.find(id);
+        const QString wmClass = entry ? entry->wmClass : QString();
+        if (!windowClass.isEmpty()
+            && (windowClass.compare(wmClass, Qt::CaseInsensitive) == 0
+                || windowClass.compare(id.section(QLatin1Char('.'), -1), Qt::CaseInsensitive) == 0))
+            return id;
+        if (process && AppProcessMatcher(id, entry).matches(*process))
+            return id;
+    }
+    return {};
+}
+
 } // namespace quillon::platform::linux_

@@ -26,6 +26,7 @@ public:
     QSet<QString> running(const QStringList& ids) override;
     QList<App> installed() override;
     std::optional<App> find(const QString& id) override;
+    QString appOfWindow(qint64 pid, const QString& windowClass, const QStringList& ids) override;
 
     DesktopEntryIndex& index() { return m_index; }
 

@@ -97,23 +97,30 @@ QList<ProcessTable::Process> ProcessTable::read(uid_t uid, bool withFlatpak) con
         struct stat info { };
         if (::stat(folder.constData(), &info) != 0 || info.st_uid != uid)
             continue;
-        Process process;
-        process.pid = pid;
-        process.exe = readLink(folder + "/exe");
-        const QList<QByteArray> argv = readSmall(folder + "/cmdline").split('\0');
-        process.argv0 = QString::fromLocal8Bit(argv.value(0));
-        process.argv1 = QString::fromLocal8Bit(argv.value(1));
-        process.comm = QString::fromUtf8(readSmall(folder + "/comm")).trimmed();
-        process.cgroup = unifiedCgroup(readSmall(folder + "/cgroup"));
-        if (withFlatpak)
-            process.flatpak = flatpakName(readSmall(folder + "/root/.flatpak-info"));
-        // Gone before anything could be read (or a kernel thread): nothing to match.
-        if (process.exe.isEmpty() && process.argv0.isEmpty() && process.comm.isEmpty())
-            continue;
-        processes.append(process);
+        if (auto process = readOne(pid, withFlatpak))
+            processes.append(*process);
     }
     ::closedir(dir);
     return processes;
+}
+
+std::optional<ProcessTable::Process> ProcessTable::readOne(qint64 pid, bool withFlatpak) const
+{
+    const QByteArray folder = QFile::encodeName(m_procRoot) + '/' + QByteArray::number(pid);
+    Process process;
+    process.pid = pid;
+    process.exe = readLink(folder + "/exe");
+    const QList<QByteArray> argv = readSmall(folder + "/cmdline").split('\0');
+    process.argv0 = QString::fromLocal8Bit(argv.value(0));
+    process.argv1 = QString::fromLocal8Bit(argv.value(1));
+    process.comm = QString::fromUtf8(readSmall(folder + "/comm")).trimmed();
+    process.cgroup = unifiedCgroup(readSmall(folder + "/cgroup"));
+    if (withFlatpak)
+        process.flatpak = flatpakName(readSmall(folder + "/root/.flatpak-info"));
+    // Gone before anything could be read (or a kernel thread): nothing to match.
+    if (process.exe.isEmpty() && process.argv0.isEmpty() && process.comm.isEmpty())
+        return std::nullopt;
+    return process;
 }
 
 } // namespace quillon::platform::linux_

@@ -2,6 +2,7 @@
 
 #include <QList>
 #include <QString>
+#include <optional>
 #include <sys/types.h>
 
 namespace quillon::platform::linux_ {
@@ -27,6 +28,8 @@ public:
     // The processes whose folder belongs to uid. withFlatpak also reads
     // each one's /.flatpak-info (one more file per process).
     QList<Process> read(uid_t uid, bool withFlatpak) const;
+    // One process, whoever runs it; none when it is gone or nothing of it can be read.
+    std::optional<Process> readOne(qint64 pid, bool withFlatpak) const;
 
     // "name=org.blender.Blender" under [Application] in a .flatpak-info.
     static QString flatpakName(const QByteArray& info);

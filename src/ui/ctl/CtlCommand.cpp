@@ -209,6 +209,15 @@ int CtlCommand::run(int argc, char** argv, const QStringList& args)
     case Verb::uninstall:
         app.setTimeout(kPasswordTimeoutMs);
         return report(app.Uninstall());
+    case Verb::autoRule:
+        return report(app.SetAutomationRule(request.rule, request.automationOn));
+    case Verb::autoExclude:
+    case Verb::autoInclude:
+        return report(app.SetExcludedApp(request.appId, request.verb == Verb::autoExclude));
+    case Verb::pause:
+        return report(app.Pause(request.until.isValid() ? request.until.toUTC().toString(Qt::ISODate) : QString()));
+    case Verb::resume:
+        return report(app.Resume());
     case Verb::settings: {
         QDBusPendingReply<> shown = app.ShowSettings();
         shown.waitForFinished();

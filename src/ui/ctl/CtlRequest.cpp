@@ -64,6 +64,19 @@ Result parseAutomation(const QStringList& args)
         request.automationOn = what == QLatin1String("on");
         return request;
     }
+    if ((what == QLatin1String("fullscreen") || what == QLatin1String("media")) && args.size() == 2
+        && (args[1] == QLatin1String("on") || args[1] == QLatin1String("off"))) {
+        request.verb = CtlRequest::Verb::autoRule;
+        request.rule = what;
+        request.automationOn = args[1] == QLatin1String("on");
+        return request;
+    }
+    if (what == QLatin1String("exclude") && args.size() == 3
+        && (args[1] == QLatin1String("add") || args[1] == QLatin1String("remove"))) {
+        request.verb = args[1] == QLatin1String("add") ? CtlRequest::Verb::autoExclude : CtlRequest::Verb::autoInclude;
+        request.appId = args[2];
+        return request;
+    }
     if (what == QLatin1String("remove") && args.size() == 2) {
         request.verb = CtlRequest::Verb::autoRemove;
         request.appId = args[1];
@@ -79,8 +92,8 @@ Result parseAutomation(const QStringList& args)
                 QStringLiteral("unknown cooling: %1 (silent, balanced or max)").arg(EchoedInput::of(request.cooling)));
         return request;
     }
-    return error(
-        QStringLiteral("auto takes on, off, add DESKTOP-ID [--cooling silent|balanced|max] or remove DESKTOP-ID"));
+    return error(QStringLiteral("auto takes on, off, add DESKTOP-ID [--cooling silent|balanced|max], remove "
+                                "DESKTOP-ID, fullscreen on|off, media on|off or exclude add|remove DESKTOP-ID"));
 }
 
 Result parseAwake(const QStringList& args, const QDateTime& now)
@@ -134,6 +147,21 @@ Result parseAwake(const QStringList& args, const QDateTime& now)
     }
     if (request.verb == CtlRequest::Verb::awakeOff && args.contains(QStringLiteral("--kinds")))
         return error(QStringLiteral("--off ends the whole session; it takes no --kinds"));
+    return request;
+}
+
+// pause [--for DURATION]
+Result parsePause(const QStringList& args, const QDateTime& now)
+{
+    CtlRequest request;
+    request.verb = CtlRequest::Verb::pause;
+    if (args.isEmpty())
+        return request;
+    const auto seconds
+        = args.size() == 2 && args[0] == QLatin1String("--for") ? CtlRequest::parseDuration(args[1]) : std::nullopt;
+    if (!seconds)
+        return error(QStringLiteral("pause takes --for DURATION (for example 30m), or nothing: until resumed"));
+    request.until = now.addSecs(*seconds);
     return request;
 }
 
@@ -231,6 +259,10 @@ std::variant<CtlRequest, CtlRequest::Error> CtlRequest::parse(const QStringList&
         request.verb = Verb::status;
     } else if (verb == QLatin1String("reset") && rest.isEmpty()) {
         request.verb = Verb::reset;
+    } else if (verb == QLatin1String("pause")) {
+        return parsePause(rest, now);
+    } else if (verb == QLatin1String("resume") && rest.isEmpty()) {
+        request.verb = Verb::resume;
     } else if (verb == QLatin1String("settings") && rest.isEmpty()) {
         request.verb = Verb::settings;
     } else if (verb == QLatin1String("helper") && rest.size() == 1
@@ -255,7 +287,7 @@ std::variant<CtlRequest, CtlRequest::Error> CtlRequest::parse(const QStringList&
         return error(QStringLiteral("which command?"));
     } else if (verb == QLatin1String("status") || verb == QLatin1String("reset") || verb == QLatin1String("lid")
         || verb == QLatin1String("render") || verb == QLatin1String("update") || verb == QLatin1String("settings")
-        || verb == QLatin1String("helper")) {
+        || verb == QLatin1String("helper") || verb == QLatin1String("resume")) {
         return error(QStringLiteral("wrong arguments for %1").arg(EchoedInput::of(verb)));
     } else {
         return error(QStringLiteral("unknown command: %1").arg(EchoedInput::of(verb)));
@@ -277,9 +309,16 @@ QString CtlRequest::usage()
         "  lid on|off                               closed-lid keep-awake\n"
         "  update check                             asks the update feed now and says what it offers\n"
         "  render on|off                            Render Mode: awake, drives, closed lid, cooling, DaVinci's queue\n"
+        "  pause [--for DURATION]                   lets go of keep-awake, automation and awake --while for a\n"
+        "                                           while (no DURATION: until resume); Render Mode, closed lid\n"
+        "                                           and fan control go on\n"
+        "  resume                                   ends the pause\n"
         "  auto on|off                              automation (keep awake and cool by rule)\n"
         "  auto add DESKTOP-ID [--cooling silent|balanced|max] | auto remove DESKTOP-ID\n"
         "                                           an application whose running keeps awake (and cool)\n"
+        "  auto fullscreen on|off                   keep awake while another app's window is full screen\n"
+        "  auto exclude add|remove DESKTOP-ID       an app whose full screen does not count\n"
+        "  auto media on|off                        keep awake while a media player plays\n"
         "  reset                                    Render Mode, keep-awake, closed lid, fan control and automation "
         "off\n"
         "  settings                                 opens the settings window\n"

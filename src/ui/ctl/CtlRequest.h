@@ -29,24 +29,30 @@ struct CtlRequest {
         automation, // the master switch
         autoAdd,
         autoRemove,
+        autoRule,      // the full-screen or media rule on or off
+        autoExclude,   // an application whose full screen does not count
+        autoInclude,   // ... counts again
         settings,      // open the settings window
         helperInstall, // the fan helper, through the password dialog
         helperUpdate,
-        uninstall // the helper and the app, through the password dialog
+        uninstall, // the helper and the app, through the password dialog
+        pause,     // keep-awake paused, for a while or until resumed
+        resume,
     };
 
     Verb verb = Verb::help;
     QStringList kinds;         // awake: system, display, network
-    QDateTime until;           // awake: the end; invalid = until turned off
+    QDateTime until;           // awake: the end; invalid = until turned off; pause: invalid = until resumed
     QString profile;           // fansAuto: empty = keep the chosen one
     double percent = 0;        // fansManual: 0..100
     double boostSeconds = 0;   // fansManual: 0 = the last boost length
     bool on = false;           // lid, render
     qint64 pid = 0;            // awakeWhile
     QStringList command;       // awakeRun: the program and its arguments
-    bool automationOn = false; // automation
-    QString appId;             // autoAdd, autoRemove: a desktop-entry id
+    bool automationOn = false; // automation, autoRule
+    QString appId;             // autoAdd, autoRemove, autoExclude, autoInclude: a desktop-entry id
     QString cooling;           // autoAdd: empty = none
+    QString rule;              // autoRule: "fullscreen" or "media"
 
     // A usage error: what was wrong.
     struct Error {

@@ -22,6 +22,8 @@ AutomationView::AutomationView(app::TriggerManager& triggers, app::Settings& set
 {
     connect(&triggers, &app::TriggerManager::activeChanged, this, &AutomationView::changed);
     connect(&triggers, &app::TriggerManager::rulesChanged, this, &AutomationView::changed);
+    connect(&triggers, &app::TriggerManager::rulesChanged, this, &AutomationView::rulesChanged);
+    connect(&triggers, &app::TriggerManager::rulesChanged, this, &AutomationView::pickerChanged);
     connect(&triggers.assertions(), &app::SleepAssertions::stateChanged, this, &AutomationView::changed);
     connect(&triggers, &app::TriggerManager::appsChanged, this, &AutomationView::appsChanged);
     connect(&triggers, &app::TriggerManager::appsChanged, this, &AutomationView::pickerChanged);
@@ -63,12 +65,54 @@ QVariantList AutomationView::apps() const
 {
     QVariantList list;
     for (const app::TriggerApp& app : m_triggers.apps()) {
-        const auto installed = m_triggers.installedApp(app.bundleID);
-        list.append(QVariantMap{{"id", app.bundleID}, {"name", app.name},
-            {"icon", iconUrl(installed ? installed->icon : QString())},
-            {"cooling", app.cooling ? QString::fromLatin1(core::CoolingProfile::rawValue(*app.cooling)) : kNone}});
+        QVariantMap entry = appEntry(app.bundleID, app.name);
+        entry.insert("name", app.name);
+        entry.insert(
+            "cooling", app.cooling ? QString::fromLatin1(core::CoolingProfile::rawValue(*app.cooling)) : kNone);
+        list.append(entry);
     }
     return list;
+}
+
+QVariantMap AutomationView::appEntry(const QString& id, const QString& fallbackName) const
+{
+    const auto installed = m_triggers.installedApp(id);
+    return {{"id", id}, {"name", installed ? installed->name : fallbackName},
+        {"icon", iconUrl(installed ? installed->icon : QString())}};
+}
+
+QVariantList AutomationView::excluded() const
+{
+    QVariantList list;
+    for (const QString& id : m_triggers.excluded())
+        list.append(appEntry(id, id));
+    return list;
+}
+
+QString AutomationView::fullScreenUnavailable() const
+{
+    return m_triggers.fullScreenUnavailable();
+}
+
+QString AutomationView::mediaUnavailable() const
+{
+    return m_triggers.mediaUnavailable();
+}
+
+void AutomationView::togglePicker(bool forExclusion)
+{
+    if (m_pickerShown && forExclusion == m_pickingExclusion) {
+        setPickerShown(false);
+        return;
+    }
+    m_pickingExclusion = forExclusion;
+    setPickerShown(false);
+    setPickerShown(true);
+}
+
+void AutomationView::removeExcluded(const QString& id)
+{
+    m_triggers.removeExcluded(id);
 }
 
 QVariantList AutomationView::coolingChoices() const
@@ -110,8 +154,9 @@ QVariantList AutomationView::candidates() const
     for (const QVariant& candidate : m_installed) {
         const QVariantMap app = candidate.toMap();
         const QString id = app.value("id").toString();
-        const bool listed = std::any_of(m_triggers.apps().begin(), m_triggers.apps().end(),
-            [&](const app::TriggerApp& a) { return a.bundleID == id; });
+        const bool listed = m_pickingExclusion ? m_triggers.excluded().contains(id)
+                                               : std::any_of(m_triggers.apps().begin(), m_triggers.apps().end(),
+                                                   [&](const app::TriggerApp& a) { return a.bundleID == id; });
         if (listed
             || !(app.value("name").toString().contains(query, Qt::CaseInsensitive)
                 || id.contains(query, Qt::CaseInsensitive)))
@@ -135,7 +180,10 @@ void AutomationView::add(const QString& id)
     const auto installed = m_triggers.installedApp(id);
     if (!installed)
         return;
-    m_triggers.addApp({id, installed->name, std::nullopt});
+    if (m_pickingExclusion)
+        m_triggers.addExcluded(id);
+    else
+        m_triggers.addApp({id, installed->name, std::nullopt});
     setPickerShown(false);
 }
 

@@ -24,6 +24,13 @@ class AutomationView : public QObject {
     Q_PROPERTY(bool pickerShown READ pickerShown WRITE setPickerShown NOTIFY pickerChanged)
     Q_PROPERTY(QString query READ query WRITE setQuery NOTIFY pickerChanged)
     Q_PROPERTY(QVariantList candidates READ candidates NOTIFY pickerChanged)
+    // {id, name, icon} of the applications whose full-screen windows do not count.
+    Q_PROPERTY(QVariantList excluded READ excluded NOTIFY rulesChanged)
+    // Whether the picker adds to the exclusions rather than the apps list.
+    Q_PROPERTY(bool pickingExclusion READ pickingExclusion NOTIFY pickerChanged)
+    // Empty, or why the rule cannot work on this computer.
+    Q_PROPERTY(QString fullScreenUnavailable READ fullScreenUnavailable NOTIFY changed)
+    Q_PROPERTY(QString mediaUnavailable READ mediaUnavailable NOTIFY changed)
     // Empty, or why no app can be added now (the list is full).
     Q_PROPERTY(QString addRefusal READ addRefusal NOTIFY appsChanged)
 
@@ -51,7 +58,16 @@ public:
     QVariantList candidates() const;
     QString addRefusal() const;
 
-    // Lists an installed app (without cooling) and closes the picker.
+    QVariantList excluded() const;
+    bool pickingExclusion() const { return m_pickingExclusion; }
+    QString fullScreenUnavailable() const;
+    QString mediaUnavailable() const;
+    // Opens the picker (or closes it, when open for the same list).
+    Q_INVOKABLE void togglePicker(bool forExclusion);
+    Q_INVOKABLE void removeExcluded(const QString& id);
+
+    // Lists an installed app (without cooling), or excludes it when the
+    // picker was opened for that, and closes the picker.
     Q_INVOKABLE void add(const QString& id);
     Q_INVOKABLE void remove(const QString& id);
     // value: "none", "silent", "balanced" or "max".
@@ -63,11 +79,15 @@ signals:
     void changed();
     void appsChanged();
     void pickerChanged();
+    void rulesChanged();
 
 private:
     app::TriggerManager& m_triggers;
     const app::Settings& m_settings;
+    QVariantMap appEntry(const QString& id, const QString& fallbackName) const;
+
     bool m_pickerShown = false;
+    bool m_pickingExclusion = false;
     QString m_query;
     QVariantList m_installed; // {id, name, icon}, read when the picker opens
 };

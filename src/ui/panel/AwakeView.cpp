@@ -3,6 +3,7 @@
 #include "PanelTexts.h"
 #include "app/Lang.h"
 #include "app/Settings.h"
+#include "app/power/KeepAwakePause.h"
 #include "app/power/SleepManager.h"
 #include "platform/Clock.h"
 
@@ -49,9 +50,12 @@ QVariantList AwakeView::kinds() const
 {
     QVariantList list;
     for (const auto kind : app::SleepAssertions::allKinds) {
-        list.append(QVariantMap{{"name", app::SleepAssertions::rawValue(kind)},
-            {"label", app::SleepAssertions::label(kind)}, {"active", m_manager.assertions().holding(kind)},
-            {"note", app::SleepAssertions::note(m_manager.assertions().state(kind))}});
+        list.append(
+            QVariantMap{{"name", app::SleepAssertions::rawValue(kind)}, {"label", app::SleepAssertions::label(kind)},
+                {"active",
+                    m_manager.assertions().holding(kind)
+                        || m_manager.assertions().state(kind).phase == app::SleepAssertions::KindState::Phase::paused},
+                {"note", app::SleepAssertions::note(m_manager.assertions().state(kind))}});
     }
     return list;
 }
@@ -149,6 +153,36 @@ void AwakeView::stayAwakeUntilCustom()
 void AwakeView::toggleKind(const QString& name)
 {
     m_manager.toggleName(name);
+}
+
+bool AwakeView::paused() const
+{
+    return m_manager.pause()->paused();
+}
+
+QString AwakeView::pausedText() const
+{
+    return PanelTexts::pausedText(m_manager);
+}
+
+QVariantList AwakeView::pauseChoices() const
+{
+    const QString untilResumed = tr("Until I resume");
+    QVariantList list;
+    for (const int seconds : kPauseSeconds)
+        list.append(QVariantMap{{"label", PanelTexts::durationLabel(seconds)}, {"seconds", seconds}});
+    list.append(QVariantMap{{"label", untilResumed}, {"seconds", 0}});
+    return list;
+}
+
+void AwakeView::pauseFor(int seconds)
+{
+    m_manager.pause()->pause(seconds > 0 ? std::optional(m_clock.now().addSecs(seconds)) : std::optional<QDateTime>());
+}
+
+void AwakeView::resume()
+{
+    m_manager.pause()->resume();
 }
 
 void AwakeView::stop()

@@ -4,6 +4,7 @@
 #include <QObject>
 #include <QStringList>
 #include <QVariantList>
+#include <array>
 
 namespace quillon::platform {
 class Clock;
@@ -19,7 +20,8 @@ namespace quillon::ui {
 // The keep-awake section's view: the three kinds, the "Stay awake for"
 // durations, the custom end picker (a day within the next week, an hour and
 // a minute; first set to 12 hours from when the panel was built), and the
-// countdown and end of a running session. A duration or a custom end holds
+// countdown and end of a running session, and the pause of keep-awake (30
+// minutes, an hour, or until resumed). A duration or a custom end holds
 // the kinds already on, or system and display when none is.
 class AwakeView : public QObject {
     Q_OBJECT
@@ -34,10 +36,14 @@ class AwakeView : public QObject {
     Q_PROPERTY(int customMinute READ customMinute NOTIFY customChanged)
     Q_PROPERTY(QString customEndText READ customEndText NOTIFY customChanged)
     Q_PROPERTY(bool customEndInFuture READ customEndInFuture NOTIFY customChanged)
+    Q_PROPERTY(bool paused READ paused NOTIFY changed)
+    Q_PROPERTY(QString pausedText READ pausedText NOTIFY changed)
+    Q_PROPERTY(QVariantList pauseChoices READ pauseChoices NOTIFY kindsChanged)
 
 public:
     static constexpr qint64 kCustomDefaultS = 43200;
     static constexpr int kCustomDays = 7;
+    static constexpr std::array<int, 2> kPauseSeconds{1800, 3600};
 
     AwakeView(
         app::SleepManager& manager, app::Settings& settings, const platform::Clock& clock, QObject* parent = nullptr);
@@ -66,6 +72,14 @@ public:
     // Starts the session until the custom end (when it is still ahead) and closes the picker.
     Q_INVOKABLE void stayAwakeUntilCustom();
     Q_INVOKABLE void toggleKind(const QString& name);
+
+    bool paused() const;
+    QString pausedText() const;
+    // {label, seconds} for 30 minutes, an hour, and 0: until resumed.
+    QVariantList pauseChoices() const;
+    // seconds 0: until resume().
+    Q_INVOKABLE void pauseFor(int seconds);
+    Q_INVOKABLE void resume();
     Q_INVOKABLE void stop();
 
 signals:

@@ -4,6 +4,7 @@
 #include "app/automation/TriggerManager.h"
 #include "app/fan/FanController.h"
 #include "app/power/BatteryFlow.h"
+#include "app/power/KeepAwakePause.h"
 #include "app/power/LidManager.h"
 #include "app/power/PowerInfo.h"
 #include "app/power/ProcessKeepAwake.h"
@@ -25,15 +26,23 @@ QString whole(double value)
 QStringList PanelTexts::statusLines(const app::SleepManager& manager)
 {
     QStringList lines;
+    const bool paused = manager.pause()->paused();
+    if (paused)
+        lines.append(tr("⏸ %1 · Render Mode, closed lid and fan control go on").arg(pausedText(manager)));
     if (manager.holdsAnything()) {
         const auto remaining = manager.remainingText();
         lines.append(remaining ? tr("Awake · %1 left").arg(*remaining) : tr("Awake until you turn it off"));
+    } else if (paused && !manager.activeKinds().isEmpty()) {
+        const auto remaining = manager.remainingText();
+        lines.append(remaining ? tr("Session paused · %1 left").arg(*remaining) : tr("Session paused"));
     } else if (!manager.activeKinds().isEmpty()) {
         lines.append(tr("Keep-awake is not in force: %1").arg(manager.firstProblem()));
     }
     const app::TriggerManager& triggers = *manager.triggers();
     if (triggers.active()) {
         lines.append(tr("🤖 Auto keep-awake (%1)").arg(triggers.activeReason()));
+    } else if (paused && triggers.ruleHolds()) {
+        lines.append(tr("Auto keep-awake paused (%1)").arg(triggers.activeReason()));
     } else if (triggers.ruleHolds()) {
         lines.append(tr("Auto keep-awake is not in force: %1")
                          .arg(triggers.assertions().state(app::SleepAssertions::Kind::system).problem));
@@ -43,7 +52,8 @@ QStringList PanelTexts::statusLines(const app::SleepManager& manager)
         for (const auto& watched : manager.processes()->processes())
             commands.append(watched.command.isEmpty() ? QString::number(watched.pid) : watched.command);
         commands.removeDuplicates();
-        lines.append(tr("Awake while %1 runs").arg(commands.join(QStringLiteral(", "))));
+        const QString list = commands.join(QStringLiteral(", "));
+        lines.append(paused ? tr("Paused: awake while %1 runs").arg(list) : tr("Awake while %1 runs").arg(list));
     }
     if (manager.lid()->enabled())
         lines.append(tr("Stays awake with the lid closed"));
@@ -93,6 +103,8 @@ QString PanelTexts::awakeSummary(const app::SleepManager& manager)
 {
     if (manager.activeKinds().isEmpty())
         return tr("Off");
+    if (manager.pause()->paused())
+        return pausedText(manager);
     if (!manager.holdsAnything())
         return tr("Not in force");
     const auto remaining = manager.remainingText();
@@ -107,6 +119,8 @@ QString PanelTexts::automationSummary(const app::TriggerManager& triggers)
         return tr("Off");
     if (triggers.active())
         return tr("On — %1").arg(triggers.activeReason());
+    if (triggers.ruleHolds() && triggers.assertions().paused())
+        return tr("On — paused");
     if (triggers.ruleHolds())
         return tr("Not in force");
     return tr("On — waiting for a rule");
@@ -115,6 +129,14 @@ QString PanelTexts::automationSummary(const app::TriggerManager& triggers)
 QString PanelTexts::noCooling()
 {
     return tr("No cooling");
+}
+
+QString PanelTexts::pausedText(const app::SleepManager& manager)
+{
+    if (!manager.pause()->paused())
+        return {};
+    const auto end = manager.pauseEndDescription();
+    return end ? tr("Paused until %1").arg(*end) : tr("Paused until you resume");
 }
 
 QString PanelTexts::customEnd(const QDateTime& end, const QDateTime& now, bool german)

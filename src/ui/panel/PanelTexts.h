@@ -36,11 +36,14 @@ public:
     // --- keep-awake ---
     // The section's summary: off, the countdown and end, or open-ended.
     static QString awakeSummary(const app::SleepManager& manager);
+    // "Paused until 14:30" (another day: "Paused until Tomorrow, 09:00"),
+    // "Paused until you resume"; empty when not paused.
+    static QString pausedText(const app::SleepManager& manager);
     // The end picked in the custom picker, or that it has passed.
     static QString customEnd(const QDateTime& end, const QDateTime& now, bool german);
 
     // --- automation ---
-    // Off, on and waiting for a rule, on with the rules that hold, or not in force.
+    // Off, on and waiting for a rule, on with the rules that hold, paused, or not in force.
     static QString automationSummary(const app::TriggerManager& triggers);
     // The cooling choice of an app that asks for none.
     static QString noCooling();

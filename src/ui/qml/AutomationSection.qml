@@ -3,9 +3,10 @@ import QtQuick.Controls
 import QtQuick.Layouts
 import "components"
 
-// Automation: the master switch, the AC power and external display rules,
-// the apps whose running keeps the computer awake (each with its cooling),
-// and a searchable picker of the installed apps.
+// Automation: the master switch, the AC power, external display, full
+// screen and media rules, the apps whose running keeps the computer awake
+// (each with its cooling), the apps whose full screen does not count, and a
+// searchable picker of the installed apps for either list.
 ExpandableSection {
     id: section
 
@@ -45,6 +46,56 @@ ExpandableSection {
         text: qsTr("While an external display is connected")
         checked: section.triggers.keepAwakeOnExternalDisplay
         onToggled: section.triggers.keepAwakeOnExternalDisplay = checked
+    }
+    SwitchRow {
+        objectName: "fullScreenSwitch"
+        text: qsTr("While another app is full screen")
+        checked: section.triggers.keepAwakeOnFullScreen
+        enabled: section.automationView.fullScreenUnavailable === ""
+        onToggled: section.triggers.keepAwakeOnFullScreen = checked
+    }
+    Caption {
+        objectName: "fullScreenUnavailable"
+        text: qsTr("Unavailable: %1").arg(section.automationView.fullScreenUnavailable)
+        visible: section.automationView.fullScreenUnavailable !== ""
+    }
+    Flow {
+        objectName: "excludedApps"
+        visible: section.triggers.keepAwakeOnFullScreen && section.automationView.fullScreenUnavailable === ""
+        spacing: 4
+        Layout.fillWidth: true
+        Label {
+            textFormat: Text.PlainText
+            text: qsTr("Not counting:")
+        }
+        Repeater {
+            model: section.automationView.excluded
+            Button {
+                required property var modelData
+                objectName: "excluded_" + modelData.id
+                text: modelData.name + "  ✕"
+                flat: true
+                onClicked: section.automationView.removeExcluded(modelData.id)
+            }
+        }
+        Button {
+            objectName: "addExclusion"
+            text: qsTr("Add an app…")
+            flat: true
+            onClicked: section.automationView.togglePicker(true)
+        }
+    }
+    SwitchRow {
+        objectName: "mediaSwitch"
+        text: qsTr("While media is playing")
+        checked: section.triggers.keepAwakeOnMedia
+        enabled: section.automationView.mediaUnavailable === ""
+        onToggled: section.triggers.keepAwakeOnMedia = checked
+    }
+    Caption {
+        objectName: "mediaUnavailable"
+        text: qsTr("Unavailable: %1").arg(section.automationView.mediaUnavailable)
+        visible: section.automationView.mediaUnavailable !== ""
     }
     Label {
         textFormat: Text.PlainText
@@ -98,7 +149,7 @@ ExpandableSection {
         text: qsTr("Add an app…")
         flat: true
         visible: section.automationView.addRefusal === ""
-        onClicked: section.automationView.pickerShown = !section.automationView.pickerShown
+        onClicked: section.automationView.togglePicker(false)
     }
     Caption {
         objectName: "addAppRefusal"

@@ -4,7 +4,7 @@ import QtQuick.Layouts
 import "components"
 
 // Keep-awake: the three kinds, "Stay awake for" a fixed time or until a
-// custom end, and the countdown of a running session.
+// custom end, the countdown of a running session, and the pause.
 ExpandableSection {
     id: section
 
@@ -65,5 +65,30 @@ ExpandableSection {
         text: qsTr("Turn off")
         visible: section.awake.active
         onClicked: section.awake.stop()
+    }
+    Label {
+        textFormat: Text.PlainText
+        objectName: "pauseHeading"
+        text: section.awake.paused ? section.awake.pausedText : qsTr("Pause for")
+        font.bold: true
+        Layout.topMargin: 4
+    }
+    ChoiceRow {
+        objectName: "pauseChoices"
+        visible: !section.awake.paused
+        choices: section.awake.pauseChoices
+        valueRole: "seconds"
+        exclusive: false
+        onChosen: seconds => section.awake.pauseFor(seconds)
+    }
+    Button {
+        objectName: "resume"
+        text: qsTr("Resume")
+        visible: section.awake.paused
+        onClicked: section.awake.resume()
+    }
+    Caption {
+        objectName: "pauseScope"
+        text: qsTr("A pause lets go of this session, automation and the processes kept awake for. Render Mode, the closed lid and fan control go on.")
     }
 }

@@ -8,6 +8,7 @@
 #include "app/fan/HelperLink.h"
 #include "app/install/InstallResult.h"
 #include "app/install/UpdateChecker.h"
+#include "app/power/KeepAwakePause.h"
 #include "app/power/LidManager.h"
 #include "app/power/ProcessKeepAwake.h"
 #include "app/power/SleepManager.h"
@@ -160,6 +161,10 @@ bool ScriptingService::StayAwake(const QStringList& kinds, const QString& until,
         }
     }
     m_manager.applyNames(kinds, end);
+    if (m_manager.pause()->paused()) {
+        text = QStringLiteral("keeping %1 awake once the pause ends (quillon ctl resume)").arg(kindList(kinds));
+        return true;
+    }
     if (!m_manager.holdsAnything()) {
         text = QStringLiteral("keep-awake refused: %1").arg(m_manager.firstProblem());
         return false;
@@ -318,12 +323,48 @@ bool ScriptingService::AwakeWhile(qint64 pid, QString& text)
     return true;
 }
 
+bool ScriptingService::Pause(const QString& until, QString& text)
+{
+    if (!admitted())
+        return false;
+    QDateTime end;
+    if (!until.isEmpty()) {
+        end = QDateTime::fromString(until, Qt::ISODate);
+        if (!end.isValid() || end <= QDateTime::currentDateTime()) {
+            text = QStringLiteral("not an ISO 8601 time still to come: %1").arg(EchoedInput::of(until));
+            return false;
+        }
+    }
+    m_manager.pause()->pause(end.isValid() ? std::optional(end) : std::nullopt);
+    text = end.isValid() ? QStringLiteral("keep-awake paused until %1").arg(end.toLocalTime().toString(Qt::ISODate))
+                         : QStringLiteral("keep-awake paused until resumed");
+    text += QStringLiteral("; Render Mode, closed lid and fan control go on");
+    return true;
+}
+
+bool ScriptingService::Resume(QString& text)
+{
+    if (!admitted())
+        return false;
+    if (!m_manager.pause()->paused()) {
+        text = QStringLiteral("keep-awake is not paused");
+        return true;
+    }
+    m_manager.pause()->resume();
+    text = QStringLiteral("keep-awake resumed");
+    return true;
+}
+
 bool ScriptingService::SetAutomation(bool on, QString& text)
 {
     if (!admitted())
         return false;
     app::TriggerManager& triggers = *m_manager.triggers();
     triggers.setAutomationEnabled(on);
+    if (on && m_manager.pause()->paused()) {
+        text = QStringLiteral("automation on; it holds nothing until the pause ends (quillon ctl resume)");
+        return saved(triggers, text);
+    }
     if (on && !triggers.active() && triggers.ruleHolds()) {
         text = QStringLiteral("automation on, but its keep-awake is refused (%1): %2")
                    .arg(triggers.activeReason(), triggers.assertions().firstProblem());
@@ -383,6 +424,64 @@ bool ScriptingService::RemoveAutomationApp(const QString& id, QString& text)
     }
     text = QStringLiteral("%1 taken off the list").arg(id);
     return saved(*m_manager.triggers(), text);
+}
+
+bool ScriptingService::SetAutomationRule(const QString& rule, bool on, QString& text)
+{
+    if (!admitted())
+        return false;
+    app::TriggerManager& triggers = *m_manager.triggers();
+    QString unavailable;
+    if (rule == QLatin1String("fullscreen")) {
+        unavailable = triggers.fullScreenUnavailable();
+        if (on && !unavailable.isEmpty()) {
+            text = QStringLiteral("the full-screen rule is unavailable: %1").arg(unavailable);
+            return false;
+        }
+        triggers.setKeepAwakeOnFullScreen(on);
+        text = on ? QStringLiteral("keeps awake while another app is full screen")
+                  : QStringLiteral("full screen no longer keeps awake");
+    } else if (rule == QLatin1String("media")) {
+        unavailable = triggers.mediaUnavailable();
+        if (on && !unavailable.isEmpty()) {
+            text = QStringLiteral("the media rule is unavailable: %1").arg(unavailable);
+            return false;
+        }
+        triggers.setKeepAwakeOnMedia(on);
+        text = on ? QStringLiteral("keeps awake while media plays") : QStringLiteral("media no longer keeps awake");
+    } else {
+        text = QStringLiteral("unknown rule: %1 (fullscreen or media)").arg(EchoedInput::of(rule));
+        return false;
+    }
+    if (on && !triggers.automationEnabled())
+        text += QStringLiteral(" (automation is off: quillon ctl auto on)");
+    return saved(triggers, text);
+}
+
+bool ScriptingService::SetExcludedApp(const QString& id, bool add, QString& text)
+{
+    if (!admitted())
+        return false;
+    app::TriggerManager& triggers = *m_manager.triggers();
+    if (!add) {
+        if (!triggers.removeExcluded(id)) {
+            text = QStringLiteral("%1 is not excluded").arg(EchoedInput::of(id));
+            return false;
+        }
+        text = QStringLiteral("%1 counts again when full screen").arg(id);
+        return saved(triggers, text);
+    }
+    const auto installed = triggers.installedApp(id);
+    if (!installed) {
+        text = QStringLiteral("no installed application has the desktop id %1").arg(EchoedInput::of(id));
+        return false;
+    }
+    if (!triggers.excluded().contains(id) && !triggers.addExcluded(id)) {
+        text = QStringLiteral("%1 applications are excluded, the most there can be").arg(app::TriggerManager::maxApps);
+        return false;
+    }
+    text = QStringLiteral("%1 does not keep awake when full screen").arg(installed->name);
+    return saved(triggers, text);
 }
 
 bool ScriptingService::saved(const app::TriggerManager& triggers, QString& text)

@@ -67,9 +67,13 @@ public:
     bool CheckForUpdates(QString& text);
     bool Reset(QString& text);
     bool AwakeWhile(qint64 pid, QString& text);
+    bool Pause(const QString& until, QString& text);
+    bool Resume(QString& text);
     bool SetAutomation(bool on, QString& text);
     bool AddAutomationApp(const QString& id, const QString& cooling, QString& text);
     bool RemoveAutomationApp(const QString& id, QString& text);
+    bool SetAutomationRule(const QString& rule, bool on, QString& text);
+    bool SetExcludedApp(const QString& id, bool add, QString& text);
     // These two answer once their flow has ended, which includes the time
     // the user takes in the password dialog.
     bool InstallHelper(bool update, QString& text);

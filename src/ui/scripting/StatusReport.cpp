@@ -5,6 +5,7 @@
 #include "app/fan/FanController.h"
 #include "app/install/UpdateChecker.h"
 #include "app/power/DriveManager.h"
+#include "app/power/KeepAwakePause.h"
 #include "app/power/LidManager.h"
 #include "app/power/ProcessKeepAwake.h"
 #include "app/power/SleepManager.h"
@@ -37,8 +38,8 @@ QJsonValue text(const QString& value)
 QJsonObject holdState(const app::SleepAssertions::KindState& state)
 {
     using Phase = app::SleepAssertions::KindState::Phase;
-    static const std::map<Phase, QString> names{
-        {Phase::off, "off"}, {Phase::confirming, "confirming"}, {Phase::inForce, "inForce"}, {Phase::failed, "failed"}};
+    static const std::map<Phase, QString> names{{Phase::off, "off"}, {Phase::confirming, "confirming"},
+        {Phase::inForce, "inForce"}, {Phase::failed, "failed"}, {Phase::paused, "paused"}};
     return {{"state", names.at(state.phase)}, {"through", text(state.through)}, {"problem", text(state.problem)}};
 }
 
@@ -95,10 +96,15 @@ QJsonObject automation(const app::TriggerManager& triggers)
     QJsonArray apps;
     for (const app::TriggerApp& app : triggers.apps())
         apps.append(QJsonObject{{"id", app.bundleID}, {"name", app.name}, {"cooling", profile(app.cooling)}});
+    QJsonArray rules;
+    for (const auto& rule : triggers.ruleStates())
+        rules.append(QJsonObject{{"rule", rule.rule}, {"on", rule.on}, {"holds", rule.holds}, {"why", rule.why}});
     return {{"enabled", triggers.automationEnabled()}, {"onAC", triggers.keepAwakeOnAC()},
-        {"externalDisplay", triggers.keepAwakeOnExternalDisplay()}, {"apps", apps}, {"active", triggers.active()},
-        {"ruleHolds", triggers.ruleHolds()}, {"reason", text(triggers.activeReason())},
-        {"cooling", profile(triggers.coolingProfileActive())}, {"held", heldKinds(triggers.assertions())}};
+        {"externalDisplay", triggers.keepAwakeOnExternalDisplay()}, {"fullscreen", triggers.keepAwakeOnFullScreen()},
+        {"media", triggers.keepAwakeOnMedia()}, {"excluded", QJsonArray::fromStringList(triggers.excluded())},
+        {"rules", rules}, {"apps", apps}, {"active", triggers.active()}, {"ruleHolds", triggers.ruleHolds()},
+        {"reason", text(triggers.activeReason())}, {"cooling", profile(triggers.coolingProfileActive())},
+        {"held", heldKinds(triggers.assertions())}};
 }
 
 QJsonObject awakeWhile(const app::ProcessKeepAwake& processes)
@@ -155,6 +161,7 @@ QJsonObject StatusReport::build(
         {"hotkeys",
             QJsonObject{{"enabled", hotkeys.enabled}, {"held", hotkeys.state.held}, {"through", hotkeys.state.through},
                 {"problem", hotkeys.state.problem}}},
+        {"paused", manager.pause()->paused()}, {"pausedUntil", time(manager.pause()->until())},
         {"active", manager.anythingActive()}, {"icon", icon.active ? "active" : "idle"}, {"title", text(icon.title)}};
 }
 

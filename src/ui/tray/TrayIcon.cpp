@@ -99,8 +99,12 @@ void TrayIcon::redraw()
 {
     if (!m_icon)
         return;
-    m_icon->setIcon(GaugeIcon::gaugeImage(m_state.active, ink(), m_state.title));
-    m_icon->setToolTip(QStringLiteral("Quillon") + m_state.title);
+    const QString mark = m_state.title.isEmpty() && !m_state.paused.isEmpty() ? QStringLiteral("‖") : m_state.title;
+    m_icon->setIcon(GaugeIcon::gaugeImage(m_state.active, ink(), mark));
+    QString tip = QStringLiteral("Quillon") + m_state.title;
+    if (!m_state.paused.isEmpty())
+        tip += QLatin1Char('\n') + m_state.paused;
+    m_icon->setToolTip(tip);
     m_drawn = true;
 }
 

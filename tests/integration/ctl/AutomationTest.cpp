@@ -147,6 +147,68 @@ TEST_F(AutomationTest, AwakeRunsACommandHoldsWhileItRunsAndPassesOnItsStatus)
     EXPECT_NE(gone.err.find("no process 999999999 is running"), std::string::npos) << gone.err;
 }
 
+// The full-screen and media rules through `ctl auto`: each says in the status
+// whether it holds and why; without a display the full-screen rule is
+// refused with the reason.
+TEST_F(AutomationTest, TheFullScreenAndMediaRulesAreSwitchedAndExplained)
+{
+    run({"auto", "on"});
+    EXPECT_NE(run({"auto", "media", "on"}).find("keeps awake while media plays"), std::string::npos);
+    EXPECT_NE(run({"auto", "exclude", "add", "org.quillon.TestEditor"}).find("Test Editor does not keep awake"),
+        std::string::npos);
+    EXPECT_EQ(rig.ctl({"auto", "exclude", "add", "org.example.Nowhere"}).exitCode, 1);
+    const auto fullScreen = rig.ctl({"auto", "fullscreen", "on"});
+    EXPECT_EQ(fullScreen.exitCode, 1) << "the app runs without a display here";
+    EXPECT_NE(fullScreen.err.find("no display to ask which window is full screen"), std::string::npos)
+        << fullScreen.err;
+
+    const QJsonObject automation = section("automation");
+    EXPECT_TRUE(automation["media"].toBool());
+    EXPECT_FALSE(automation["fullscreen"].toBool());
+    EXPECT_EQ(automation["excluded"].toArray(), QJsonArray{"org.quillon.TestEditor"});
+    QJsonObject media;
+    for (const QJsonValue rule : automation["rules"].toArray()) {
+        if (rule["rule"] == "media")
+            media = rule.toObject();
+    }
+    EXPECT_EQ(media, (QJsonObject{{"rule", "media"}, {"on", true}, {"holds", false}, {"why", "no player is playing"}}))
+        << dump();
+    run({"auto", "exclude", "remove", "org.quillon.TestEditor"});
+    EXPECT_TRUE(section("automation")["excluded"].toArray().isEmpty());
+}
+
+// A pause lets go of the session's locks on logind and takes them again;
+// the closed lid's stay throughout.
+TEST_F(AutomationTest, APauseLetsGoOfTheSessionButNotTheLid)
+{
+    const auto count = [&](const char* why) {
+        return static_cast<int>(logindLocks().count(why));
+    };
+    const char* system = "SleepTimer: prevent system sleep";
+    const char* display = "SleepTimer: prevent display sleep";
+    run({"awake", "--for", "2h"});
+    run({"lid", "on"});
+    EXPECT_TRUE(waitUntil([&] { return count(system) == 2 && count(display) == 1; }, kNotice))
+        << logindLocks().join(", ").toStdString();
+    EXPECT_TRUE(rig.status()["pausedUntil"].isNull());
+
+    EXPECT_NE(run({"pause", "--for", "30m"}).find("keep-awake paused until"), std::string::npos);
+    EXPECT_TRUE(waitUntil([&] { return count(system) == 1 && count(display) == 0; }, kNotice))
+        << logindLocks().join(", ").toStdString();
+    const QJsonObject status = rig.status();
+    const QDateTime until = QDateTime::fromString(status["pausedUntil"].toString(), Qt::ISODate);
+    EXPECT_NEAR(static_cast<double>(QDateTime::currentDateTime().secsTo(until)), 1800, 30) << dump();
+    EXPECT_FALSE(status["awake"].toObject()["remaining"].isNull()) << "the session's countdown runs on";
+    EXPECT_EQ(status["lid"].toObject()["held"].toObject()["state"], "inForce") << dump();
+    EXPECT_NE(run({"awake", "--for", "2h"}).find("once the pause ends"), std::string::npos)
+        << "asked for during a pause: not refused, held once it ends";
+
+    run({"resume"});
+    EXPECT_TRUE(waitUntil([&] { return count(system) == 2 && count(display) == 1; }, kNotice))
+        << logindLocks().join(", ").toStdString();
+    EXPECT_TRUE(rig.status()["pausedUntil"].isNull());
+}
+
 // With nothing to hold keep-awake (no logind, no desktop power manager),
 // a rule that holds is not reported as keeping the computer awake.
 class AutomationWithNothingToHoldTest : public AutomationTest {

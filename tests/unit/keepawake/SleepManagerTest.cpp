@@ -1,5 +1,9 @@
 // The menu's keep-awake session, its battery watchdog and the start-up wiring.
 #include "app/Translations.h"
+#include "app/automation/RenderModeManager.h"
+#include "app/automation/TriggerManager.h"
+#include "app/power/KeepAwakePause.h"
+#include "app/power/ProcessKeepAwake.h"
 
 #include "support/KeepAwakeRig.h"
 
@@ -149,6 +153,62 @@ TEST_F(SleepManagerTest, BatteryRuleOffTouchesNothing)
     manager->batterySafetyCheck();
     EXPECT_FALSE(manager->activeKinds().isEmpty());
     EXPECT_TRUE(center.shown.isEmpty());
+}
+
+// A pause lets go of the session, automation and the processes kept awake
+// for, and each comes back by itself as it then stands; Render Mode and the
+// closed lid hold on throughout.
+TEST_F(SleepManagerTest, APauseLetsGoOfWhatItCoversAndItComesBack)
+{
+    manager->apply({Kind::system, Kind::display}, in(3600));
+    manager->triggers()->setAutomationEnabled(true);
+    manager->triggers()->setKeepAwakeOnAC(true);
+    processWatcher.alive = {77};
+    QString problem;
+    ASSERT_TRUE(manager->processes()->keepAwakeWhile(77, problem));
+    manager->renderMode()->setEnabled(true);
+    manager->lid()->setEnabled(true);
+    link.deliver();
+    const int untouched = liveAssertions() - 6; // Render Mode's and the lid's
+
+    quillon::app::KeepAwakePause& pause = *manager->pause();
+    pause.pause(in(1800));
+    EXPECT_EQ(liveAssertions(), untouched);
+    EXPECT_TRUE(manager->renderMode()->assertions().holding(Kind::system));
+    EXPECT_TRUE(manager->lid()->enabled());
+    EXPECT_FALSE(manager->triggers()->active());
+    EXPECT_EQ(manager->assertions().state(Kind::system).phase, quillon::app::SleepAssertions::KindState::Phase::paused);
+
+    // The countdown runs on, the rules are still evaluated, a watched
+    // process may end: each comes back as it stands at the end.
+    clock.advance(1200);
+    manager->tick();
+    EXPECT_EQ(manager->remainingText(), "40:00");
+    manager->triggers()->evaluate();
+    EXPECT_TRUE(manager->triggers()->ruleHolds());
+    EXPECT_EQ(liveAssertions(), untouched);
+    processWatcher.end(77);
+    manager->batterySafetyCheck();
+    EXPECT_TRUE(pause.paused()) << "ten minutes to go";
+    clock.advance(600);
+    manager->batterySafetyCheck(); // a timer late after a suspend is not waited for
+    EXPECT_FALSE(pause.paused());
+    EXPECT_EQ(liveAssertions(), untouched + 4);
+    EXPECT_TRUE(manager->holdsAnything());
+    EXPECT_TRUE(manager->triggers()->active());
+
+    // Until resumed: no time ends it. A pause across a session's end ends
+    // the session as usual, and nothing of it comes back.
+    pause.pause(std::nullopt);
+    clock.advance(86400 * 3);
+    pause.resumeIfDue();
+    EXPECT_TRUE(pause.paused());
+    manager->sessionExpired();
+    EXPECT_EQ(center.titles().last(), "Keep-awake finished");
+    EXPECT_TRUE(manager->activeKinds().isEmpty());
+    pause.resume();
+    EXPECT_EQ(liveAssertions(), untouched + 2) << "automation's only";
+    EXPECT_FALSE(manager->assertions().isHeld(Kind::system));
 }
 
 TEST_F(SleepManagerTest, ResetAllStopsEverythingButDriveKeepAlive)

@@ -162,6 +162,59 @@ TEST_F(TriggerManagerTest, PowerAndDisplayRulesFollowTheirProbes)
     EXPECT_FALSE(triggers().active());
 }
 
+// Both rules are off until switched on, and watch only while they can hold;
+// an excluded application's full screen does not count; each rule says why
+// it holds or does not.
+TEST_F(TriggerManagerTest, FullScreenAndMediaRulesHoldByTheirOwnSwitchesAndSayWhy)
+{
+    const auto why = [&](const char* rule) {
+        for (const auto& state : triggers().ruleStates()) {
+            if (state.rule == rule)
+                return state.why;
+        }
+        return QString();
+    };
+    triggers().setAutomationEnabled(true);
+    fullScreen.show(quillon::platform::FullScreenWindows::Window{42, "firefox-esr", "Firefox-esr"});
+    media.play({"VLC media player"});
+    EXPECT_FALSE(triggers().active());
+    EXPECT_FALSE(fullScreen.watching || media.watching) << "off by default, and nothing is watched";
+    EXPECT_EQ(why("fullScreen"), "switched off");
+
+    triggers().setKeepAwakeOnFullScreen(true);
+    EXPECT_EQ(triggers().activeReason(), "full screen: Firefox-esr");
+    triggers().setKeepAwakeOnMedia(true);
+    EXPECT_EQ(triggers().activeReason(), "full screen: Firefox-esr, media playing: VLC media player");
+    EXPECT_EQ(held(quillon::platform::PowerAssertionType::preventIdleDisplaySleep), 1);
+
+    runningApps.windowApps[42] = "firefox-esr";
+    ASSERT_TRUE(triggers().addExcluded("firefox-esr"));
+    EXPECT_FALSE(triggers().addExcluded("firefox-esr"));
+    EXPECT_EQ(triggers().activeReason(), "media playing: VLC media player");
+    EXPECT_EQ(why("fullScreen"), "firefox-esr is full screen, but excluded");
+    media.play({"VLC media player", "Lollypop"});
+    EXPECT_EQ(why("media"), "media playing: VLC media player +1");
+    media.play({}); // paused: the player no longer says it plays
+    EXPECT_FALSE(triggers().active());
+    EXPECT_EQ(why("media"), "no player is playing");
+    ASSERT_TRUE(triggers().removeExcluded("firefox-esr"));
+    EXPECT_TRUE(triggers().active());
+
+    supply->battery(12, false);
+    triggers().evaluate();
+    EXPECT_FALSE(triggers().active());
+    EXPECT_EQ(why("fullScreen"), "on battery at 12 % or less");
+
+    SetUp(); // the switches and the exclusions are kept
+    EXPECT_TRUE(triggers().keepAwakeOnFullScreen() && triggers().keepAwakeOnMedia());
+    EXPECT_TRUE(fullScreen.watching && media.watching);
+    triggers().setAutomationEnabled(false);
+    EXPECT_FALSE(fullScreen.watching || media.watching);
+
+    fullScreen.supported = quillon::platform::FullScreenWindows::Support::wayland;
+    EXPECT_EQ(why("fullScreen"), "this Wayland desktop tells no other app which window is full screen");
+}
+
 // Shown active only while the system holds what it asked for.
 TEST_F(TriggerManagerTest, ActiveOnlyWhileTheSystemHoldsItsAssertions)
 {

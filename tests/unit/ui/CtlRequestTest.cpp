@@ -155,6 +155,18 @@ TEST(CtlRequest, AwakeWhileAProcessOrACommandRuns)
         EXPECT_FALSE(problem(bad).isEmpty()) << bad.join(' ').toStdString();
 }
 
+TEST(CtlRequest, PauseForAWhileOrUntilResumed)
+{
+    EXPECT_EQ(parsed({"pause", "--for", "30m"}).until, now.addSecs(1800));
+    const CtlRequest open = parsed({"pause"});
+    EXPECT_EQ(open.verb, Verb::pause);
+    EXPECT_FALSE(open.until.isValid());
+    EXPECT_EQ(parsed({"resume"}).verb, Verb::resume);
+    for (const QStringList& bad : {QStringList{"pause", "--for"}, QStringList{"pause", "--for", "0s"},
+             QStringList{"pause", "30m"}, QStringList{"pause", "--until", "14:30"}, QStringList{"resume", "now"}})
+        EXPECT_FALSE(problem(bad).isEmpty()) << bad.join(' ').toStdString();
+}
+
 TEST(CtlRequest, AutomationSwitchAndItsList)
 {
     EXPECT_TRUE(parsed({"auto", "on"}).automationOn);

@@ -594,6 +594,37 @@ TEST_F(PanelComponentTest, AutomationIsSwitchedOnAndGivenAnApp)
     EXPECT_TRUE(shown("noApps"));
 }
 
+// A pause from the panel: what the head and the sections say while it
+// lasts (what goes on included), in both languages, and the resume.
+TEST_F(PanelComponentTest, APauseIsShownWithItsEndAndResumed)
+{
+    views->awake().stayAwakeFor(3600);
+    flip("automationSwitch");
+    flip("onACSwitch");
+    views->state().setProperty("awakeExpanded", true);
+    EXPECT_EQ(text("pauseHeading"), "Pause for");
+    EXPECT_FALSE(shown("resume"));
+
+    views->awake().pauseFor(1800);
+    EXPECT_EQ(texts("statusLine"),
+        (QStringList{"⏸ Paused until 12:30 PM · Render Mode, closed lid and fan control go on",
+            "Session paused · 1:00:00 left", "Auto keep-awake paused (on AC power)"}));
+    EXPECT_EQ(text("awakeSummary"), "Paused until 12:30 PM");
+    EXPECT_EQ(text("automationSummary"), "On — paused");
+    EXPECT_EQ(item("kind_system")->property("checked"), true) << "still asked for";
+    EXPECT_TRUE(shown("resume"));
+    EXPECT_FALSE(shown("pauseChoices"));
+    picture("pause-en.png");
+    speak("de");
+    EXPECT_EQ(texts("statusLine").value(0),
+        "⏸ Pausiert bis 12:30 · Render Mode, Zugeklappt und Lüftersteuerung laufen weiter");
+    EXPECT_EQ(text("automationSummary"), "An — pausiert");
+
+    click("resume");
+    EXPECT_EQ(texts("statusLine").value(0), "Wach · noch 1:00:00");
+    EXPECT_EQ(text("pauseHeading"), "Pause für");
+}
+
 // Asked until answered; the answer switches the login item and is remembered.
 TEST_F(PanelComponentTest, TheLoginQuestionIsAskedUntilAnswered)
 {
