@@ -192,6 +192,37 @@ TEST(SmcCall, MissingKeyStopsAfterKeyInfo)
     EXPECT_EQ(f.transport->requests.size(), 2u); // one key-info request each, no value phase
 }
 
+TEST(SmcCall, CachedKeyInfoLeavesOneRoundTripPerCallUntilAValuePhaseFails)
+{
+    bool valuesFail = false;
+    Fixture f([&](const SmcParamRecord& in, SmcParamRecord& out) {
+        if (valuesFail && in.data8 != 9)
+            return kKernFailure;
+        return pretendSmc("F0Ac", {4, SmcType::flt, {0x00, 0x00, 0x96, 0x44}})(in, out);
+    });
+    f.smc->setKeyInfoCached(true);
+    const auto requestsFor = [&f](const std::function<void()>& calls) {
+        const std::size_t before = f.transport->requests.size();
+        calls();
+        return f.transport->requests.size() - before;
+    };
+    EXPECT_EQ(requestsFor([&] {
+        f.smc->readFlt("F0Ac");
+        f.smc->readFlt("F0Ac");
+    }),
+        3u) << "one look-up for two reads";
+    EXPECT_EQ(requestsFor([&] {
+        f.smc->readFlt("F9Ac");
+        EXPECT_EQ(f.smc->writeFlt("F9Ac", 1.0f), SmcResult::kKeyNotFound);
+    }),
+        1u) << "a missing key is asked about once";
+    valuesFail = true;
+    EXPECT_EQ(f.smc->readFlt("F0Ac"), 0.0f);
+    valuesFail = false;
+    EXPECT_EQ(requestsFor([&] { EXPECT_EQ(f.smc->readFlt("F0Ac"), 1200.0f); }), 2u)
+        << "after a failed value phase the key is looked up again";
+}
+
 TEST(SmcCall, TransportFailureInEitherPhaseReturnsItsCode)
 {
     int calls = 0;
