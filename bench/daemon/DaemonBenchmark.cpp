@@ -10,7 +10,7 @@
 //      boost requested (LoadFigures);
 //   4. the table of fault scenarios (SafetyScenarios).
 //
-// Usage: quillon-bench-daemon [--quick | --safety]
+// Usage: quillon-bench-daemon [--quick | --safety | --cpu]
 
 #include "BenchProbes.h"
 #include "BenchRig.h"
@@ -212,6 +212,10 @@ int main(int argc, char** argv)
     quillon::test::ensureCoreApplication();
     if (option == "--safety") {
         quillon::bench::printSafetyTable();
+        return 0;
+    }
+    if (option == "--cpu") {
+        measureCpuPerHour(120s);
         return 0;
     }
     quillon::bench::measureRoundTrips(quick ? 200 : 2000);
