@@ -268,6 +268,8 @@ private:
     // The profile a cooling request wants held where no fan can be driven.
     std::optional<Kind> wantedPowerProfile() const;
     void applyFans(const QVariant& value);
+    // The helper holds, or is about to hold, something its watchdog would
+    // hand back: the poll must feed it every second.
     bool holdsAnything() const;
     void reconcileDaemonState(bool daemonForcingFans, bool daemonLidLock);
     void reassertFloor();
