@@ -1,6 +1,7 @@
 // Figures of the fan helper, measured, never asserted:
-//   1. per boosted control tick, in process on the simulated Mac: SMC round
-//      trips, heap allocations, CPU time;
+//   1. per boosted control tick, in process: SMC round trips per tick and
+//      per status read on the simulated Mac, applesmc and hwmon (RoundTrips);
+//      on the simulated Mac heap allocations and CPU time;
 //   2. with real processes (private dbus-daemon, shared simulated Mac,
 //      quillon-helper --daemon): CPU time per hour while boosted and polled
 //      once a second as the app does, and while idle; the time from the
@@ -9,21 +10,17 @@
 //      boost requested (LoadFigures);
 //   4. the table of fault scenarios (SafetyScenarios).
 //
-// Usage: quillon-bench-daemon [--quick | --safety]
+// Usage: quillon-bench-daemon [--quick | --safety | --cpu]
 
 #include "BenchProbes.h"
+#include "BenchRig.h"
 #include "DaemonHarness.h"
 #include "LoadFigures.h"
+#include "RoundTrips.h"
 #include "SafetyScenarios.h"
 
-#include "daemon/DaemonLog.h"
 #include "daemon/FanHelperService.h"
-#include "daemon/LidLock.h"
-#include "daemon/MonotonicClock.h"
 #include "daemon/SystemDaemonLog.h"
-#include "daemon/TickTimer.h"
-#include "smc/SimulatedMac.h"
-#include "smc/SimulatedMacTransport.h"
 
 #include <QElapsedTimer>
 #include <QThread>
@@ -67,60 +64,13 @@ void* realloc(void* pointer, size_t size)
 namespace {
 
 using namespace std::chrono_literals;
+using quillon::bench::BenchClock;
+using quillon::bench::CountingLog;
+using quillon::bench::CountingTransport;
+using quillon::bench::IdleTimer;
+using quillon::bench::NoLidLock;
 using quillon::bench::processCpuSeconds;
 using quillon::daemon::FanHelperService;
-
-class BenchClock : public quillon::daemon::MonotonicClock {
-public:
-    std::chrono::nanoseconds now() const override
-    {
-        return std::chrono::nanoseconds(static_cast<long long>(seconds * 1e9));
-    }
-    void sleepFor(std::chrono::milliseconds duration) override
-    {
-        seconds += std::chrono::duration<double>(duration).count();
-    }
-    double seconds = 1000.0;
-};
-
-class IdleTimer : public quillon::daemon::TickTimer {
-public:
-    void start(std::chrono::milliseconds, std::chrono::milliseconds) override { on = true; }
-    void stop() override { on = false; }
-    bool running() const override { return on; }
-    bool on = false;
-};
-
-class CountingLog : public quillon::daemon::DaemonLog {
-public:
-    void write(Severity, std::string_view) override { ++lines; }
-    int lines = 0;
-};
-
-class NoLidLock : public quillon::daemon::LidLock {
-public:
-    bool hold(std::string&) override { return true; }
-    void release() override { }
-    bool held() const override { return false; }
-};
-
-class CountingTransport : public quillon::smc::SmcTransport {
-public:
-    explicit CountingTransport(std::shared_ptr<quillon::smc::SimulatedMac> mac)
-        : m_inner(std::move(mac))
-    {
-    }
-    std::uint32_t open() override { return m_inner.open(); }
-    std::uint32_t call(const quillon::smc::SmcParamRecord& in, quillon::smc::SmcParamRecord& out) override
-    {
-        ++calls;
-        return m_inner.call(in, out);
-    }
-    long calls = 0;
-
-private:
-    quillon::smc::SimulatedMacTransport m_inner;
-};
 
 double threadCpuSeconds()
 {
@@ -148,14 +98,11 @@ void measureTicks(int ticks)
         service.applyOnce();
     }
 
-    long roundTrips[2] = {0, 0}; // even, odd ticks
-    int tickCount[2] = {0, 0};
     long quietAllocations = 0, loggingAllocations = 0;
     int quietTicks = 0, loggingTicks = 0;
     const double cpuStart = threadCpuSeconds();
     for (int i = 0; i < ticks; ++i) {
         clock.seconds += 0.4;
-        const long callsBefore = counter.calls;
         const int linesBefore = log.lines;
 #ifdef QUILLON_COUNT_ALLOCATIONS
         const long allocationsBefore = g_allocations.load();
@@ -169,17 +116,10 @@ void measureTicks(int ticks)
         const bool logged = log.lines != linesBefore;
         (logged ? loggingAllocations : quietAllocations) += allocations;
         ++(logged ? loggingTicks : quietTicks);
-        // One tick at the request and 40 to warm up: this was tick 42 + i.
-        const int odd = (42 + i) % 2;
-        roundTrips[odd] += counter.calls - callsBefore;
-        ++tickCount[odd];
     }
     const double cpuPerTick = (threadCpuSeconds() - cpuStart) / ticks;
 
-    std::printf("Boosted control tick, in process (2 fans, 8 safety sensors, %d ticks):\n", ticks);
-    std::printf("  SMC round trips per tick: %.1f on odd ticks (sensors read), %.1f on even ticks, %.1f on average\n",
-        static_cast<double>(roundTrips[1]) / tickCount[1], static_cast<double>(roundTrips[0]) / tickCount[0],
-        static_cast<double>(roundTrips[0] + roundTrips[1]) / ticks);
+    std::printf("Boosted control tick, in process on the simulated Mac (2 fans, 8 safety sensors, %d ticks):\n", ticks);
 #ifdef QUILLON_COUNT_ALLOCATIONS
     std::printf("  heap allocations per tick: %.2f (steady ticks), %.2f (ticks that log a line, before the sink)\n",
         static_cast<double>(quietAllocations) / std::max(quietTicks, 1),
@@ -274,6 +214,12 @@ int main(int argc, char** argv)
         quillon::bench::printSafetyTable();
         return 0;
     }
+    if (option == "--cpu") {
+        measureCpuPerHour(120s);
+        return 0;
+    }
+    quillon::bench::measureRoundTrips(quick ? 200 : 2000);
+    std::fflush(stdout);
     measureTicks(quick ? 2000 : 20000);
     std::fflush(stdout);
     measureCpuPerHour(quick ? 10s : 60s);

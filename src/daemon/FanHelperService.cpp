@@ -50,30 +50,6 @@ int wholeRpm(std::optional<double> rpm)
     return static_cast<int>(std::min(*rpm, kMaxPlausibleRpm));
 }
 
-struct SensorReadings {
-    int count = 0;
-    double sum = 0;
-    double hottest = 0;
-};
-
-// The temperature keys that read successfully strictly between lowC and highC.
-SensorReadings readAll(smc::SmcConnection& smc, const std::vector<std::string>& keys, double lowC, double highC)
-{
-    SensorReadings readings;
-    for (const std::string& key : keys) {
-        const std::optional<double> value = smc.readNumber(key);
-        if (!value)
-            continue;
-        const double celsius = *value;
-        if (celsius > lowC && celsius < highC) {
-            readings.hottest = readings.count == 0 ? celsius : std::max(readings.hottest, celsius);
-            readings.sum += celsius;
-            ++readings.count;
-        }
-    }
-    return readings;
-}
-
 // Each safety release as the status names it and as a reply words it, in
 // the order of FanHelperService::SafetyRelease.
 struct SafetyReleaseNames {
@@ -104,6 +80,7 @@ std::string whyFanControlIsUnavailable(smc::SmcConnection& smc, int fanCount)
 
 FanKeys openAndFindFans(smc::SmcConnection& smc, DaemonLog& log)
 {
+    smc.setKeyInfoCached(true);
     if (const std::uint32_t rc = smc.open(); rc != 0) {
         log.write(Severity::warning,
             LogLine()
@@ -123,6 +100,7 @@ FanHelperService::FanHelperService(const Environment& environment)
     , m_clock(environment.clock)
     , m_log(environment.log)
     , m_fans(openAndFindFans(m_smc, m_log))
+    , m_writes(m_smc, m_fans)
     , m_lastContact(m_clock.now())
 {
     for (int n = 0; n < m_fans.count(); ++n)
@@ -133,6 +111,7 @@ FanHelperService::FanHelperService(const Environment& environment)
     m_safetyTempKeys = TempKeyDiscovery::keys(m_smc, TempKeyDiscovery::Rule::safety);
     std::copy_if(m_safetyTempKeys.begin(), m_safetyTempKeys.end(), std::back_inserter(m_gpuTempKeys),
         [generation = m_smc.generation()](const std::string& key) { return SensorKeyRule::isGpuKey(generation, key); });
+    m_temps.emplace(m_smc, m_safetyTempKeys, m_cpuTempKeys, m_gpuTempKeys, kSensorReuseAge);
     m_fanControlUnavailable = whyFanControlIsUnavailable(m_smc, m_fans.count());
     if (!m_fanControlUnavailable.empty()) {
         log(Severity::warning,
@@ -187,7 +166,7 @@ FanStatus FanHelperService::status()
     status.cpuTemp = readings.cpuTemp;
     status.cpuTempMax = readings.cpuTempMax;
     status.gpuTemp = readings.gpuTemp;
-    status.releasePending = m_releasePending;
+    status.releasePending = m_releaseRetry.pending();
     status.safetyRelease = rawValue(m_safetyRelease);
     status.fanControlUnavailable = m_fanControlUnavailable;
     if (m_safetyClearSince)
@@ -208,17 +187,34 @@ const FanHelperService::Readings& FanHelperService::freshReadings()
         m_readings.fans.push_back({n, wholeRpm(m_smc.readNumber(keys.actual)), range.minRPM, range.maxRPM,
             wholeRpm(m_smc.readNumber(keys.target)), m_smc.readU8(keys.reportedMode)});
     }
+    // First, so that its reading of the safety sensors also serves the CPU and GPU figures.
+    trackSafetyClearance();
     m_readings.cpuTemp.reset();
     m_readings.cpuTempMax.reset();
     m_readings.gpuTemp.reset();
-    if (const SensorReadings cpu = readAll(m_smc, m_cpuTempKeys, kCpuShownAboveC, kNoUpperBoundC); cpu.count > 0) {
+    if (const TempReader::Summary cpu = m_temps->cpu(now, kCpuShownAboveC, kNoUpperBoundC); cpu.count > 0) {
         m_readings.cpuTemp = cpu.sum / cpu.count;
         m_readings.cpuTempMax = cpu.hottest;
     }
-    if (const SensorReadings gpu = readAll(m_smc, m_gpuTempKeys, kGpuPlausibleLowC, kGpuPlausibleHighC); gpu.count > 0)
+    if (const TempReader::Summary gpu = m_temps->gpu(now, kGpuPlausibleLowC, kGpuPlausibleHighC); gpu.count > 0)
         m_readings.gpuTemp = gpu.sum / gpu.count;
-    trackSafetyClearance();
+    checkWrittenValues();
     return m_readings;
+}
+
+void FanHelperService::checkWrittenValues()
+{
+    if (!m_isBoosted || m_releaseRetry.pending())
+        return;
+    for (const FanStatus::Fan& fan : m_readings.fans) {
+        // The status reads F{n}Md: it says nothing of an F{n}md the loop writes.
+        const bool modeMoved = m_fans.modeKeyIsUppercase() && fan.mode != 1;
+        const std::optional<int> written = m_writes.writtenTarget(fan.index);
+        if (modeMoved || (written && fan.targetRPM != *written)) {
+            m_writes.forget();
+            return;
+        }
+    }
 }
 
 void FanHelperService::trackSafetyClearance()
@@ -246,7 +242,7 @@ FanHelperService::Reply FanHelperService::setFanFloor(double percent)
         return {false, "refused: fan control unavailable on this computer: " + m_fanControlUnavailable};
 
     // A new floor supersedes a hand-back still being retried.
-    m_releasePending = false;
+    m_releaseRetry.end();
     m_floorPercent = *floor;
     startLoopIfNeeded();
     if (!m_lastTickAt || m_clock.now() - *m_lastTickAt >= kLoopInterval)
@@ -254,7 +250,7 @@ FanHelperService::Reply FanHelperService::setFanFloor(double percent)
     if (!m_isBoosted) {
         return {false,
             std::string("refused: ") + namesOf(m_safetyRelease).words
-                + (m_releasePending ? "; release pending, fans at full speed" : "; the firmware keeps the fans")};
+                + (m_releaseRetry.pending() ? "; release pending, fans at full speed" : "; the firmware keeps the fans")};
     }
     return {true, "floor set to " + std::to_string(static_cast<int>(m_floorPercent)) + "%"};
 }
@@ -290,7 +286,7 @@ FanHelperService::Reply FanHelperService::setLidStayAwake(bool on)
 
 void FanHelperService::applyOnce()
 {
-    if (m_releasePending) {
+    if (m_releaseRetry.pending()) {
         retryPendingRelease();
         return;
     }
@@ -302,11 +298,13 @@ void FanHelperService::applyOnce()
         return;
     }
     m_lastTickAt = m_clock.now();
-    const std::uint32_t forceStatus = m_smc.writeU8(FanKeys::kForceTest, 1);
+    ++m_applyTickCount;
+    if (m_applyTickCount % ControlWrites::kReassertTicks == 0)
+        m_writes.forget();
+    const std::uint32_t forceStatus = m_writes.forceTest(1);
 
     // Sensors are read on odd ticks only (every 0.8 s); even ticks act on
     // the last smoothed value.
-    ++m_applyTickCount;
     if (m_applyTickCount % 2 == 1) {
         const std::optional<double> hottest = currentSafetyMaxTemp();
         if (!hottest) {
@@ -343,8 +341,8 @@ void FanHelperService::applyOnce()
         const FanRange& range = m_ranges[static_cast<std::size_t>(n)];
         const int span = std::max(range.maxRPM - range.minRPM, 0);
         const int target = range.minRPM + static_cast<int>(effective * span / 100.0);
-        const std::uint32_t modeStatus = m_smc.writeU8(m_fans[n].mode, 1);
-        const std::uint32_t targetStatus = m_smc.writeNumber(m_fans[n].target, target);
+        const std::uint32_t modeStatus = m_writes.mode(n, 1);
+        const std::uint32_t targetStatus = m_writes.target(n, target);
         if (line) {
             line->appendf("%sF%d:Md=%d,Tg=%d/%d", n == 0 ? "" : " ", n, static_cast<int>(modeStatus), target,
                 static_cast<int>(targetStatus));
@@ -385,11 +383,13 @@ bool FanHelperService::emergencyRelease()
 void FanHelperService::noteResume()
 {
     m_readingsAt.reset();
+    m_temps->forget();
+    m_writes.forget(); // a sleep may have reset any of them
     checkWatchdog();
     if (!m_isBoosted) {
         // Some drivers come back from a sleep in another mode than they were
         // left in: whatever the helper handed back must still be as found.
-        if (!m_releasePending && !FirmwareHandback(m_smc, m_fans, m_clock, m_log).attempt()) {
+        if (!m_releaseRetry.pending() && !FirmwareHandback(m_smc, m_fans, m_clock, m_log).attempt()) {
             log(Severity::warning, "Quillon daemon: resumed from sleep — fans not as handed back; handing back again");
             stopLoopAndRestore();
         }
@@ -408,6 +408,7 @@ void FanHelperService::startLoopIfNeeded()
     if (m_isBoosted)
         return;
     m_isBoosted = true;
+    m_writes.forget();
     // The timer may still run for a release that the new floor superseded.
     if (!m_loopTimer.running())
         m_loopTimer.start(kLoopFirstTick, kLoopInterval);
@@ -430,8 +431,9 @@ bool FanHelperService::stopLoopAndRestore()
     m_lastEffectivePct = 0;
     m_safetyTempHistory.clear();
     m_lastTickAt.reset();
+    m_writes.forget();
     if (FirmwareHandback(m_smc, m_fans, m_clock, m_log).run() > 0) {
-        m_releasePending = false;
+        m_releaseRetry.end();
         m_loopTimer.stop();
         return true;
     }
@@ -442,13 +444,8 @@ bool FanHelperService::stopLoopAndRestore()
 void FanHelperService::beginPendingRelease()
 {
     holdAtFullSpeed();
-    if (m_releasePending)
-        return; // already retrying: keep the back-off where it is
-    m_releasePending = true;
-    m_releasePendingSince = m_clock.now();
-    m_releaseRetries = 0;
-    m_releaseBackoff = kLoopInterval;
-    m_nextReleaseAttemptAt = m_releasePendingSince + m_releaseBackoff;
+    if (!m_releaseRetry.begin(m_clock.now()))
+        return; // already retrying
     if (!m_loopTimer.running())
         m_loopTimer.start(kLoopInterval, kLoopInterval);
     log(Severity::warning, "Quillon daemon: release pending — fans held at full speed, retrying the hand-back");
@@ -457,25 +454,24 @@ void FanHelperService::beginPendingRelease()
 void FanHelperService::retryPendingRelease()
 {
     const std::chrono::nanoseconds now = m_clock.now();
-    if (now < m_nextReleaseAttemptAt)
+    if (!m_releaseRetry.due(now))
         return;
-    ++m_releaseRetries;
+    const int retries = m_releaseRetry.retries();
     if (FirmwareHandback(m_smc, m_fans, m_clock, m_log).attempt()) {
-        m_releasePending = false;
+        m_releaseRetry.end();
         m_loopTimer.stop();
         log(Severity::notice,
             LogLine()
-                .appendf("Quillon daemon: released to Apple-auto (verified after %d retries, %.1f s pending)",
-                    m_releaseRetries, std::chrono::duration<double>(now - m_releasePendingSince).count())
+                .appendf("Quillon daemon: released to Apple-auto (verified after %d retries, %.1f s pending)", retries,
+                    m_releaseRetry.pendingSeconds(now))
                 .text());
         return;
     }
     holdAtFullSpeed();
-    m_releaseBackoff = std::min(m_releaseBackoff * 2, kReleaseRetryMax);
-    m_nextReleaseAttemptAt = now + m_releaseBackoff;
-    if (m_releaseRetries % kPendingLogEveryRetries == 0) {
+    m_releaseRetry.failed(now);
+    if (retries % kPendingLogEveryRetries == 0) {
         log(Severity::warning,
-            LogLine().appendf("Quillon daemon: release still pending after %d retries", m_releaseRetries).text());
+            LogLine().appendf("Quillon daemon: release still pending after %d retries", retries).text());
     }
 }
 
@@ -510,7 +506,7 @@ void FanHelperService::log(DaemonLog::Severity severity, std::string_view line)
 
 std::optional<double> FanHelperService::currentSafetyMaxTemp()
 {
-    const SensorReadings readings = readAll(m_smc, m_safetyTempKeys, kSafetyPlausibleLowC, kSafetyPlausibleHighC);
+    const TempReader::Summary readings = m_temps->safety(m_clock.now(), kSafetyPlausibleLowC, kSafetyPlausibleHighC);
     if (readings.count == 0)
         return std::nullopt;
     return readings.hottest;

@@ -1,11 +1,14 @@
 #pragma once
 
+#include "ControlWrites.h"
 #include "DaemonLog.h"
 #include "FanKeys.h"
 #include "FanStatus.h"
 #include "LidLock.h"
 #include "MonotonicClock.h"
+#include "ReleaseRetry.h"
 #include "SafetyTempHistory.h"
+#include "TempReader.h"
 #include "TickTimer.h"
 
 #include "smc/SmcConnection.h"
@@ -33,6 +36,11 @@ namespace quillon::daemon {
 // A release for safety (no sensors, no readings, critical heat) is reported
 // in the status with how long its cause has been gone, so the app can wait
 // for the machine to cool instead of asking again at once.
+//
+// A tick writes only what changes (ControlWrites says when a value is
+// written again anyway); the status' read-back of each fan's mode and target
+// doubles as the check that nothing changed them behind the helper's back.
+// The SMC's key information is cached for the life of the helper.
 //
 // Every reply says what is in force after the call.
 //
@@ -66,6 +74,10 @@ public:
     // The status' readings are reused for this long: a flood of status
     // requests costs no SMC traffic beyond one read per interval.
     static constexpr std::chrono::milliseconds kReadingsMaxAge = kLoopInterval;
+    // The loop reads the safety sensors every other tick; the status takes
+    // the CPU and GPU values among them from that reading while it is younger
+    // than this (one sensor period and some slack).
+    static constexpr std::chrono::milliseconds kSensorReuseAge{1000};
     // A heat or sensor release counts as cleared while the hottest safety
     // sensor reads below this.
     static constexpr double kSafetyClearC = 90.0;
@@ -124,7 +136,7 @@ public:
 
     double floorPercent() const { return m_floorPercent; }
     bool isBoosted() const { return m_isBoosted; }
-    bool releasePending() const { return m_releasePending; }
+    bool releasePending() const { return m_releaseRetry.pending(); }
     SafetyRelease safetyRelease() const { return m_safetyRelease; }
     bool lidStayAwake() const { return m_lidStayAwake; }
     int fanCount() const { return m_fans.count(); }
@@ -160,6 +172,9 @@ private:
     // also follows whether the last safety release's cause has cleared.
     const Readings& freshReadings();
     void trackSafetyClearance();
+    // While boosted: forgets what the loop wrote when a fan's mode or target
+    // reads otherwise.
+    void checkWrittenValues();
     void runDisableSleep(bool on);
     // Whether the lock is in the state asked for; error says why not.
     bool runDisableSleep(bool on, std::string& error);
@@ -175,10 +190,12 @@ private:
     DaemonLog& m_log;
 
     FanKeys m_fans;
+    ControlWrites m_writes;
     std::vector<FanRange> m_ranges; // per fan, read at start-up
     std::vector<std::string> m_cpuTempKeys;
     std::vector<std::string> m_safetyTempKeys;
     std::vector<std::string> m_gpuTempKeys;
+    std::optional<TempReader> m_temps; // from start-up on
     std::string m_fanControlUnavailable;
 
     double m_floorPercent = 0;
@@ -192,11 +209,7 @@ private:
     double m_lastEffectivePct = 0;
     SafetyTempHistory m_safetyTempHistory;
 
-    bool m_releasePending = false;
-    std::chrono::nanoseconds m_releasePendingSince{0};
-    std::chrono::nanoseconds m_nextReleaseAttemptAt{0};
-    std::chrono::milliseconds m_releaseBackoff{0};
-    int m_releaseRetries = 0;
+    ReleaseRetry m_releaseRetry{kLoopInterval, kReleaseRetryMax};
 
     SafetyRelease m_safetyRelease = SafetyRelease::none;
     std::optional<std::chrono::nanoseconds> m_safetyClearSince;

@@ -50,7 +50,7 @@ bool AppleSmcKeyTable::load(std::string& error)
 
 std::uint32_t AppleSmcKeyTable::select(std::uint32_t index)
 {
-    const int error = SysfsFile::write(path("key_at_index"), std::to_string(index));
+    const int error = SysfsFile::select(path("key_at_index"), std::to_string(index));
     return error == 0 ? SmcStatus::kSuccess : SysfsFile::statusOf(error);
 }
 

@@ -37,6 +37,12 @@ std::uint32_t SmcConnection::open()
     return rc;
 }
 
+void SmcConnection::setKeyInfoCached(bool cached)
+{
+    m_cacheKeyInfo = cached;
+    m_keyInfo.clear();
+}
+
 std::uint32_t SmcConnection::roundTrip(const SmcParamRecord& in, SmcParamRecord& out)
 {
     if (const std::uint32_t rc = open(); rc != SmcStatus::kSuccess)
@@ -61,6 +67,14 @@ std::uint32_t SmcConnection::call(std::uint32_t key, std::uint8_t command, const
 
 std::uint32_t SmcConnection::lookUp(std::uint32_t key, SmcParamRecord::KeyInfo& info)
 {
+    if (m_cacheKeyInfo) {
+        if (const auto cached = m_keyInfo.find(key); cached != m_keyInfo.end()) {
+            if (!cached->second)
+                return SmcResult::kKeyNotFound;
+            info = *cached->second;
+            return SmcStatus::kSuccess;
+        }
+    }
     SmcParamRecord in{};
     SmcParamRecord out{};
     in.key = key;
@@ -68,6 +82,8 @@ std::uint32_t SmcConnection::lookUp(std::uint32_t key, SmcParamRecord::KeyInfo& 
     const std::uint32_t rc = roundTrip(in, out);
     if (rc == SmcStatus::kSuccess)
         info = out.keyInfo;
+    if (m_cacheKeyInfo && (rc == SmcStatus::kSuccess || rc == SmcResult::kKeyNotFound))
+        m_keyInfo.insert_or_assign(key, rc == SmcStatus::kSuccess ? std::optional(info) : std::nullopt);
     return rc;
 }
 
@@ -86,6 +102,8 @@ std::uint32_t SmcConnection::transfer(std::uint32_t key, std::uint8_t command, c
     else if (inputLength > 0)
         std::memcpy(in.bytes, input, inputLength);
     const std::uint32_t rc = roundTrip(in, out);
+    if (rc != SmcStatus::kSuccess && m_cacheKeyInfo)
+        m_keyInfo.erase(key); // perhaps stale: the next call asks the SMC again
     if (rc == SmcStatus::kSuccess && isRead && output) {
         const std::uint32_t capacity = ioLength ? *ioLength : 0;
         const std::uint32_t n = std::min({capacity, info.dataSize, kMaxValueBytes});

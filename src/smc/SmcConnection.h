@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <unordered_map>
 #include <string>
 #include <string_view>
 
@@ -28,6 +29,14 @@ public:
 
     // Opens the transport on first use; 0 at once when already open.
     std::uint32_t open();
+
+    // Remember each key's info (size and type) after its first look-up, and
+    // which keys the SMC lacks, so that a read or write is one round trip
+    // instead of two and a missing key none. An SMC's keys do not come, go
+    // or change type while it runs; a value phase that fails drops the key's
+    // entry, so the next call looks it up again. Off by default: every call
+    // then does both phases, as the tools expect.
+    void setKeyInfoCached(bool cached);
 
     // A key read (SmcCommand::readKey) or write (any other command) in two
     // phases: key info first, then the value with the SMC's own size. For a
@@ -78,6 +87,8 @@ private:
 
     std::unique_ptr<SmcTransport> m_transport;
     bool m_open = false;
+    bool m_cacheKeyInfo = false;
+    std::unordered_map<std::uint32_t, std::optional<SmcParamRecord::KeyInfo>> m_keyInfo; // nullopt: no such key
 };
 
 } // namespace quillon::smc

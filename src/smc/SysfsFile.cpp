@@ -14,6 +14,8 @@ namespace {
 // Attribute files are at most a page; a captured tree may hold more.
 constexpr std::size_t kReadLimit = 64 * 1024;
 
+thread_local SysfsFile::Traffic t_traffic;
+
 bool isBlank(char c)
 {
     return c == ' ' || c == '\n' || c == '\t' || c == '\r';
@@ -29,6 +31,7 @@ std::string SysfsFile::root()
 
 std::optional<std::string> SysfsFile::read(const std::string& path, int* error)
 {
+    ++t_traffic.reads;
     const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
     if (fd < 0) {
         if (error)
@@ -84,7 +87,18 @@ std::optional<std::string> SysfsFile::readLine(const std::string& path)
     return text;
 }
 
+SysfsFile::Traffic SysfsFile::traffic()
+{
+    return t_traffic;
+}
+
 int SysfsFile::write(const std::string& path, const std::string& text)
+{
+    ++t_traffic.writes;
+    return select(path, text);
+}
+
+int SysfsFile::select(const std::string& path, const std::string& text)
 {
     const int fd = ::open(path.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC);
     if (fd < 0)

@@ -26,6 +26,17 @@ public:
     static std::optional<std::string> readLine(const std::string& path);
     // Writes text in one write(); 0 or the errno the kernel answered.
     static int write(const std::string& path, const std::string& text);
+    // The same, for a write that only says what the next read returns
+    // (applesmc's key_at_index): counted with that read, not on its own.
+    static int select(const std::string& path, const std::string& text);
+
+    // This thread's reads and writes so far, selections not counted: what
+    // a benchmark counts as round trips on the sysfs transports.
+    struct Traffic {
+        std::uint64_t reads = 0;
+        std::uint64_t writes = 0;
+    };
+    static Traffic traffic();
 
     static bool exists(const std::string& path);
     static bool writable(const std::string& path);

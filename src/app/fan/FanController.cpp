@@ -2,12 +2,17 @@
 
 #include "HelperLink.h"
 #include "ProfileCooling.h"
+#include "StatusValue.h"
 #include "app/Notifier.h"
 #include "app/Settings.h"
 #include "platform/Clock.h"
 
+#include "core/FanFloor.h"
+
 #include <QFile>
+#include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace quillon::app {
 
@@ -15,46 +20,8 @@ namespace {
 
 using Level = platform::ThermalPressure::Level;
 
-constexpr int kPollIntervalMs = 1000;
-// At rest the helper holds nothing its watchdog could hand back and nothing on
-// screen shows live figures: a status every few seconds is enough.
-constexpr int kRestPollIntervalMs = 5000;
-constexpr int kSelfHealPatience = 4; // mismatching polls tolerated before the fifth acts
-constexpr double kSpinUpReachedShare = 0.85;
-constexpr qint64 kSpinUpGiveUpS = 20;
 constexpr double kOverheatAlertC = 95.0;
 constexpr double kOverheatRearmC = 88.0;
-// German only, as the link's other messages.
-const QString kSlowHelperMessage = QStringLiteral("Helper antwortet langsam — warte weiter");
-
-bool isIntegral(const QVariant& v)
-{
-    switch (v.typeId()) {
-    case QMetaType::Int:
-    case QMetaType::UInt:
-    case QMetaType::LongLong:
-    case QMetaType::ULongLong:
-    case QMetaType::Short:
-    case QMetaType::UShort:
-        return true;
-    default:
-        return false;
-    }
-}
-
-// A finite number, or nothing: a temperature of NaN or infinity is no reading.
-std::optional<double> finiteNumber(const QVariant& v)
-{
-    if (v.typeId() != QMetaType::Double && v.typeId() != QMetaType::Float && !isIntegral(v))
-        return std::nullopt;
-    const double value = v.toDouble();
-    return std::isfinite(value) ? std::optional(value) : std::nullopt;
-}
-
-bool boolOrFalse(const QVariant& v)
-{
-    return v.typeId() == QMetaType::Bool && v.toBool();
-}
 
 QVariant optionalForView(const std::optional<double>& value)
 {
@@ -74,6 +41,8 @@ std::optional<QByteArray> readWhole(const QString& path)
 FanController::FanController(Parts parts, QObject* parent)
     : QObject(parent)
     , m_parts(std::move(parts))
+    , m_poller(*m_parts.link, m_parts.startTimers)
+    , m_boostTimer(m_parts.startTimers)
 {
     m_now = m_parts.clock->now();
     if (m_parts.thermal)
@@ -85,20 +54,13 @@ FanController::FanController(Parts parts, QObject* parent)
     if (const auto kind = core::CoolingProfile::fromRawValue(m_parts.settings->coolingProfile().toStdString()))
         setCoolingProfile(*kind);
 
-    HelperLink* link = m_parts.link;
-    connect(link, &HelperLink::statusArrived, this, &FanController::applyStatus);
-    connect(link, &HelperLink::connectionLost, this,
-        [this] { setStatusMessage(QStringLiteral("Helper-Verbindung verloren")); });
-    connect(link, &HelperLink::connectionInterrupted, this,
-        [this] { setStatusMessage(QStringLiteral("Helper unterbrochen — verbinde neu")); });
-    connect(link, &HelperLink::requestFailed, this,
-        [this](const QString& text) { setStatusMessage(QStringLiteral("XPC-Fehler: ") + text); });
-    connect(link, &HelperLink::requestSlow, this, [this] { setStatusMessage(kSlowHelperMessage); });
-    connect(link, &HelperLink::connectionRestored, this, [this] { setStatusMessage(QString()); });
+    connect(&m_poller, &HelperPoller::statusArrived, this, &FanController::applyStatus);
+    connect(&m_poller, &HelperPoller::linkMessage, this, &FanController::setStatusMessage);
+    connect(&m_poller, &HelperPoller::tick, this, &FanController::pollTick);
+    connect(&m_boostTimer, &BoostTimer::expired, this, &FanController::boostExpired);
     if (m_helperInstalled)
         connectIfNeeded();
 
-    m_pollTimer.setInterval(kRestPollIntervalMs);
     if (m_parts.profiles) {
         m_profileCooling = new ProfileCooling(*m_parts.profiles, this);
         connect(m_profileCooling, &ProfileCooling::textChanged, this, &FanController::coolingChanged);
@@ -108,11 +70,6 @@ FanController::FanController(Parts parts, QObject* parent)
         connect(this, &FanController::coolingChanged, this, follow);
         connect(this, &FanController::helperStateChanged, this, follow);
     }
-    connect(&m_pollTimer, &QTimer::timeout, this, &FanController::pollTick);
-    m_boostExpiryTimer.setSingleShot(true);
-    connect(&m_boostExpiryTimer, &QTimer::timeout, this, &FanController::boostExpired);
-    if (m_parts.startTimers)
-        m_pollTimer.start();
     if (m_parts.thermal)
         connect(m_parts.thermal, &platform::ThermalPressure::levelChanged, this, &FanController::updateThermalState);
 }
@@ -134,8 +91,7 @@ void FanController::connectIfNeeded()
 
 void FanController::refresh()
 {
-    if (m_parts.link->isOpen())
-        m_parts.link->getStatus(this, [this](const QVariantMap& status) { applyStatus(status); });
+    m_poller.refresh();
 }
 
 void FanController::pollTick()
@@ -145,13 +101,12 @@ void FanController::pollTick()
         m_now = now;
         emit nowChanged();
     }
-    // A tick never opens a connection: after a loss, polling stays quiet until
-    // an action reconnects.
     refresh();
 }
 
 void FanController::applyFans(const QVariant& value)
 {
+    using V = StatusValue;
     QList<FanInfo> fans;
     for (const QVariant& entry : value.toList()) {
         const QVariantMap fan = entry.toMap();
@@ -159,11 +114,11 @@ void FanController::applyFans(const QVariant& value)
         const QVariant current = fan.value("currentRPM");
         const QVariant min = fan.value("minRPM");
         const QVariant max = fan.value("maxRPM");
-        if (!isIntegral(index) || !isIntegral(current) || !isIntegral(min) || !isIntegral(max))
+        if (!V::isIntegral(index) || !V::isIntegral(current) || !V::isIntegral(min) || !V::isIntegral(max))
             continue;
         const QVariant target = fan.value("targetRPM");
         fans.append(
-            {index.toInt(), current.toInt(), min.toInt(), max.toInt(), isIntegral(target) ? target.toInt() : 0});
+            {index.toInt(), current.toInt(), min.toInt(), max.toInt(), V::isIntegral(target) ? target.toInt() : 0});
     }
     if (fans != m_fans) {
         m_fans = fans;
@@ -171,29 +126,15 @@ void FanController::applyFans(const QVariant& value)
     }
 }
 
-void FanController::endSpinUpIfDone()
-{
-    if (!m_spinningUp)
-        return;
-    bool done = !m_spinUpStarted.isValid();
-    for (const FanInfo& fan : std::as_const(m_fans)) {
-        if (fan.targetRPM > 0 && fan.currentRPM >= static_cast<int>(fan.targetRPM * kSpinUpReachedShare))
-            done = true;
-    }
-    if (m_spinUpStarted.isValid() && m_spinUpStarted.secsTo(m_now) > kSpinUpGiveUpS)
-        done = true;
-    if (done)
-        clearSpinUp();
-}
-
 void FanController::applyStatus(const QVariantMap& status)
 {
-    if (m_statusMessage == kSlowHelperMessage)
+    if (m_statusMessage == HelperPoller::slowHelperMessage())
         setStatusMessage(QString()); // it answered after all
     const QVariant fans = status.value("fans");
     if (fans.typeId() == QMetaType::QVariantList) {
         applyFans(fans);
-        endSpinUpIfDone();
+        if (m_spinUp.endIfDone(m_fans, m_now))
+            emit spinUpChanged();
     }
 
     const QVariant boosted = status.value("isBoosted");
@@ -208,34 +149,12 @@ void FanController::applyStatus(const QVariantMap& status)
     if (helperLetGo && m_safetyHold.isEmpty())
         reassertFloor();
 
-    bool temperatures = false;
-    if (const auto cpu = finiteNumber(status.value("cpuTemp"))) {
-        m_cpuTemp = cpu;
-        m_tempHistory.append(*cpu);
-        m_cpuTempSmoothed = m_tempHistory.median();
-        if (m_cpuTempSmoothed)
-            m_tempTrend.append(*m_cpuTempSmoothed);
-        temperatures = true;
-    }
-    // Unlike the CPU reading, a missing GPU reading clears the current value;
-    // the smoothed one stays.
-    if (const auto gpu = finiteNumber(status.value("gpuTemp"))) {
-        m_gpuTemp = gpu;
-        m_gpuHistory.append(*gpu);
-        m_gpuTempSmoothed = m_gpuHistory.median();
-        temperatures = true;
-    } else if (m_gpuTemp) {
-        m_gpuTemp.reset();
-        temperatures = true;
-    }
-    if (temperatures)
+    if (m_temperatures.apply(status))
         emit temperaturesChanged();
 
-    const bool override = boolOrFalse(status.value("thermalOverride"));
-    const double effective = finiteNumber(status.value("effectivePercent")).value_or(0.0);
-    const QVariant unavailableValue = status.value("fanControlUnavailable");
-    const QString unavailable
-        = unavailableValue.typeId() == QMetaType::QString ? unavailableValue.toString() : QString();
+    const bool override = StatusValue::boolOrFalse(status.value("thermalOverride"));
+    const double effective = StatusValue::finiteNumber(status.value("effectivePercent")).value_or(0.0);
+    const QString unavailable = StatusValue::stringOrEmpty(status.value("fanControlUnavailable"));
     if (override != m_thermalOverride || effective != m_effectivePercent || unavailable != m_fanControlUnavailable) {
         m_thermalOverride = override;
         m_effectivePercent = effective;
@@ -243,14 +162,15 @@ void FanController::applyStatus(const QVariantMap& status)
         emit helperStateChanged();
     }
 
-    reconcileDaemonState(boolOrFalse(status.value("isBoosted")), boolOrFalse(status.value("lidStayAwake")));
+    reconcileDaemonState(StatusValue::boolOrFalse(status.value("isBoosted")),
+        StatusValue::boolOrFalse(status.value("lidStayAwake")));
     evaluateAutoCooling(false);
     checkHeatAlert();
 }
 
 void FanController::applySafetyState(const QVariantMap& status, bool helperLetGo)
 {
-    const bool pending = boolOrFalse(status.value("releasePending"));
+    const bool pending = StatusValue::boolOrFalse(status.value("releasePending"));
     if (pending != m_releasePending) {
         m_releasePending = pending;
         emit helperStateChanged();
@@ -260,10 +180,9 @@ void FanController::applySafetyState(const QVariantMap& status, bool helperLetGo
         }
     }
 
-    const QVariant releaseValue = status.value("safetyRelease");
-    const QString release = releaseValue.typeId() == QMetaType::QString ? releaseValue.toString() : QString();
-    const double clearFor = finiteNumber(status.value("safetyClearSeconds")).value_or(0.0);
-    const bool helperHolds = boolOrFalse(status.value("isBoosted"));
+    const QString release = StatusValue::stringOrEmpty(status.value("safetyRelease"));
+    const double clearFor = StatusValue::finiteNumber(status.value("safetyClearSeconds")).value_or(0.0);
+    const bool helperHolds = StatusValue::boolOrFalse(status.value("isBoosted"));
     const bool causeGone = release.isEmpty() || clearFor >= safetyClearSeconds;
     if (!m_safetyHold.isEmpty()) {
         if (!causeGone)
@@ -295,52 +214,29 @@ void FanController::setSafetyHold(const QString& reason)
 
 void FanController::setLiveView(const QString& source, bool shown)
 {
-    const bool had = m_liveViews.contains(source);
-    if (shown == had)
+    if (!m_poller.setLiveView(source, shown))
         return;
-    if (shown)
-        m_liveViews.insert(source);
-    else
-        m_liveViews.remove(source);
-    updatePollInterval();
+    m_poller.updateInterval(holdsAnything());
     // Whoever just looked wants today's figures, not those of up to five seconds ago.
     if (shown)
         refresh();
 }
 
-void FanController::updatePollInterval()
+bool FanController::holdsAnything() const
 {
-    const bool holding = m_isBoosted || m_intendedLidLock || m_helperHolds;
-    m_pollTimer.setInterval(holding || !m_liveViews.isEmpty() ? kPollIntervalMs : kRestPollIntervalMs);
-}
-
-void FanController::pollFast()
-{
-    // Before a floor or the lid lock goes out, so the helper's watchdog is fed every second from its start.
-    m_pollTimer.setInterval(kPollIntervalMs);
+    return m_isBoosted || m_intendedLidLock || m_helperHolds;
 }
 
 void FanController::reconcileDaemonState(bool daemonForcingFans, bool daemonLidLock)
 {
     m_helperHolds = daemonForcingFans || daemonLidLock;
-    updatePollInterval();
+    m_poller.updateInterval(holdsAnything());
     const bool wantsFansHeld = m_fansEnabled || m_triggerProfile || m_autoEngaged;
-    const bool fansMismatch = daemonForcingFans && !wantsFansHeld;
-    const bool lidMismatch = daemonLidLock && !m_intendedLidLock;
-    if (!fansMismatch && !lidMismatch) {
-        m_reconcileMismatchTicks = 0;
-        return;
-    }
-    // The helper may simply not have caught up yet; act on the fifth poll in a row.
-    if (++m_reconcileMismatchTicks <= kSelfHealPatience)
-        return;
-    m_reconcileMismatchTicks = 0;
-    qInfo().noquote() << QStringLiteral(
-        "Quillon: self-heal — daemon forcing unintended state (fans=%1 lid=%2), releasing")
-                             .arg(fansMismatch ? "yes" : "no", lidMismatch ? "yes" : "no");
-    if (fansMismatch)
+    const SelfHeal::Release release
+        = m_selfHeal.check(daemonForcingFans, daemonLidLock, wantsFansHeld, m_intendedLidLock);
+    if (release.fans)
         resetBoost();
-    if (lidMismatch && m_helperInstalled) {
+    if (release.lid && m_helperInstalled) {
         m_intendedLidLock = false;
         connectIfNeeded();
         m_parts.link->setLidStayAwake(false, this, [](bool, const QString&) {});
@@ -352,7 +248,7 @@ void FanController::setLidStayAwake(bool on, HelperLink::Reply done)
     // Set before the request goes out: self-heal compares against it.
     m_intendedLidLock = on;
     if (on)
-        pollFast();
+        m_poller.pollFast();
     connectIfNeeded();
     if (!m_parts.link->isOpen()) {
         if (done)
@@ -398,7 +294,7 @@ void FanController::checkHeatAlert()
 {
     if (!heatAlertsEnabled())
         return;
-    const double t = m_cpuTempSmoothed.value_or(0.0);
+    const double t = m_temperatures.cpuSmoothed().value_or(0.0);
     if (t >= kOverheatAlertC && !m_overheatNotified) {
         m_overheatNotified = true;
         notify(tr("🔥 CPU running very hot"), tr("The CPU is at %1 °C.").arg(t, 0, 'f', 0));
@@ -477,22 +373,22 @@ QVariantList FanController::fansForView() const
 
 QVariant FanController::cpuTempForView() const
 {
-    return optionalForView(m_cpuTemp);
+    return optionalForView(cpuTemp());
 }
 
 QVariant FanController::cpuTempSmoothedForView() const
 {
-    return optionalForView(m_cpuTempSmoothed);
+    return optionalForView(cpuTempSmoothed());
 }
 
 QVariant FanController::gpuTempForView() const
 {
-    return optionalForView(m_gpuTemp);
+    return optionalForView(gpuTemp());
 }
 
 QVariant FanController::gpuTempSmoothedForView() const
 {
-    return optionalForView(m_gpuTempSmoothed);
+    return optionalForView(gpuTempSmoothed());
 }
 
 std::optional<FanController::Kind> FanController::wantedPowerProfile() const
@@ -510,6 +406,399 @@ std::optional<FanController::Kind> FanController::wantedPowerProfile() const
 QString FanController::profileCooling() const
 {
     return m_profileCooling ? m_profileCooling->text() : QString();
+}
+
+FanController::UserAction::UserAction(FanController& controller)
+    : m_controller(controller)
+{
+    ++m_controller.m_userActionDepth;
+    m_controller.setSafetyHold(QString());
+}
+
+FanController::UserAction::~UserAction()
+{
+    if (--m_controller.m_userActionDepth == 0)
+        m_controller.flushUserAction();
+}
+
+void FanController::sendFloor(double percent)
+{
+    if (m_userActionDepth > 0) {
+        m_pendingCommand = std::optional<double>(percent);
+        return;
+    }
+    if (percent > 0)
+        m_poller.pollFast();
+    m_parts.link->setFanFloor(percent, this, [this](bool ok, const QString&) { onFloorReply(ok); });
+}
+
+void FanController::sendStop()
+{
+    if (m_userActionDepth > 0) {
+        m_pendingCommand = std::optional<double>();
+        return;
+    }
+    m_parts.link->stopBoost(this, [this](bool, const QString&) { refresh(); });
+}
+
+void FanController::flushUserAction()
+{
+    const auto command = std::exchange(m_pendingCommand, std::nullopt);
+    if (!command || !m_parts.link->isOpen())
+        return;
+    if (*command)
+        sendFloor(**command);
+    else
+        sendStop();
+}
+
+void FanController::setCoolingMode(CoolingMode mode)
+{
+    if (mode == m_coolingMode)
+        return;
+    UserAction action(*this);
+    m_coolingMode = mode;
+    m_parts.settings->setCoolingMode(rawValue(mode));
+    emit coolingChanged();
+    coolingModeChanged();
+}
+
+void FanController::setCoolingModeRaw(const QString& raw)
+{
+    if (const auto mode = coolingModeFromRaw(raw))
+        setCoolingMode(*mode);
+}
+
+void FanController::setCoolingProfile(Kind kind)
+{
+    UserAction action(*this);
+    const bool changed = kind != m_coolingProfile;
+    m_coolingProfile = kind;
+    m_parts.settings->setCoolingProfile(QString::fromLatin1(core::CoolingProfile::rawValue(kind)));
+    if (changed)
+        emit coolingChanged();
+    if (m_coolingMode == CoolingMode::automatic && m_autoActive)
+        evaluateAutoCooling(true);
+}
+
+QString FanController::coolingProfileRaw() const
+{
+    return QString::fromLatin1(core::CoolingProfile::rawValue(m_coolingProfile));
+}
+
+void FanController::setCoolingProfileRaw(const QString& raw)
+{
+    if (const auto kind = core::CoolingProfile::fromRawValue(raw.toStdString()))
+        setCoolingProfile(*kind);
+}
+
+QString FanController::triggerProfileRaw() const
+{
+    return m_triggerProfile ? QString::fromLatin1(core::CoolingProfile::rawValue(*m_triggerProfile)) : QString();
+}
+
+void FanController::setBoostDuration(double seconds)
+{
+    if (std::isfinite(seconds) && seconds > 0 && seconds != m_boostDuration) {
+        m_boostDuration = seconds;
+        emit boostChanged();
+    }
+}
+
+void FanController::coolingModeChanged()
+{
+    if (!m_fansEnabled)
+        return;
+    if (m_coolingMode == CoolingMode::manual) {
+        setAuto(false);
+        setTargetPercent(m_manualPercent);
+        applyBoost(m_boostDuration, false);
+    } else {
+        // The manual boost's timer goes too, even when its floor never took.
+        if (m_isBoosted)
+            resetBoost();
+        else
+            cancelBoostExpiry();
+        setAuto(true);
+    }
+}
+
+void FanController::setFansEnabled(bool on)
+{
+    if (!m_helperInstalled)
+        return;
+    if (profileRoute()) {
+        // Nothing for the helper to drive: the chosen profile becomes a power-profile hold.
+        if (on != m_fansEnabled) {
+            m_fansEnabled = on;
+            emit coolingChanged();
+        }
+        return;
+    }
+    UserAction action(*this);
+    if (on != m_fansEnabled) {
+        m_fansEnabled = on;
+        emit coolingChanged();
+    }
+    if (!on) {
+        setAuto(false);
+        if (m_isBoosted)
+            resetBoost();
+        // Another manager's request keeps cooling after the user switches off.
+        if (m_triggerProfile)
+            evaluateAutoCooling(true);
+        return;
+    }
+    if (m_parts.notifier)
+        m_parts.notifier->requestAuthorizationIfNeeded();
+    if (m_coolingMode == CoolingMode::automatic) {
+        setAuto(true);
+    } else {
+        setTargetPercent(m_manualPercent);
+        applyBoost(m_boostDuration, false);
+    }
+}
+
+void FanController::setManualFloor(double percent)
+{
+    if (!m_helperInstalled || !m_fansEnabled || m_coolingMode != CoolingMode::manual || std::isnan(percent))
+        return;
+    UserAction action(*this);
+    if (percent < core::FanFloor::resolutionPercent) {
+        setFansEnabled(false);
+        return;
+    }
+    m_manualPercent = std::min(percent, 100.0);
+    emit coolingChanged();
+    if (!m_triggerProfile) {
+        setTargetPercent(m_manualPercent);
+        applyBoost(m_boostDuration, false);
+    } else {
+        evaluateAutoCooling(true);
+    }
+}
+
+void FanController::setAuto(bool on)
+{
+    m_autoActive = on;
+    if (!on) {
+        m_autoEngaged = false;
+        m_autoFloor = 0;
+        emit coolingChanged();
+        setTargetPercent(0);
+        resetBoost();
+        return;
+    }
+    emit coolingChanged();
+    if (m_parts.notifier)
+        m_parts.notifier->requestAuthorizationIfNeeded();
+    evaluateAutoCooling(true);
+}
+
+void FanController::evaluateAutoCooling(bool force)
+{
+    const bool profileOn = m_coolingMode == CoolingMode::automatic && m_autoActive;
+    if (!m_helperInstalled || (!profileOn && !m_triggerProfile))
+        return;
+    // A trigger's profile replaces the user's; the two are not combined.
+    const Kind kind = m_triggerProfile.value_or(m_coolingProfile);
+    const double cpu = cpuTempSmoothed().value_or(cpuTemp().value_or(0.0));
+    const double t = std::max(cpu, gpuTempSmoothed().value_or(0.0));
+    if (t <= 0)
+        return; // no reading yet
+    const double base = m_fansEnabled && m_coolingMode == CoolingMode::manual ? m_manualPercent : 0.0;
+    const CoolingMerge::Decision decision
+        = m_merge.evaluate(kind, t, base, m_targetPercent, m_autoEngaged, force);
+    if (decision.floor != m_autoFloor) {
+        m_autoFloor = decision.floor;
+        emit coolingChanged();
+    }
+    switch (decision.action) {
+    case CoolingMerge::Action::none:
+        return;
+    case CoolingMerge::Action::release:
+        m_autoEngaged = false;
+        emit coolingChanged();
+        setTargetPercent(0);
+        resetBoost();
+        return;
+    case CoolingMerge::Action::send:
+        if (!m_autoEngaged) {
+            m_autoEngaged = true;
+            emit coolingChanged();
+        }
+        setTargetPercent(decision.floor);
+        applyBoost(std::nullopt, true);
+        return;
+    }
+}
+
+bool FanController::applyBoost(std::optional<double> durationS, bool automatic)
+{
+    if (!m_helperInstalled)
+        return false;
+    connectIfNeeded();
+    if (!m_parts.link->isOpen())
+        return false;
+    // Held back after a safety release: only the user asking again sends it.
+    if (!m_safetyHold.isEmpty() && m_targetPercent > 0 && m_userActionDepth == 0)
+        return false;
+
+    const bool wasBoosted = m_isBoosted;
+    const double p = m_targetPercent;
+    setBoosted(p > 0);
+    if (p > 0 && !automatic && p != m_manualPercent) {
+        m_manualPercent = p;
+        emit coolingChanged();
+    }
+    if (p > 0 && !wasBoosted)
+        startSpinUp();
+    else if (p <= 0)
+        clearSpinUp();
+
+    sendFloor(p);
+
+    if (automatic || p <= 0) {
+        cancelBoostExpiry(); // automatic cooling and zero floors never expire
+    } else if (durationS || !wasBoosted) {
+        scheduleBoostExpiry(std::min(durationS.value_or(m_boostDuration), maxBoostSeconds));
+    }
+    return true;
+}
+
+void FanController::reassertFloor()
+{
+    qInfo().noquote() << QStringLiteral("Quillon: the helper let go of the fans; sending the %1 % floor again")
+                             .arg(m_targetPercent, 0, 'f', 0);
+    setBoosted(true);
+    if (!m_spinUp.spinningUp())
+        startSpinUp();
+    // The boost's expiry, if any, keeps running: the user's time is not extended.
+    sendFloor(m_targetPercent);
+}
+
+void FanController::onFloorReply(bool ok)
+{
+    if (ok) {
+        setStatusMessage(QString());
+    } else {
+        setBoosted(false);
+        setStatusMessage(tr("Couldn't set fans."));
+    }
+    refresh();
+}
+
+bool FanController::resetBoost()
+{
+    setTargetPercent(0);
+    setBoosted(false);
+    clearSpinUp();
+    cancelBoostExpiry();
+    // No new connection for a stop: without one there is nothing to stop.
+    if (!m_parts.link->isOpen())
+        return false;
+    sendStop();
+    return true;
+}
+
+void FanController::scheduleBoostExpiry(double seconds)
+{
+    cancelBoostExpiry();
+    if (m_parts.notifier)
+        m_parts.notifier->requestAuthorizationIfNeeded();
+    m_boostTimer.schedule(m_parts.clock->now(), seconds);
+    emit boostChanged();
+}
+
+void FanController::cancelBoostExpiry()
+{
+    if (m_boostTimer.cancel())
+        emit boostChanged();
+}
+
+void FanController::boostExpired()
+{
+    if (m_fansEnabled) {
+        m_fansEnabled = false;
+        emit coolingChanged();
+    }
+    resetBoost();
+    if (m_triggerProfile)
+        evaluateAutoCooling(true);
+    notify(tr("Fan boost finished"),
+        m_triggerProfile ? tr("The boost timer ended — automation keeps cooling.")
+                         : tr("The boost timer ended — fans are back on automatic."));
+}
+
+void FanController::requestCooling(std::optional<Kind> kind, const QString& source)
+{
+    setTriggerCooling(m_merge.request(kind, source));
+}
+
+void FanController::setTriggerCooling(std::optional<Kind> kind)
+{
+    if (kind == m_triggerProfile)
+        return;
+    m_triggerProfile = kind;
+    emit coolingChanged();
+    if (kind) {
+        if (m_parts.notifier)
+            m_parts.notifier->requestAuthorizationIfNeeded();
+        evaluateAutoCooling(true);
+        return;
+    }
+    if (!m_fansEnabled) {
+        if (m_autoEngaged) {
+            m_autoEngaged = false;
+            m_autoFloor = 0;
+            emit coolingChanged();
+            setTargetPercent(0);
+            resetBoost();
+        }
+    } else if (m_coolingMode == CoolingMode::manual) {
+        // The user's manual floor returns, with a fresh boost timer.
+        m_autoEngaged = false;
+        m_autoFloor = 0;
+        emit coolingChanged();
+        setTargetPercent(m_manualPercent);
+        applyBoost(m_boostDuration, false);
+    } else {
+        evaluateAutoCooling(true);
+    }
+}
+
+void FanController::startSpinUp()
+{
+    m_spinUp.start(m_parts.clock->now());
+    emit spinUpChanged();
+}
+
+void FanController::clearSpinUp()
+{
+    if (m_spinUp.clear())
+        emit spinUpChanged();
+}
+
+void FanController::setTargetPercent(double percent)
+{
+    if (percent != m_targetPercent) {
+        m_targetPercent = percent;
+        emit boostChanged();
+    }
+}
+
+void FanController::setBoosted(bool boosted)
+{
+    if (boosted != m_isBoosted) {
+        m_isBoosted = boosted;
+        emit boostChanged();
+    }
+}
+
+QVariant FanController::spinUpRemainingForView() const
+{
+    const auto left = spinUpRemaining();
+    return left ? QVariant(*left) : QVariant();
 }
 
 } // namespace quillon::app

@@ -1,9 +1,14 @@
 #pragma once
 
+#include "BoostTimer.h"
+#include "CoolingMerge.h"
 #include "CoolingMode.h"
 #include "FanInfo.h"
+#include "FanTemperatures.h"
 #include "HelperLink.h"
-#include "TemperatureHistory.h"
+#include "HelperPoller.h"
+#include "SelfHeal.h"
+#include "SpinUpIndicator.h"
 #include "app/install/InstallResult.h"
 #include "platform/ThermalPressure.h"
 
@@ -13,8 +18,6 @@
 #include <QMap>
 #include <QObject>
 #include <QPointer>
-#include <QSet>
-#include <QTimer>
 #include <QVariant>
 #include <functional>
 #include <optional>
@@ -30,7 +33,7 @@ class Notifier;
 class ProfileCooling;
 class Settings;
 
-// The app's one model of the fans. Polls the helper once a second while it
+// The app's one model of the fans, and what the panel binds to. Polls the helper once a second while it
 // holds anything (a floor, a boost, the lid lock) or live figures are on
 // screen (setLiveView), every five seconds otherwise, and
 // publishes what it reports (fans, temperatures and their medians and trend,
@@ -44,6 +47,12 @@ class Settings;
 // the helper has seen the cause gone for safetyClearSeconds or the user asks
 // again (safetyHold says why meanwhile). One user action sends at most one
 // command to the helper, however many steps it takes (UserAction).
+//
+// The parts live in their own classes: the helper link and its polling
+// (HelperPoller), the temperatures (FanTemperatures), the cooling merge
+// (CoolingMerge), the boost's end (BoostTimer), the spin-up indicator
+// (SpinUpIndicator) and the self-heal (SelfHeal); this class ties them
+// together and publishes the result.
 //
 // Main thread only. The timers call pollTick() and boostExpired(); tests call
 // them directly with a fake clock. Temperatures in °C, floors in percent.
@@ -90,8 +99,6 @@ public:
     // Runs the helper installer; calls done with the outcome, on the main thread.
     using Installer = std::function<void(std::function<void(InstallResult)> done)>;
 
-    static constexpr qsizetype tempHistoryLimit = 15;
-    static constexpr qsizetype tempTrendLimit = 90;
     static constexpr double maxBoostSeconds = 3600.0;
     // How long the helper must have seen the cause of a safety release gone
     // before the app asks for its floor again by itself.
@@ -152,7 +159,7 @@ public:
     // status at once.
     void setLiveView(const QString& source, bool shown);
     // The poll's interval now, in ms.
-    int pollIntervalMs() const { return m_pollTimer.interval(); }
+    int pollIntervalMs() const { return m_poller.intervalMs(); }
     // Used by the lid manager: holds (on) or releases the helper's lid lock.
     // done, when given, hears the helper's answer (false with its reason, or
     // when the helper cannot be reached).
@@ -182,21 +189,21 @@ public:
 
     // --- readings ---
     const QList<FanInfo>& fans() const { return m_fans; }
-    std::optional<double> cpuTemp() const { return m_cpuTemp; }
-    std::optional<double> cpuTempSmoothed() const { return m_cpuTempSmoothed; }
-    std::optional<double> gpuTemp() const { return m_gpuTemp; }
-    std::optional<double> gpuTempSmoothed() const { return m_gpuTempSmoothed; }
-    const QList<double>& tempHistory() const { return m_tempHistory.values(); }
-    const QList<double>& gpuHistory() const { return m_gpuHistory.values(); }
-    const QList<double>& tempTrend() const { return m_tempTrend.values(); }
+    std::optional<double> cpuTemp() const { return m_temperatures.cpu(); }
+    std::optional<double> cpuTempSmoothed() const { return m_temperatures.cpuSmoothed(); }
+    std::optional<double> gpuTemp() const { return m_temperatures.gpu(); }
+    std::optional<double> gpuTempSmoothed() const { return m_temperatures.gpuSmoothed(); }
+    const QList<double>& tempHistory() const { return m_temperatures.cpuHistory(); }
+    const QList<double>& gpuHistory() const { return m_temperatures.gpuHistory(); }
+    const QList<double>& tempTrend() const { return m_temperatures.trend(); }
     platform::ThermalPressure::Level thermalState() const { return m_thermalState; }
     bool isBoosted() const { return m_isBoosted; }
     double targetPercent() const { return m_targetPercent; }
     double boostDuration() const { return m_boostDuration; }
     void setBoostDuration(double seconds);
-    QDateTime boostExpiresAt() const { return m_boostExpiresAt; }
+    QDateTime boostExpiresAt() const { return m_boostTimer.expiresAt(); }
     // "m:ss" until the boost ends; empty without a boost.
-    QString boostRemainingText() const;
+    QString boostRemainingText() const { return m_boostTimer.remainingText(m_now); }
     bool thermalOverride() const { return m_thermalOverride; }
     double effectivePercent() const { return m_effectivePercent; }
     bool helperInstalled() const { return m_helperInstalled; }
@@ -228,10 +235,10 @@ public:
     bool autoEngaged() const { return m_autoEngaged; }
     double autoFloor() const { return m_autoFloor; }
     std::optional<Kind> triggerProfile() const { return m_triggerProfile; }
-    bool spinningUp() const { return m_spinningUp; }
-    QDateTime spinUpUntil() const { return m_spinUpUntil; }
+    bool spinningUp() const { return m_spinUp.spinningUp(); }
+    QDateTime spinUpUntil() const { return m_spinUp.until(); }
     // Whole seconds left of the spin-up indicator, never below 0.
-    std::optional<int> spinUpRemaining() const;
+    std::optional<int> spinUpRemaining() const { return m_spinUp.remaining(m_now); }
     QDateTime now() const { return m_now; }
 
 signals:
@@ -261,7 +268,9 @@ private:
     // The profile a cooling request wants held where no fan can be driven.
     std::optional<Kind> wantedPowerProfile() const;
     void applyFans(const QVariant& value);
-    void endSpinUpIfDone();
+    // The helper holds, or is about to hold, something its watchdog would
+    // hand back: the poll must feed it every second.
+    bool holdsAnything() const;
     void reconcileDaemonState(bool daemonForcingFans, bool daemonLidLock);
     void reassertFloor();
     void applySafetyState(const QVariantMap& status, bool helperLetGo);
@@ -279,8 +288,6 @@ private:
     void scheduleBoostExpiry(double seconds);
     void cancelBoostExpiry();
     void setStatusMessage(const QString& message);
-    void updatePollInterval();
-    void pollFast();
     // The installer's outcome, as the panel shows it.
     void applyInstallResult(const InstallResult& result);
     void setTargetPercent(double percent);
@@ -290,23 +297,20 @@ private:
     void onFloorReply(bool ok);
 
     Parts m_parts;
-    QTimer m_pollTimer;
-    QTimer m_boostExpiryTimer;
+    HelperPoller m_poller;
+    BoostTimer m_boostTimer;
+    FanTemperatures m_temperatures;
+    CoolingMerge m_merge;
+    SpinUpIndicator m_spinUp;
+    SelfHeal m_selfHeal;
 
     QList<FanInfo> m_fans;
     double m_targetPercent = 0;
     bool m_isBoosted = false;
-    std::optional<double> m_cpuTemp;
     bool m_thermalOverride = false;
     double m_effectivePercent = 0;
-    std::optional<double> m_cpuTempSmoothed;
-    TemperatureHistory m_tempHistory{tempHistoryLimit};
-    std::optional<double> m_gpuTemp;
-    std::optional<double> m_gpuTempSmoothed;
-    TemperatureHistory m_gpuHistory{tempHistoryLimit};
     platform::ThermalPressure::Level m_thermalState = platform::ThermalPressure::Level::nominal;
     bool m_lastThrottleNotified = false;
-    TemperatureHistory m_tempTrend{tempTrendLimit};
     CoolingMode m_coolingMode = CoolingMode::automatic;
     bool m_fansEnabled = false;
     double m_manualPercent = 100;
@@ -315,24 +319,16 @@ private:
     bool m_autoEngaged = false;
     double m_autoFloor = 0;
     std::optional<Kind> m_triggerProfile;
-    int m_autoCoolTicks = 0;
     bool m_overheatNotified = false;
     bool m_helperInstalled = false;
     bool m_helperNeedsUpdate = false;
     bool m_helperInstalling = false;
     QString m_statusMessage;
     double m_boostDuration = 600;
-    QDateTime m_boostExpiresAt;
     QDateTime m_now;
-    QDateTime m_spinUpUntil;
-    bool m_spinningUp = false;
-    QDateTime m_spinUpStarted;
-    QMap<QString, Kind> m_coolingRequests;
     bool m_intendedLidLock = false;
     // The last status said the helper forces the fans or holds the lid lock.
     bool m_helperHolds = false;
-    QSet<QString> m_liveViews;
-    int m_reconcileMismatchTicks = 0;
     bool m_releasePending = false;
     QString m_safetyHold;
     QString m_fanControlUnavailable;

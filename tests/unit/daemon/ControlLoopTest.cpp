@@ -79,6 +79,33 @@ TEST(ControlLoop, ActsOnTheMedianOfSamplesTakenOnOddTicks)
     }
 }
 
+TEST(ControlLoop, WritesOnlyWhatChangesButRetakesWhatChangedBehindItsBack)
+{
+    ServiceRig rig;
+    rig.holdTemperature(60);
+    auto& service = rig.start();
+    service.setFanFloor(30);
+    rig.runTicks(3);
+    rig.sim.smc.writeU8("F0Md", 0); // the firmware, a sleep, another program
+    rig.runTicks(1);
+    EXPECT_EQ(rig.mode(0), 0) << "a value the loop believes unchanged is not written again";
+    service.status();
+    rig.runTicks(1);
+    EXPECT_EQ(rig.mode(0), 1) << "the status read it back: the next tick takes the fan again";
+    rig.setFaults(SimulatedMac::writesFail);
+    service.setFanFloor(60);
+    rig.runTicks(1);
+    rig.setFaults(0);
+    rig.runTicks(1);
+    EXPECT_EQ(rig.target(0), 3600) << "a write that failed is tried again";
+
+    rig.sim.smc.writeU8("Ftst", 0); // which no status reads
+    rig.sim.smc.writeFlt("F0Tg", 1500);
+    rig.runTicks(quillon::daemon::ControlWrites::kReassertTicks);
+    EXPECT_EQ(rig.forceTest(), 1) << "everything is written again every eight seconds";
+    EXPECT_EQ(rig.target(0), 3600);
+}
+
 TEST(ControlLoop, LogsTheFirstTickThenEveryTwentieth)
 {
     ServiceRig::Config config = ServiceRig::Config::appleSiliconLaptop();

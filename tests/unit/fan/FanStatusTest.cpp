@@ -67,22 +67,18 @@ TEST_F(FanStatus, MissingOrInvalidReadingsKeepCpuButClearGpuAndFlags)
     }
 }
 
-TEST_F(FanStatus, MedianRejectsSpikesAndAveragesAnEvenCount)
+TEST_F(FanStatus, MediansRejectSpikesAverageAnEvenCountAndHistoriesKeepTheirLimits)
 {
     pollTemps({40, 42});
     EXPECT_EQ(fc->cpuTempSmoothed(), 41.0);
     pollTemps({50, 50, 50, 90, 50, 50, 50, 50});
     EXPECT_EQ(fc->cpuTempSmoothed(), 50.0);
     EXPECT_EQ(fc->cpuTemp(), 50.0);
-
     poll(status(50, 30));
     poll(status(50, 95));
     poll(status(50, 31));
     EXPECT_EQ(fc->gpuTempSmoothed(), 31.0);
-}
 
-TEST_F(FanStatus, HistoriesKeepTheirLimits)
-{
     for (int i = 1; i <= 91; ++i)
         poll(status(i));
     ASSERT_EQ(fc->tempHistory().size(), 15);
@@ -92,7 +88,7 @@ TEST_F(FanStatus, HistoriesKeepTheirLimits)
     EXPECT_EQ(fc->tempTrend().last(), 84.0); // median of 77..91
 }
 
-TEST_F(FanStatus, SelfHealActsOnTheFifthMismatchingPollOnly)
+TEST_F(FanStatus, SelfHealActsOnTheFifthMismatchingPollOnlyAndOnlyOnWhatTheAppDoesNotWant)
 {
     for (int i = 0; i < 4; ++i)
         poll(status(50, qQNaN(), true));
@@ -108,31 +104,22 @@ TEST_F(FanStatus, SelfHealActsOnTheFifthMismatchingPollOnly)
     EXPECT_EQ(link.count("stopBoost"), 1);
     poll(status(50, qQNaN(), true));
     EXPECT_EQ(link.count("stopBoost"), 2);
-}
 
-TEST_F(FanStatus, SelfHealReleasesAnUnwantedLidLockButNotAWantedOne)
-{
     fc->setLidStayAwake(true);
+    fc->requestCooling(Kind::max, "render");
     for (int i = 0; i < 6; ++i)
-        poll(status(50, qQNaN(), false, true));
-    EXPECT_EQ(link.count("setLidStayAwake 0"), 0);
+        poll(status(50, qQNaN(), true, true));
+    EXPECT_EQ(link.count("setLidStayAwake 0"), 0) << "a wanted lid lock stays";
+    EXPECT_EQ(link.count("stopBoost"), 2) << "fans the app wants stay";
 
     fc->setLidStayAwake(false);
     for (int i = 0; i < 5; ++i)
-        poll(status(50, qQNaN(), false, true));
+        poll(status(50, qQNaN(), true, true));
     EXPECT_EQ(link.count("setLidStayAwake 0"), 2); // ours, then self-heal's
-    EXPECT_EQ(link.count("stopBoost"), 0);
+    EXPECT_EQ(link.count("stopBoost"), 2);
 }
 
-TEST_F(FanStatus, SelfHealLeavesFansTheAppWants)
-{
-    fc->requestCooling(Kind::max, "render");
-    for (int i = 0; i < 10; ++i)
-        poll(status(50, qQNaN(), true));
-    EXPECT_EQ(link.count("stopBoost"), 0);
-}
-
-TEST_F(FanStatus, OneThrottleNotificationPerEpisode)
+TEST_F(FanStatus, HeatAlertsComeOncePerEpisode)
 {
     thermal.set(Level::serious);
     thermal.set(Level::critical);
@@ -142,25 +129,22 @@ TEST_F(FanStatus, OneThrottleNotificationPerEpisode)
     thermal.set(Level::fair);
     thermal.set(Level::critical);
     EXPECT_EQ(center.titles().size(), 2);
-
-    settings.setFlag(quillon::app::Settings::Key::heatAlerts, false);
     thermal.set(Level::nominal);
-    thermal.set(Level::serious);
-    EXPECT_EQ(center.titles().size(), 2);
-}
 
-TEST_F(FanStatus, OverheatAlertHasHysteresis)
-{
     pollTemps({96});
-    ASSERT_EQ(center.shown.size(), 1);
-    EXPECT_EQ(center.shown[0].title, "🔥 CPU running very hot");
-    EXPECT_EQ(center.shown[0].body, "The CPU is at 96 °C.");
+    ASSERT_EQ(center.shown.size(), 3);
+    EXPECT_EQ(center.shown[2].title, "🔥 CPU running very hot");
+    EXPECT_EQ(center.shown[2].body, "The CPU is at 96 °C.");
     pollTemps({90, 90, 90, 96, 96, 96, 96});
-    EXPECT_EQ(center.shown.size(), 1);
+    EXPECT_EQ(center.shown.size(), 3);
     for (int i = 0; i < 15; ++i)
         poll(status(87));
     pollTemps({96, 96, 96, 96, 96, 96, 96, 96});
-    EXPECT_EQ(center.shown.size(), 2);
+    EXPECT_EQ(center.shown.size(), 4);
+
+    settings.setFlag(quillon::app::Settings::Key::heatAlerts, false);
+    thermal.set(Level::serious);
+    EXPECT_EQ(center.shown.size(), 4) << "alerts off";
 }
 
 TEST_F(FanStatus, HeatAlertsFollowTheSettingAndItsDefault)
@@ -174,7 +158,7 @@ TEST_F(FanStatus, HeatAlertsFollowTheSettingAndItsDefault)
     EXPECT_TRUE(center.shown.isEmpty()); // no notification service: silent
 }
 
-TEST_F(FanStatus, ConnectionEventsBecomeStatusMessages)
+TEST_F(FanStatus, LinkEventsBecomeStatusMessagesAndPollsNeverOpenAConnection)
 {
     emit link.connectionInterrupted();
     EXPECT_EQ(fc->statusMessage(), "Helper unterbrochen — verbinde neu");
@@ -182,10 +166,7 @@ TEST_F(FanStatus, ConnectionEventsBecomeStatusMessages)
     EXPECT_EQ(fc->statusMessage(), "XPC-Fehler: No such method");
     emit link.connectionLost();
     EXPECT_EQ(fc->statusMessage(), "Helper-Verbindung verloren");
-}
 
-TEST_F(FanStatus, PollsAdvanceNowButNeverOpenAConnection)
-{
     link.invalidate();
     const QDateTime before = fc->now();
     poll(status(50));
@@ -193,11 +174,7 @@ TEST_F(FanStatus, PollsAdvanceNowButNeverOpenAConnection)
     EXPECT_FALSE(link.isOpen());
     EXPECT_TRUE(link.requests.isEmpty());
     EXPECT_FALSE(fc->cpuTemp().has_value());
-}
-
-TEST_F(FanStatus, StatusArrivingWithANewConnectionIsApplied)
-{
-    emit link.statusArrived(status(66));
+    emit link.statusArrived(status(66)); // what a new connection brings
     EXPECT_EQ(fc->cpuTemp(), 66.0);
 }
 

@@ -182,14 +182,43 @@ TEST(SmcCall, WriteSendsTheSmcsOwnSizeAndTheCallersBytes)
     EXPECT_EQ(write.bytes[1], 0);
 }
 
-TEST(SmcCall, MissingKeyStopsAfterKeyInfo)
+TEST(SmcCall, AMissingKeyStopsAfterKeyInfoAndCachedInfoLeavesOneRoundTripUntilAValuePhaseFails)
 {
-    Fixture f(pretendSmc("F0Ac", {4, SmcType::flt, {}}));
-    bool ok = true;
-    EXPECT_EQ(f.smc->readFlt("F9Ac", &ok), 0.0f);
-    EXPECT_FALSE(ok);
-    EXPECT_EQ(f.smc->writeFlt("F9Tg", 1.0f), SmcResult::kKeyNotFound);
-    EXPECT_EQ(f.transport->requests.size(), 2u); // one key-info request each, no value phase
+    bool valuesFail = false;
+    Fixture f([&](const SmcParamRecord& in, SmcParamRecord& out) {
+        if (valuesFail && in.data8 != 9)
+            return kKernFailure;
+        return pretendSmc("F0Ac", {4, SmcType::flt, {0x00, 0x00, 0x96, 0x44}})(in, out);
+    });
+    const auto requestsFor = [&f](const std::function<void()>& calls) {
+        const std::size_t before = f.transport->requests.size();
+        calls();
+        return f.transport->requests.size() - before;
+    };
+    EXPECT_EQ(requestsFor([&] {
+        bool ok = true;
+        EXPECT_EQ(f.smc->readFlt("F9Ac", &ok), 0.0f);
+        EXPECT_FALSE(ok);
+        EXPECT_EQ(f.smc->writeFlt("F9Tg", 1.0f), SmcResult::kKeyNotFound);
+    }),
+        2u) << "one key-info request each, no value phase";
+
+    f.smc->setKeyInfoCached(true);
+    EXPECT_EQ(requestsFor([&] {
+        f.smc->readFlt("F0Ac");
+        f.smc->readFlt("F0Ac");
+    }),
+        3u) << "one look-up for two reads";
+    EXPECT_EQ(requestsFor([&] {
+        f.smc->readFlt("F9Ac");
+        EXPECT_EQ(f.smc->writeFlt("F9Ac", 1.0f), SmcResult::kKeyNotFound);
+    }),
+        1u) << "a missing key is asked about once";
+    valuesFail = true;
+    EXPECT_EQ(f.smc->readFlt("F0Ac"), 0.0f);
+    valuesFail = false;
+    EXPECT_EQ(requestsFor([&] { EXPECT_EQ(f.smc->readFlt("F0Ac"), 1200.0f); }), 2u)
+        << "after a failed value phase the key is looked up again";
 }
 
 TEST(SmcCall, TransportFailureInEitherPhaseReturnsItsCode)
@@ -213,11 +242,13 @@ TEST(SmcCall, TransportFailureInEitherPhaseReturnsItsCode)
     EXPECT_FALSE(ok);
 }
 
-TEST(SmcCall, ValueResultByteIsTheStatus)
+TEST(SmcCall, AValueResultByteIsTheStatusAndAShortFloatIsNoRead)
 {
     Fixture f([](const SmcParamRecord& in, SmcParamRecord& out) {
         if (in.data8 == 9)
-            out.keyInfo.dataSize = 1;
+            out.keyInfo.dataSize = in.key == FourCC::pack("F0Ac") ? 2 : 1;
+        else if (in.key == FourCC::pack("F0Ac"))
+            std::memcpy(out.bytes, "\x12\xC0", 2); // an fpe2 speed
         else
             out.result = SmcResult::kKeyNotWritable;
         return SmcStatus::kSuccess;
@@ -226,12 +257,7 @@ TEST(SmcCall, ValueResultByteIsTheStatus)
     bool ok = true;
     EXPECT_EQ(f.smc->readU8("FNum", &ok), 0);
     EXPECT_FALSE(ok);
-}
-
-TEST(SmcCall, ShortFloatIsNotARead)
-{
-    Fixture f(pretendSmc("F0Ac", {2, SmcType::fpe2, {0x12, 0xC0}}));
-    bool ok = true;
+    ok = true;
     EXPECT_EQ(f.smc->readFlt("F0Ac", &ok), 0.0f);
     EXPECT_FALSE(ok);
 }
