@@ -35,9 +35,9 @@ struct PowerAssertionState {
 // separate assertion even for the same type and name, so two owners never
 // share one; the system drops them all when the process ends.
 //
-// Main thread only. create() answers at once (it may block for a short,
-// bounded D-Bus round trip); confirmation may come later through
-// stateChanged().
+// Main thread only. create() answers at once and never waits on the system:
+// an assertion may start out confirming, and its confirmation or failure
+// comes later through stateChanged().
 class PowerAssertionBackend : public QObject {
     Q_OBJECT
 public:

@@ -1,7 +1,7 @@
 #include "LinuxLidSwitchOwner.h"
 
 #include "DBusTimeouts.h"
-#include "Inhibitor.h"
+#include "Inhibition.h"
 #include "LogindInhibitorList.h"
 
 #include <QDBusMessage>
@@ -138,7 +138,7 @@ bool LinuxLidSwitchOwner::handOver(QString& problem)
         QDBus::Block, DBusTimeouts::activatingCallMs);
     if (set.type() != QDBusMessage::ReplyMessage) {
         QFile::remove(m_markerPath);
-        problem = Inhibitor::callProblem(set);
+        problem = Inhibition::callProblem(set);
         if (problem.isEmpty())
             problem = QStringLiteral("Xfce's settings service (xfconf) is not running");
         return false;

@@ -22,7 +22,7 @@ LinuxPowerAssertions::LinuxPowerAssertions(QDBusConnection sessionBus, QDBusConn
     m_suspendRoutes.push_back(
         CookieInhibitor::powerDevil(sessionBus, CookieInhibitor::kdeInterruptSession, timing.kdeSettleMs));
     m_suspendRoutes.push_back(CookieInhibitor::gnomeSession(sessionBus, CookieInhibitor::gnomeSuspend));
-    m_suspendRoutes.push_back(CookieInhibitor::powerManagement(sessionBus, timing.kdeSettleMs));
+    m_suspendRoutes.push_back(CookieInhibitor::powerManagement(sessionBus));
     m_suspendRoutes.push_back(std::make_unique<LogindInhibitor>(systemBus, QStringLiteral("idle:sleep")));
     m_suspendRoutes.push_back(
         std::make_unique<PortalInhibitor>(sessionBus, PortalInhibitor::suspend, timing.portalAnswerMs));
@@ -30,7 +30,7 @@ LinuxPowerAssertions::LinuxPowerAssertions(QDBusConnection sessionBus, QDBusConn
     m_idleRoutes.push_back(
         CookieInhibitor::powerDevil(sessionBus, CookieInhibitor::kdeChangeScreenSettings, timing.kdeSettleMs));
     m_idleRoutes.push_back(CookieInhibitor::gnomeSession(sessionBus, CookieInhibitor::gnomeIdle));
-    m_idleRoutes.push_back(CookieInhibitor::powerManagement(sessionBus, timing.kdeSettleMs));
+    m_idleRoutes.push_back(CookieInhibitor::powerManagement(sessionBus));
     m_idleRoutes.push_back(CookieInhibitor::screenSaver(sessionBus));
     m_idleRoutes.push_back(std::make_unique<LogindInhibitor>(systemBus, QStringLiteral("idle")));
     m_idleRoutes.push_back(std::make_unique<PortalInhibitor>(sessionBus, PortalInhibitor::idle, timing.portalAnswerMs));
@@ -72,40 +72,23 @@ std::optional<PowerAssertionBackend::AssertionId> LinuxPowerAssertions::create(
     }
     assertion.name = name;
     const AssertionId id = nextId();
-    if (!takeFrom(id, assertion, 0)) {
-        m_lastProblem = summary(assertion.problems);
-        return std::nullopt;
-    }
-    m_lastProblem.clear();
-    m_assertions.emplace(id, std::move(assertion));
+    Assertion& added = m_assertions.emplace(id, std::move(assertion)).first->second;
+    ask(id, added, 0);
     return id;
 }
 
-bool LinuxPowerAssertions::takeFrom(AssertionId id, Assertion& assertion, std::size_t from)
+void LinuxPowerAssertions::ask(AssertionId id, Assertion& assertion, std::size_t route)
 {
     const Routes& routes = *assertion.routes;
-    for (std::size_t i = from; i < routes.size(); ++i) {
-        QString problem;
-        auto held = routes[i]->inhibit(assertion.name, problem);
-        if (!held) {
-            if (!problem.isEmpty())
-                assertion.problems << QStringLiteral("%1: %2").arg(routes[i]->through(), problem);
-            continue;
-        }
-        if (held->phase() == Inhibitor::Phase::failed) {
-            assertion.problems << QStringLiteral("%1: %2").arg(routes[i]->through(), held->problem());
-            continue;
-        }
-        assertion.route = i;
-        assertion.state = {held->phase(), routes[i]->through(), {}};
-        if (held->phase() == Inhibitor::Phase::confirming)
-            connect(held.get(), &Inhibitor::Held::settled, this, [this, id] { onSettled(id); });
-        assertion.held = std::move(held);
-        return true;
+    if (route >= routes.size()) {
+        assertion.held.reset();
+        assertion.state = {PowerAssertionState::Phase::failed, {}, summary(assertion.problems)};
+        return;
     }
-    assertion.held.reset();
-    assertion.state = {PowerAssertionState::Phase::failed, {}, summary(assertion.problems)};
-    return false;
+    assertion.route = route;
+    assertion.held = routes[route]->inhibit(assertion.name);
+    assertion.state = {PowerAssertionState::Phase::confirming, routes[route]->through(), {}};
+    connect(assertion.held.get(), &Inhibitor::Held::settled, this, [this, id] { onSettled(id); });
 }
 
 void LinuxPowerAssertions::onSettled(AssertionId id)
@@ -117,10 +100,14 @@ void LinuxPowerAssertions::onSettled(AssertionId id)
     if (assertion.held->phase() == Inhibitor::Phase::inForce) {
         assertion.state.phase = PowerAssertionState::Phase::inForce;
     } else {
-        // Not in force after all: let go of it and try the routes after it.
-        assertion.problems << QStringLiteral("%1: %2").arg(assertion.state.through, assertion.held->problem());
+        // Not in force: let go of it and ask the routes after it.
+        if (!assertion.held->problem().isEmpty())
+            assertion.problems << QStringLiteral("%1: %2").arg(assertion.state.through, assertion.held->problem());
         assertion.held.release()->deleteLater(); // we are inside its signal
-        takeFrom(id, assertion, assertion.route + 1);
+        ask(id, assertion, assertion.route + 1);
+        // Another route is being asked: nothing to tell until it answers.
+        if (assertion.state.phase == PowerAssertionState::Phase::confirming)
+            return;
     }
     emit stateChanged(id);
 }
@@ -144,7 +131,7 @@ void LinuxPowerAssertions::onOwnerChanged(const QString& service, bool appeared)
         Assertion& assertion = m_assertions.at(id);
         assertion.held.reset();
         assertion.problems.clear();
-        takeFrom(id, assertion, 0);
+        ask(id, assertion, 0);
         emit stateChanged(id);
     }
 }

@@ -28,6 +28,10 @@ namespace quillon::platform::linux_ {
 // assertion it held is taken again, from the first route on, and confirmed
 // again.
 //
+// Nothing here waits on a service: an assertion is asked for and shown as
+// such (confirming) at once, and each route's answer and confirmation arrive
+// later, so a hung service costs only its own timeout, never the panel.
+//
 // Every assertion carries its name as the reason the desktop shows.
 class LinuxPowerAssertions : public PowerAssertionBackend {
     Q_OBJECT
@@ -44,7 +48,6 @@ public:
 
     std::optional<AssertionId> create(PowerAssertionType type, const QString& name) override;
     void release(AssertionId id) override;
-    QString lastProblem() const override { return m_lastProblem; }
     PowerAssertionState state(AssertionId id) const override;
     QStringList otherInhibitors() const override;
 
@@ -60,8 +63,9 @@ private:
     };
 
     AssertionId nextId();
-    // Takes the assertion through routes from `from` on; false when none took it.
-    bool takeFrom(AssertionId id, Assertion& assertion, std::size_t from);
+    // Asks the given route for the assertion; past the last route, fails
+    // it with what every route said.
+    void ask(AssertionId id, Assertion& assertion, std::size_t route);
     void onSettled(AssertionId id);
     void onOwnerChanged(const QString& service, bool appeared);
     static QString summary(const QStringList& problems);
@@ -73,7 +77,6 @@ private:
     QDBusServiceWatcher m_serviceWatcher;
     std::map<AssertionId, Assertion> m_assertions;
     AssertionId m_lastId = 0;
-    QString m_lastProblem;
 };
 
 } // namespace quillon::platform::linux_

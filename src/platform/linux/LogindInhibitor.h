@@ -19,7 +19,7 @@ public:
     LogindInhibitor(QDBusConnection systemBus, QString what);
 
     QString through() const override { return QStringLiteral("logind"); }
-    std::unique_ptr<Held> inhibit(const QString& reason, QString& problem) override;
+    std::unique_ptr<Held> inhibit(const QString& reason) override;
 
 private:
     QDBusConnection m_bus;

@@ -24,7 +24,7 @@ public:
     // "portal (KDE)", after the desktop the session names, or "portal".
     QString through() const override;
     QString serviceName() const override { return QStringLiteral("org.freedesktop.portal.Desktop"); }
-    std::unique_ptr<Held> inhibit(const QString& reason, QString& problem) override;
+    std::unique_ptr<Held> inhibit(const QString& reason) override;
 
 private:
     QDBusConnection m_bus;
