@@ -11,6 +11,23 @@
 
 namespace quillon::platform::linux_ {
 
+namespace {
+
+// What blanks the screen here without looking at logind's idle lock, as the
+// user is to read it; empty where logind's lock is heeded (its own idle
+// action, swayidle, hypridle).
+QString blankerIgnoringLogind()
+{
+    const QStringList desktops = qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(u':', Qt::SkipEmptyParts);
+    if (desktops.contains(QStringLiteral("LXQt"), Qt::CaseInsensitive))
+        return QStringLiteral("LXQt's idle watcher ignores it: set its idle actions to \"Nothing\"");
+    if (desktops.isEmpty() && qEnvironmentVariable("XDG_SESSION_TYPE") == u"x11")
+        return QStringLiteral("the X server blanks the screen whatever logind holds (xset s off -dpms stops it)");
+    return {};
+}
+
+} // namespace
+
 LinuxPowerAssertions::LinuxPowerAssertions(QDBusConnection sessionBus, QDBusConnection systemBus)
     : LinuxPowerAssertions(std::move(sessionBus), std::move(systemBus), Timing{})
 {
@@ -32,7 +49,8 @@ LinuxPowerAssertions::LinuxPowerAssertions(QDBusConnection sessionBus, QDBusConn
     m_idleRoutes.push_back(CookieInhibitor::gnomeSession(sessionBus, CookieInhibitor::gnomeIdle));
     m_idleRoutes.push_back(CookieInhibitor::powerManagement(sessionBus));
     m_idleRoutes.push_back(CookieInhibitor::screenSaver(sessionBus));
-    m_idleRoutes.push_back(std::make_unique<LogindInhibitor>(systemBus, QStringLiteral("idle")));
+    m_idleRoutes.push_back(
+        std::make_unique<LogindInhibitor>(systemBus, QStringLiteral("idle"), blankerIgnoringLogind()));
     m_idleRoutes.push_back(std::make_unique<PortalInhibitor>(sessionBus, PortalInhibitor::idle, timing.portalAnswerMs));
 
     m_lidRoutes.push_back(std::make_unique<LogindInhibitor>(systemBus, QStringLiteral("handle-lid-switch")));

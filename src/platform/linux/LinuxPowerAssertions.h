@@ -17,6 +17,8 @@ namespace quillon::platform::linux_ {
 //   display sleep:         PowerDevil (KDE), GNOME session Idle, org.freedesktop.PowerManagement,
 //                          org.freedesktop.ScreenSaver, logind "idle", portal Idle;
 //   the lid:               logind "handle-lid-switch" (works in the active session only).
+// On LXQt and a bare X session, nothing that blanks the screen heeds logind's
+// idle lock, so there the display has no logind route: it fails, saying so.
 // Which route applies is found by asking, not by the desktop's name: a
 // service that is not running answers at once, and one that accepts but
 // never confirms is left for the next route. The desktop's own power manager

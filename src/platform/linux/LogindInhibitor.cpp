@@ -17,29 +17,31 @@ namespace {
 // descriptor is closed with the unread answer.
 class LockFd : public Inhibitor::Held {
 public:
-    void take(QDBusConnection bus, const QString& what, const QString& reason)
+    void take(QDBusConnection bus, const QString& what, const QString& reason, const QString& ignoredBy)
     {
         QDBusMessage call = QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.login1"),
             QStringLiteral("/org/freedesktop/login1"), QStringLiteral("org.freedesktop.login1.Manager"),
             QStringLiteral("Inhibit"));
         const QString who = AppIdentity::displayName();
         call << what << who << reason << QStringLiteral("block");
-        ask(bus, call, DBusTimeouts::callMs, [this, bus, what, who, reason](const QDBusMessage& reply) {
+        ask(bus, call, DBusTimeouts::callMs, [this, bus, what, who, reason, ignoredBy](const QDBusMessage& reply) {
             m_fd = reply.arguments().value(0).value<QDBusUnixFileDescriptor>();
             if (!m_fd.isValid()) {
                 settle(Phase::failed, QStringLiteral("logind answered without a lock"));
                 return;
             }
-            confirmWith(0,
-                oneQuery(bus, LogindInhibitorList::query(),
-                    [what, who, reason](const QDBusMessage& list) {
-                        const auto locks = LogindInhibitorList::parse(list);
-                        return std::any_of(locks.begin(), locks.end(), [&](const LogindLock& lock) {
-                            return lock.coversExactly(what) && lock.who == who && lock.why == reason
-                                && lock.mode == u"block";
-                        });
-                    }),
-                QStringLiteral("logind took the lock but does not list it"));
+            query(bus, LogindInhibitorList::query(), [this, what, who, reason, ignoredBy](const QDBusMessage& list) {
+                const auto locks = LogindInhibitorList::parse(list);
+                const bool listed = std::any_of(locks.begin(), locks.end(), [&](const LogindLock& lock) {
+                    return lock.coversExactly(what) && lock.who == who && lock.why == reason && lock.mode == u"block";
+                });
+                if (!listed)
+                    settle(Phase::failed, QStringLiteral("logind took the lock but does not list it"));
+                else if (!ignoredBy.isEmpty())
+                    settle(Phase::failed, QStringLiteral("logind holds the lock, but %1").arg(ignoredBy));
+                else
+                    settle(Phase::inForce);
+            });
         });
     }
 
@@ -49,16 +51,17 @@ private:
 
 } // namespace
 
-LogindInhibitor::LogindInhibitor(QDBusConnection systemBus, QString what)
+LogindInhibitor::LogindInhibitor(QDBusConnection systemBus, QString what, QString ignoredBy)
     : m_bus(std::move(systemBus))
     , m_what(std::move(what))
+    , m_ignoredBy(std::move(ignoredBy))
 {
 }
 
 std::unique_ptr<Inhibitor::Held> LogindInhibitor::inhibit(const QString& reason)
 {
     auto held = std::make_unique<LockFd>();
-    held->take(m_bus, m_what, reason);
+    held->take(m_bus, m_what, reason, m_ignoredBy);
     return held;
 }
 
