@@ -11,6 +11,8 @@
 #include <QPointer>
 #include <memory>
 #include <optional>
+#include <utility>
+#include <vector>
 
 namespace quillon::platform::linux_ {
 
@@ -99,39 +101,45 @@ QDBusMessage callOn(const QString& owner, const QString& path, const QString& in
     return QDBusMessage::createMethodCall(owner, path, interface, method);
 }
 
-// gnome-session's (and mate-session's) inhibitor objects: the one carrying
-// our cookie must carry our app id too.
-Inhibition::Check gnomeListed(const QDBusConnection& bus, const QString& owner, quint32 cookie)
+// gnome-session's (and mate-session's) inhibitor objects, which do not
+// give their cookie: ours is the one with our app id, reason and flags.
+Inhibition::Check gnomeListed(const QDBusConnection& bus, const QString& owner, quint32 flags, const QString& reason)
 {
-    const QString inhibitor = QStringLiteral("org.gnome.SessionManager.Inhibitor");
-    return [bus, owner, cookie, inhibitor](Inhibition& context, Inhibition::Done done) {
+    return [bus, owner, flags, reason](Inhibition& context, Inhibition::Done done) {
         const QDBusMessage list = callOn(owner, QStringLiteral("/org/gnome/SessionManager"),
             QStringLiteral("org.gnome.SessionManager"), QStringLiteral("GetInhibitors"));
         QPointer<Inhibition> self(&context);
-        context.query(bus, list, [bus, owner, cookie, inhibitor, self, done](const QDBusMessage& reply) {
+        context.query(bus, list, [bus, owner, flags, reason, self, done](const QDBusMessage& reply) {
             const auto paths = qdbus_cast<QList<QDBusObjectPath>>(reply.arguments().value(0));
             if (!self || paths.isEmpty()) {
                 done(false);
                 return;
             }
-            // Each object is asked for its cookie; done once, by ours or by the last answer.
+            // Each object is asked in turn for what it holds; done once, by
+            // ours or by the last answer.
             auto left = std::make_shared<qsizetype>(paths.size());
+            auto found = std::make_shared<bool>(false);
+            const std::vector<std::pair<QString, QVariant>> expected{{QStringLiteral("GetAppId"), AppIdentity::appId()},
+                {QStringLiteral("GetReason"), reason}, {QStringLiteral("GetFlags"), flags}};
             for (const QDBusObjectPath& path : paths) {
-                self->query(bus, callOn(owner, path.path(), inhibitor, QStringLiteral("GetCookie")),
-                    [=](const QDBusMessage& answer) {
-                        --*left;
-                        if (answer.arguments().value(0).toUInt() != cookie
-                            || answer.type() != QDBusMessage::ReplyMessage) {
-                            if (*left == 0)
+                auto matches = std::make_shared<std::size_t>(0);
+                for (const auto& [method, value] : expected) {
+                    self->query(bus,
+                        callOn(owner, path.path(), QStringLiteral("org.gnome.SessionManager.Inhibitor"), method),
+                        [=, value = value](const QDBusMessage& answer) {
+                            if (*found)
+                                return;
+                            const bool same
+                                = answer.type() == QDBusMessage::ReplyMessage && answer.arguments().value(0) == value;
+                            if (same && ++*matches == expected.size()) {
+                                *found = true;
+                                done(true);
+                            } else if (!same && std::exchange(*matches, expected.size() + 1) <= expected.size()
+                                && --*left == 0) {
                                 done(false);
-                            return;
-                        }
-                        *left = -1; // found: later answers change nothing
-                        self->query(bus, callOn(owner, path.path(), inhibitor, QStringLiteral("GetAppId")),
-                            [done](const QDBusMessage& app) {
-                                done(app.arguments().value(0).toString() == AppIdentity::appId());
-                            });
-                    });
+                            }
+                        });
+                }
             }
         });
     };
@@ -166,8 +174,8 @@ std::unique_ptr<CookieInhibitor> CookieInhibitor::gnomeSession(QDBusConnection s
                 return QVariantList{AppIdentity::appId(), quint32{0}, reason, flags};
             },
             QStringLiteral("GNOME session"),
-            [](const QDBusConnection& bus, const QString& owner, quint32 cookie, const QString&) {
-                return gnomeListed(bus, owner, cookie);
+            [flags](const QDBusConnection& bus, const QString& owner, quint32, const QString& reason) {
+                return gnomeListed(bus, owner, flags, reason);
             },
             0});
 }

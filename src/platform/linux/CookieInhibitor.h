@@ -20,7 +20,7 @@ public:
     // has no list, so its cookie is taken as in force.
     static std::unique_ptr<CookieInhibitor> screenSaver(QDBusConnection sessionBus);
     // org.gnome.SessionManager.Inhibit(app_id, toplevel_xid 0, reason, flags),
-    // confirmed in GetInhibitors by its cookie and app id. GNOME and MATE serve it.
+    // confirmed in GetInhibitors by an inhibitor with our app id, reason and flags. GNOME and MATE serve it.
     static constexpr quint32 gnomeSuspend = 4;
     static constexpr quint32 gnomeIdle = 8;
     static std::unique_ptr<CookieInhibitor> gnomeSession(QDBusConnection sessionBus, quint32 flags);

@@ -13,7 +13,7 @@ private bus. One service per process, chosen by the first argument:
   screensaver    org.freedesktop.ScreenSaver: Inhibit / UnInhibit (cookies)
   gnome-session  org.gnome.SessionManager: Inhibit / Uninhibit (cookies),
                  IsInhibited(flags), GetInhibitors, each inhibitor's
-                 GetCookie and GetAppId
+                 GetAppId, GetReason and GetFlags
   hung           KDE's PolicyAgent name, whose AddInhibition never answers,
                  as a service that hangs
 
@@ -89,18 +89,21 @@ class ScreenSaver(dbus.service.Object):
 class SessionInhibitor(dbus.service.Object):
     IFACE = 'org.gnome.SessionManager.Inhibitor'
 
-    def __init__(self, bus, path, cookie, app_id):
+    def __init__(self, bus, path, app_id, reason, flags):
         super().__init__(bus, path)
-        self.cookie = cookie
-        self.app_id = app_id
-
-    @dbus.service.method(IFACE, out_signature='u')
-    def GetCookie(self):
-        return dbus.UInt32(self.cookie)
+        self.app_id, self.reason, self.flags = app_id, reason, flags
 
     @dbus.service.method(IFACE, out_signature='s')
     def GetAppId(self):
         return self.app_id
+
+    @dbus.service.method(IFACE, out_signature='s')
+    def GetReason(self):
+        return self.reason
+
+    @dbus.service.method(IFACE, out_signature='u')
+    def GetFlags(self):
+        return dbus.UInt32(self.flags)
 
 
 class GnomeSession(dbus.service.Object):
@@ -111,7 +114,7 @@ class GnomeSession(dbus.service.Object):
         cookie = next(cookies)
         live[cookie] = (int(flags), str(reason))
         self.inhibitors[cookie] = SessionInhibitor(self.connection, '/org/gnome/SessionManager/Inhibitor%d' % cookie,
-                                                   cookie, str(app_id))
+                                                   str(app_id), str(reason), int(flags))
         return dbus.UInt32(cookie)
 
     @dbus.service.method('org.gnome.SessionManager', in_signature='u')
