@@ -27,7 +27,7 @@ struct PowerAssertionState {
     };
     Phase phase = Phase::inForce;
     QString through; // the mechanism holding it: "logind", "portal (KDE)", "PowerManagement (Xfce)"
-    QString problem; // failed: why, in words a user can act on
+    QString problem; // failed: why, in words a user can act on; confirming: why it cannot be confirmed, if so
 };
 
 // The operating system's power manager, as far as keep-awake needs it: one

@@ -18,6 +18,14 @@ void Inhibition::settle(Phase phase, const QString& problem)
     emit settled();
 }
 
+void Inhibition::leaveUnconfirmed(const QString& why)
+{
+    if (m_phase != Phase::confirming || !m_problem.isEmpty())
+        return;
+    m_problem = why;
+    emit unconfirmed();
+}
+
 void Inhibition::confirmWith(int delayMs, Check check, QString notListed)
 {
     QTimer::singleShot(delayMs, this, [this, check = std::move(check), notListed = std::move(notListed)] {

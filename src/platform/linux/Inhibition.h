@@ -34,6 +34,9 @@ public:
 
     // Called by the route that made this inhibition, once it knows.
     void settle(Phase phase, const QString& problem = {});
+    // Accepted, but nothing can show that it holds (a portal's answer):
+    // stays confirming, with why as its problem, and says so once.
+    void leaveUnconfirmed(const QString& why);
     // Runs check after delayMs (0: at once, still asynchronously): in force
     // when it says so, else failed with notListed.
     void confirmWith(int delayMs, Check check, QString notListed);
@@ -57,6 +60,8 @@ public:
 signals:
     // The phase left confirming (inForce or failed); emitted once.
     void settled();
+    // leaveUnconfirmed() was called.
+    void unconfirmed();
 
 private:
     Phase m_phase = Phase::confirming;

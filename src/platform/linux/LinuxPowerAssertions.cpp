@@ -107,6 +107,11 @@ void LinuxPowerAssertions::ask(AssertionId id, Assertion& assertion, std::size_t
     assertion.held = routes[route]->inhibit(assertion.name);
     assertion.state = {PowerAssertionState::Phase::confirming, routes[route]->through(), {}};
     connect(assertion.held.get(), &Inhibitor::Held::settled, this, [this, id] { onSettled(id); });
+    connect(assertion.held.get(), &Inhibitor::Held::unconfirmed, this, [this, id] {
+        Assertion& unconfirmed = m_assertions.at(id);
+        unconfirmed.state.problem = unconfirmed.held->problem();
+        emit stateChanged(id);
+    });
 }
 
 void LinuxPowerAssertions::onSettled(AssertionId id)

@@ -65,7 +65,8 @@ private slots:
     void onResponse(quint32 response, const QVariantMap&)
     {
         if (response == 0)
-            settle(Phase::inForce);
+            leaveUnconfirmed(QStringLiteral("the portal accepted it, but its backend answers before acting and "
+                                            "cannot be asked whether it holds"));
         else
             settle(Phase::failed,
                 response == 1 ? QStringLiteral("the portal's request was cancelled")

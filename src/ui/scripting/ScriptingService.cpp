@@ -209,7 +209,9 @@ QStringList ScriptingService::confirming(const app::SleepAssertions& holder)
 {
     QStringList asked;
     for (const auto kind : app::SleepAssertions::allKinds) {
-        if (holder.state(kind).phase == app::SleepAssertions::KindState::Phase::confirming)
+        // One that cannot be confirmed (a portal's) is as settled as it gets.
+        const auto state = holder.state(kind);
+        if (state.phase == app::SleepAssertions::KindState::Phase::confirming && state.problem.isEmpty())
             asked << app::SleepAssertions::rawValue(kind);
     }
     return asked;
@@ -249,6 +251,12 @@ bool ScriptingService::awakeAnswer(const QStringList& kinds, const QDateTime& en
         text += QStringLiteral("; not everything holds: %1").arg(problem);
     if (const QStringList asked = confirming(m_manager.assertions()); !asked.isEmpty())
         text += QStringLiteral("; asked for, not yet confirmed: %1").arg(kindList(asked));
+    for (const auto kind : app::SleepAssertions::allKinds) {
+        const auto state = m_manager.assertions().state(kind);
+        if (state.phase == app::SleepAssertions::KindState::Phase::confirming && !state.problem.isEmpty())
+            text += QStringLiteral("; %1 asked through %2, not confirmed: %3")
+                        .arg(app::SleepAssertions::rawValue(kind), state.through, state.problem);
+    }
     return true;
 }
 

@@ -67,10 +67,14 @@ protected:
         EXPECT_TRUE(services.back()->started()) << args.join(' ').toStdString();
         return *services.back();
     }
-    // Waits until the kind has settled (in force or failed) and returns its state.
+    // Waits until the kind has settled (in force, failed, or asked for where
+    // nothing can confirm it) and returns its state.
     SleepAssertions::KindState settled(const SleepAssertions& owner, SleepAssertions::Kind kind)
     {
-        waitUntil([&] { return owner.state(kind).phase != SleepAssertions::KindState::Phase::confirming; });
+        waitUntil([&] {
+            const auto state = owner.state(kind);
+            return state.phase != SleepAssertions::KindState::Phase::confirming || !state.problem.isEmpty();
+        });
         return owner.state(kind);
     }
 
