@@ -22,7 +22,7 @@ packages=(
   libxcb1-dev
   # Keep-awake and the lid tested against the desktops' own power services
   # (systemd-logind comes with systemd).
-  xfce4-power-manager xfconf gnome-session-bin
+  xfce4-power-manager xfconf gnome-session-bin xdg-desktop-portal xdg-desktop-portal-gtk
   # The Debian package: CPack's dependency scan.
   dpkg-dev file
 )
