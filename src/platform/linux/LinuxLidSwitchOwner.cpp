@@ -1,6 +1,7 @@
 #include "LinuxLidSwitchOwner.h"
 
 #include "DBusTimeouts.h"
+#include "DesktopLidSetting.h"
 #include "Inhibition.h"
 #include "LogindInhibitorList.h"
 
@@ -111,7 +112,12 @@ LidSwitchOwner::Owner LinuxLidSwitchOwner::owner()
         if (lock.mode != u"block" || !lock.covers(QStringLiteral("handle-lid-switch")) || lock.who == u"Quillon"
             || lock.why.startsWith(QLatin1String("External monitor attached")))
             continue;
-        return ownerOf(lock);
+        Owner owner = ownerOf(lock);
+        if (owner.desktop == Desktop::kde)
+            owner.doesNothing = DesktopLidSetting::kdeDoesNothing(m_session).value_or(false);
+        else if (owner.desktop == Desktop::mate)
+            owner.doesNothing = DesktopLidSetting::mateDoesNothing().value_or(false);
+        return owner;
     }
     return {};
 }

@@ -3,14 +3,16 @@
 behaves as the real one does in what the app relies on (taken from their
 sources and D-Bus interfaces, not run against them). One per process, chosen
 by the first argument; the second, if given, is how many seconds KDE's takes
-to apply an inhibition (5 in PowerDevil).
+to apply an inhibition (5 in PowerDevil); the third KDE's lid action (0 "Do
+nothing", 1 sleep).
 
   kde    KDE's PowerDevil: the PolicyAgent (AddInhibition, ReleaseInhibition,
          ListInhibitions as (who, why) from the call on, HasInhibition, which
          answers true only once the delay has passed),
          the org.kde.Solid.PowerManagement name, and logind's lid lock
          ("handle-power-key:handle-lid-switch", block, who "PowerDevil"),
-         held for good: no interface makes PowerDevil leave the lid.
+         held for good: no interface makes PowerDevil leave the lid; its
+         HandleButtonEvents lidAction().
   xfce   Xfce's power manager: org.freedesktop.PowerManagement.Inhibit
          (Inhibit, UnInhibit, HasInhibit, GetInhibitors naming the applications;
          applied at once), the
@@ -41,6 +43,7 @@ from gi.repository import GLib
 live = {}
 cookies = iter(range(21, 1 << 31))
 settle_s = float(sys.argv[2]) if len(sys.argv) > 2 else 0.0
+lid_action = int(sys.argv[3]) if len(sys.argv) > 3 else 1
 
 
 class LidLock:
@@ -93,6 +96,12 @@ class PolicyAgent(dbus.service.Object):
     def HasInhibition(self, types):
         now = time.monotonic()
         return any(held & types and since <= now for held, _, since, _ in live.values())
+
+
+class HandleButtonEvents(dbus.service.Object):
+    @dbus.service.method('org.kde.Solid.PowerManagement.Actions.HandleButtonEvents', out_signature='i')
+    def lidAction(self):
+        return lid_action
 
 
 class FdoInhibit(dbus.service.Object):
@@ -159,6 +168,7 @@ if __name__ == '__main__':
     if sys.argv[1] == 'kde':
         lid = LidLock('PowerDevil')
         keep.append(PolicyAgent(bus, '/org/kde/Solid/PowerManagement/PolicyAgent'))
+        keep.append(HandleButtonEvents(bus, '/org/kde/Solid/PowerManagement/Actions/HandleButtonEvents'))
         names = ['org.kde.Solid.PowerManagement.PolicyAgent', 'org.kde.Solid.PowerManagement']
     elif sys.argv[1] == 'mate':
         lid = LidLock(getpass.getuser(), 'Mate power manager handles these events')
