@@ -7,7 +7,9 @@
 #include "PortalInhibitor.h"
 
 #include <QCoreApplication>
+#include <QTimer>
 #include <algorithm>
+#include <utility>
 
 namespace quillon::platform::linux_ {
 
@@ -35,6 +37,7 @@ LinuxPowerAssertions::LinuxPowerAssertions(QDBusConnection sessionBus, QDBusConn
 
 LinuxPowerAssertions::LinuxPowerAssertions(QDBusConnection sessionBus, QDBusConnection systemBus, Timing timing)
     : m_systemBus(systemBus)
+    , m_restartGraceMs(timing.restartGraceMs)
 {
     m_suspendRoutes.push_back(
         CookieInhibitor::powerDevil(sessionBus, CookieInhibitor::kdeInterruptSession, timing.kdeSettleMs));
@@ -100,7 +103,10 @@ void LinuxPowerAssertions::ask(AssertionId id, Assertion& assertion, std::size_t
     const Routes& routes = *assertion.routes;
     if (route >= routes.size()) {
         assertion.held.reset();
-        assertion.state = {PowerAssertionState::Phase::failed, {}, summary(assertion.problems)};
+        assertion.state = assertion.awaiting.isEmpty()
+            ? PowerAssertionState{PowerAssertionState::Phase::failed, {}, summary(assertion.problems)}
+            : PowerAssertionState{PowerAssertionState::Phase::confirming, assertion.awaiting,
+                QStringLiteral("%1 went away; it is asked again when it is back").arg(assertion.awaiting)};
         return;
     }
     assertion.route = route;
@@ -122,6 +128,7 @@ void LinuxPowerAssertions::onSettled(AssertionId id)
     Assertion& assertion = found->second;
     if (assertion.held->phase() == Inhibitor::Phase::inForce) {
         assertion.state.phase = PowerAssertionState::Phase::inForce;
+        assertion.awaiting.clear();
     } else {
         // Not in force: let go of it and ask the routes after it.
         if (!assertion.held->problem().isEmpty())
@@ -152,11 +159,31 @@ void LinuxPowerAssertions::onOwnerChanged(const QString& service, bool appeared)
     }
     for (const AssertionId id : retake) {
         Assertion& assertion = m_assertions.at(id);
+        if (!appeared && assertion.held && assertion.awaiting.isEmpty()) {
+            assertion.awaiting = assertion.state.through;
+            QTimer::singleShot(m_restartGraceMs, this, [this, id] { onGraceOver(id); });
+        } else if (appeared) {
+            assertion.awaiting.clear();
+        }
         assertion.held.reset();
         assertion.problems.clear();
         ask(id, assertion, 0);
         emit stateChanged(id);
     }
+}
+
+void LinuxPowerAssertions::onGraceOver(AssertionId id)
+{
+    const auto found = m_assertions.find(id);
+    if (found == m_assertions.end() || found->second.awaiting.isEmpty())
+        return;
+    Assertion& assertion = found->second;
+    const QString gone = std::exchange(assertion.awaiting, QString());
+    if (assertion.held)
+        return; // another route is asked or holds it
+    assertion.problems << QStringLiteral("%1: it went away and did not come back").arg(gone);
+    assertion.state = {PowerAssertionState::Phase::failed, {}, summary(assertion.problems)};
+    emit stateChanged(id);
 }
 
 void LinuxPowerAssertions::release(AssertionId id)

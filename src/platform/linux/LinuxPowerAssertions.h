@@ -28,7 +28,8 @@ namespace quillon::platform::linux_ {
 // A desktop service that restarts forgets every inhibition it held, so the
 // services' names are watched: when one gets a new owner or goes, each
 // assertion it held is taken again, from the first route on, and confirmed
-// again.
+// again. Where no other route holds it meanwhile, it waits, asked for, for
+// the service to come back, and fails only if it has not by restartGraceMs.
 //
 // Nothing here waits on a service: an assertion is asked for and shown as
 // such (confirming) at once, and each route's answer and confirmation arrive
@@ -40,8 +41,9 @@ class LinuxPowerAssertions : public PowerAssertionBackend {
 public:
     // How long to wait for confirmations that cannot come at once.
     struct Timing {
-        int kdeSettleMs = 5500;    // PowerDevil applies an inhibition 5 s after it is asked
-        int portalAnswerMs = 2000; // a portal request with no Response by then is taken as denied
+        int kdeSettleMs = 5500;     // PowerDevil applies an inhibition 5 s after it is asked
+        int portalAnswerMs = 2000;  // a portal request with no Response by then is taken as denied
+        int restartGraceMs = 10000; // a service that went away and nothing else holds for: back by then
     };
 
     LinuxPowerAssertions(QDBusConnection sessionBus, QDBusConnection systemBus, Timing timing);
@@ -61,6 +63,7 @@ private:
         QString name;
         std::unique_ptr<Inhibitor::Held> held; // null once every route failed
         QStringList problems;                  // of the routes tried so far
+        QString awaiting;                      // the route whose service went away while holding it, until it is back
         PowerAssertionState state;
     };
 
@@ -70,9 +73,11 @@ private:
     void ask(AssertionId id, Assertion& assertion, std::size_t route);
     void onSettled(AssertionId id);
     void onOwnerChanged(const QString& service, bool appeared);
+    void onGraceOver(AssertionId id);
     static QString summary(const QStringList& problems);
 
     QDBusConnection m_systemBus;
+    int m_restartGraceMs;
     Routes m_suspendRoutes;
     Routes m_idleRoutes;
     Routes m_lidRoutes;

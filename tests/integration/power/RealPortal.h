@@ -25,17 +25,20 @@ public:
     {
         m_store = std::make_unique<BusService>("/usr/libexec/xdg-permission-store", QStringList{"--replace"}, m_session,
             "org.freedesktop.impl.portal.PermissionStore", QString(), m_env);
-        m_backend = std::make_unique<BusService>(
-            gtkBackend, QStringList{}, m_session, "org.freedesktop.impl.portal.desktop.gtk", QString(), m_env);
-        if (m_store->started() && m_backend->started())
+        if (m_store->started())
             restart();
     }
 
     bool started() const { return m_portal && m_portal->started(); }
-    // Ends the portal itself, if it runs, and starts it again.
+    // Ends the portal and its backend, if they run, and starts them again.
     bool restart()
     {
         m_portal.reset();
+        m_backend.reset();
+        m_backend = std::make_unique<BusService>(
+            gtkBackend, QStringList{}, m_session, "org.freedesktop.impl.portal.desktop.gtk", QString(), m_env);
+        if (!m_backend->started())
+            return false;
         m_portal = std::make_unique<BusService>(
             program, QStringList{}, m_session, "org.freedesktop.portal.Desktop", QString(), m_env);
         return started();
