@@ -8,8 +8,8 @@ packages=(
   qt6-base-dev qt6-declarative-dev qt6-tools-dev qt6-tools-dev-tools qt6-l10n-tools
   libgtest-dev libgmock-dev
   dbus-daemon python3-dbusmock e2fsprogs
-  # Render Mode's finish sound.
-  libcanberra-dev
+  # Render Mode's finish sound; MATE's lid setting (GSettings).
+  libcanberra-dev libglib2.0-dev
   # The tray app: its panel's QML modules, SVG for its icons.
   qml6-module-qtqml qml6-module-qtqml-workerscript qml6-module-qtquick qml6-module-qtquick-controls
   qml6-module-qtquick-layouts qml6-module-qtquick-templates qml6-module-qtquick-window
@@ -25,7 +25,7 @@ packages=(
   # Keep-awake and the lid tested against the desktops' own power services
   # (systemd-logind comes with systemd), and the tray icon's colour against
   # a real panel's tray.
-  xfce4-power-manager xfconf xfce4-panel
+  xfce4-power-manager xfconf xfce4-panel gnome-session-bin mate-session-manager xdg-desktop-portal xdg-desktop-portal-gtk
   # The Debian package: CPack's dependency scan.
   dpkg-dev file
 )

@@ -26,6 +26,9 @@ public:
         Desktop desktop = Desktop::none; // none: the login manager acts on the lid itself
         QString who;                     // as the power manager names itself
         bool canHandOver = false;        // handOver() can make it leave the lid to the login manager
+        // Its own lid action, as its setting says, is to do nothing: a closed
+        // lid then keeps the machine awake with no change at all.
+        bool doesNothing = false;
     };
 
     virtual ~LidSwitchOwner() = default;

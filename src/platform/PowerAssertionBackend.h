@@ -27,7 +27,7 @@ struct PowerAssertionState {
     };
     Phase phase = Phase::inForce;
     QString through; // the mechanism holding it: "logind", "portal (KDE)", "PowerManagement (Xfce)"
-    QString problem; // failed: why, in words a user can act on
+    QString problem; // failed: why, in words a user can act on; confirming: why it cannot be confirmed, if so
 };
 
 // The operating system's power manager, as far as keep-awake needs it: one
@@ -35,9 +35,9 @@ struct PowerAssertionState {
 // separate assertion even for the same type and name, so two owners never
 // share one; the system drops them all when the process ends.
 //
-// Main thread only. create() answers at once (it may block for a short,
-// bounded D-Bus round trip); confirmation may come later through
-// stateChanged().
+// Main thread only. create() answers at once and never waits on the system:
+// an assertion may start out confirming, and its confirmation or failure
+// comes later through stateChanged().
 class PowerAssertionBackend : public QObject {
     Q_OBJECT
 public:

@@ -122,6 +122,11 @@ void LidManager::claimLid()
         lockLid();
         return;
     }
+    if (owner.doesNothing) {
+        m_handOverAsked = QDateTime();
+        setHold(Phase::inForce, tr("%1, whose lid action is \"Do nothing\"").arg(owner.who));
+        return;
+    }
     const QString instructions = instruction(owner);
     if (m_handOverAsked.isValid()) {
         // Still waiting for it to let go; lidTick asks again every second.

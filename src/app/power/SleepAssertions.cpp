@@ -76,6 +76,8 @@ QString SleepAssertions::note(const KindState& state)
     case Phase::off:
         break;
     case Phase::confirming:
+        if (!state.problem.isEmpty())
+            return tr("Asked %1, not confirmed: %2").arg(state.through, state.problem);
         return tr("Checking that %1 holds it…").arg(state.through);
     case Phase::inForce:
         return tr("In force through %1").arg(state.through);
@@ -154,7 +156,7 @@ SleepAssertions::KindState SleepAssertions::state(Kind kind) const
     const platform::PowerAssertionState system = m_backend->state(held->second);
     switch (system.phase) {
     case platform::PowerAssertionState::Phase::confirming:
-        return {Phase::confirming, system.through, {}};
+        return {Phase::confirming, system.through, system.problem};
     case platform::PowerAssertionState::Phase::inForce:
         return {Phase::inForce, system.through, {}};
     case platform::PowerAssertionState::Phase::failed:

@@ -35,7 +35,7 @@ public:
     struct KindState {
         enum class Phase {
             off,        // not asked for
-            confirming, // asked for; the system has not yet shown it in force
+            confirming, // asked for; the system has not yet shown it in force (problem: why it cannot)
             inForce,    // the system lists it
             failed,     // asked for, but nothing holds it; problem says why
             paused,     // asked for, let go until the pause ends

@@ -10,32 +10,36 @@ namespace quillon::platform::linux_ {
 
 // A session service whose inhibit call returns a numeric cookie that a
 // second call hands back to end it. Each drops our cookies when we leave the
-// bus. Where the service can be asked whether an inhibition is in force, the
-// inhibition counts only once it says so.
+// bus. Where the service lists who holds what, the inhibition counts only
+// once that list shows ours; a service's global "is anything inhibited"
+// answers yes for anyone's and proves nothing.
 class CookieInhibitor : public Inhibitor {
 public:
     // org.freedesktop.ScreenSaver.Inhibit(application, reason): idle and
     // blanking only. The service that blanks the screen answers itself and
-    // has no query, so its cookie is taken as in force.
+    // has no list, so its cookie is taken as in force.
     static std::unique_ptr<CookieInhibitor> screenSaver(QDBusConnection sessionBus);
     // org.gnome.SessionManager.Inhibit(app_id, toplevel_xid 0, reason, flags),
-    // confirmed by IsInhibited(flags). GNOME and MATE serve it.
+    // confirmed in GetInhibitors by an inhibitor with our app id, reason and flags. GNOME and MATE serve it.
     static constexpr quint32 gnomeSuspend = 4;
     static constexpr quint32 gnomeIdle = 8;
     static std::unique_ptr<CookieInhibitor> gnomeSession(QDBusConnection sessionBus, quint32 flags);
-    // KDE's PolicyAgent: AddInhibition(types, who, why), confirmed by
-    // HasInhibition(types) once PowerDevil applies it (settleMs later).
+    // KDE's PolicyAgent: AddInhibition(types, who, why), confirmed once
+    // PowerDevil applies it (settleMs later): ListInhibitions names it and
+    // HasInhibition(types) holds.
     static constexpr quint32 kdeInterruptSession = 1;
     static constexpr quint32 kdeChangeScreenSettings = 4;
     static std::unique_ptr<CookieInhibitor> powerDevil(QDBusConnection sessionBus, quint32 types, int settleMs);
-    // org.freedesktop.PowerManagement.Inhibit(application, reason), confirmed
-    // by HasInhibit(): Xfce's power manager (and KDE's, settleMs later).
-    static std::unique_ptr<CookieInhibitor> powerManagement(QDBusConnection sessionBus, int settleMs);
+    // org.freedesktop.PowerManagement.Inhibit(application, reason) as Xfce's
+    // power manager serves it, confirmed by its GetInhibitors naming us.
+    // (KDE's serves the name too, without that list: there PowerDevil's own
+    // route, tried first, holds it.)
+    static std::unique_ptr<CookieInhibitor> powerManagement(QDBusConnection sessionBus);
 
-    QString through() const override;
-    QString serviceName() const override { return m_service.name; }
-    std::unique_ptr<Held> inhibit(const QString& reason, QString& problem) override;
-
+    // Whether a service's answer lists the inhibition (cookie, reason) it
+    // gave owner, asked of owner itself.
+    using Confirm = std::function<Inhibition::Check(
+        const QDBusConnection& bus, const QString& owner, quint32 cookie, const QString& reason)>;
     struct Service {
         QString name;
         QString path;
@@ -43,14 +47,15 @@ public:
         QString inhibitMethod;
         QString uninhibitMethod;
         std::function<QVariantList(const QString& reason)> inhibitArguments;
-        std::function<QString(QDBusConnection& bus)> through;
-        // The query that answers true while the inhibition is in force
-        // (same service, path and interface); empty: none.
-        QString confirmMethod;
-        QVariantList confirmArguments;
+        QString through;
+        Confirm confirm; // empty: taken as in force once accepted
         int confirmDelayMs = 0;
     };
     CookieInhibitor(QDBusConnection bus, Service service);
+
+    QString through() const override { return m_service.through; }
+    QString serviceName() const override { return m_service.name; }
+    std::unique_ptr<Held> inhibit(const QString& reason) override;
 
 private:
     QDBusConnection m_bus;

@@ -1,15 +1,13 @@
 #include "Inhibition.h"
 
+#include "DBusTimeouts.h"
+
+#include <QDBusError>
 #include <QDBusPendingCallWatcher>
 #include <QPointer>
 #include <QTimer>
 
 namespace quillon::platform::linux_ {
-
-Inhibition::Inhibition(Phase phase)
-    : m_phase(phase)
-{
-}
 
 void Inhibition::settle(Phase phase, const QString& problem)
 {
@@ -20,22 +18,77 @@ void Inhibition::settle(Phase phase, const QString& problem)
     emit settled();
 }
 
-void Inhibition::confirmWith(QDBusConnection bus, QDBusMessage query, int delayMs,
-    std::function<bool(const QDBusMessage& reply)> inForce, QString notListed)
+void Inhibition::leaveUnconfirmed(const QString& why)
 {
-    QPointer<Inhibition> self(this);
-    QTimer::singleShot(delayMs, this, [self, bus, query, inForce = std::move(inForce), notListed]() mutable {
-        auto* watcher = new QDBusPendingCallWatcher(bus.asyncCall(query), self);
-        QObject::connect(watcher, &QDBusPendingCallWatcher::finished, self,
-            [self, inForce = std::move(inForce), notListed](QDBusPendingCallWatcher* finished) {
-                finished->deleteLater();
-                const QDBusMessage reply = finished->reply();
-                if (reply.type() == QDBusMessage::ReplyMessage && inForce(reply))
-                    self->settle(Phase::inForce);
-                else
-                    self->settle(Phase::failed, notListed);
-            });
+    if (m_phase != Phase::confirming || !m_problem.isEmpty())
+        return;
+    m_problem = why;
+    emit unconfirmed();
+}
+
+void Inhibition::confirmWith(int delayMs, Check check, QString notListed)
+{
+    QTimer::singleShot(delayMs, this, [this, check = std::move(check), notListed = std::move(notListed)] {
+        QPointer<Inhibition> self(this);
+        check(*this, [self, notListed](bool listed) {
+            if (self)
+                self->settle(listed ? Phase::inForce : Phase::failed, listed ? QString() : notListed);
+        });
     });
+}
+
+QDBusPendingCall Inhibition::ask(QDBusConnection bus, const QDBusMessage& call, int timeoutMs,
+    std::function<void(const QDBusMessage& reply)> onReply)
+{
+    const QDBusPendingCall pending = bus.asyncCall(call, timeoutMs);
+    auto* watcher = new QDBusPendingCallWatcher(pending, this);
+    connect(watcher, &QDBusPendingCallWatcher::finished, this,
+        [this, onReply = std::move(onReply)](QDBusPendingCallWatcher* finished) {
+            finished->deleteLater();
+            const QDBusMessage reply = finished->reply();
+            if (reply.type() == QDBusMessage::ReplyMessage)
+                onReply(reply);
+            else
+                settle(Phase::failed, callProblem(reply));
+        });
+    return pending;
+}
+
+void Inhibition::query(QDBusConnection bus, const QDBusMessage& call, std::function<void(const QDBusMessage&)> onAnswer)
+{
+    auto* watcher = new QDBusPendingCallWatcher(bus.asyncCall(call, DBusTimeouts::callMs), this);
+    connect(watcher, &QDBusPendingCallWatcher::finished, this,
+        [onAnswer = std::move(onAnswer)](QDBusPendingCallWatcher* finished) {
+            finished->deleteLater();
+            onAnswer(finished->reply());
+        });
+}
+
+Inhibition::Check Inhibition::oneQuery(
+    QDBusConnection bus, QDBusMessage call, std::function<bool(const QDBusMessage& reply)> inForce)
+{
+    return [bus, call, inForce](Inhibition& context, Done done) {
+        context.query(bus, call, [inForce, done](const QDBusMessage& reply) {
+            done(reply.type() == QDBusMessage::ReplyMessage && inForce(reply));
+        });
+    };
+}
+
+QString Inhibition::callProblem(const QDBusMessage& reply)
+{
+    const QString name = reply.errorName();
+    if (name == QDBusError::errorString(QDBusError::ServiceUnknown)
+        || name == QStringLiteral("org.freedesktop.DBus.Error.NameHasNoOwner")
+        || name == QDBusError::errorString(QDBusError::UnknownObject)
+        || name == QDBusError::errorString(QDBusError::UnknownInterface)
+        || name == QDBusError::errorString(QDBusError::UnknownMethod))
+        return {};
+    if (name == QDBusError::errorString(QDBusError::Disconnected)
+        || name == QDBusError::errorString(QDBusError::NoServer))
+        return QStringLiteral("no D-Bus connection to it");
+    if (name == QDBusError::errorString(QDBusError::NoReply) || name == QDBusError::errorString(QDBusError::Timeout))
+        return QStringLiteral("it did not answer in time");
+    return reply.errorMessage().isEmpty() ? name : reply.errorMessage();
 }
 
 } // namespace quillon::platform::linux_

@@ -2,7 +2,6 @@
 
 #include "Inhibition.h"
 
-#include <QDBusMessage>
 #include <QString>
 #include <memory>
 
@@ -28,14 +27,11 @@ public:
     // (logind keeps its locks).
     virtual QString serviceName() const { return {}; }
 
-    // A new inhibition with this reason, or nullptr when the service is
-    // missing or refused; problem then says why (empty when the service is
-    // simply not there). Blocks for at most one D-Bus round trip.
-    virtual std::unique_ptr<Held> inhibit(const QString& reason, QString& problem) = 0;
-
-    // The problem text for a failed call: empty when the service does not
-    // run on this bus (nothing to report), else the service's own error.
-    static QString callProblem(const QDBusMessage& reply);
+    // Asks for a new inhibition with this reason and returns at once, never
+    // waiting on the service: the inhibition settles later, in force once
+    // the service confirms it, or failed (with an empty problem when the
+    // service is not there at all).
+    virtual std::unique_ptr<Held> inhibit(const QString& reason) = 0;
 };
 
 } // namespace quillon::platform::linux_

@@ -1,7 +1,8 @@
 #include "LinuxLidSwitchOwner.h"
 
 #include "DBusTimeouts.h"
-#include "Inhibitor.h"
+#include "DesktopLidSetting.h"
+#include "Inhibition.h"
 #include "LogindInhibitorList.h"
 
 #include <QDBusMessage>
@@ -111,7 +112,12 @@ LidSwitchOwner::Owner LinuxLidSwitchOwner::owner()
         if (lock.mode != u"block" || !lock.covers(QStringLiteral("handle-lid-switch")) || lock.who == u"Quillon"
             || lock.why.startsWith(QLatin1String("External monitor attached")))
             continue;
-        return ownerOf(lock);
+        Owner owner = ownerOf(lock);
+        if (owner.desktop == Desktop::kde)
+            owner.doesNothing = DesktopLidSetting::kdeDoesNothing(m_session).value_or(false);
+        else if (owner.desktop == Desktop::mate)
+            owner.doesNothing = DesktopLidSetting::mateDoesNothing().value_or(false);
+        return owner;
     }
     return {};
 }
@@ -138,7 +144,7 @@ bool LinuxLidSwitchOwner::handOver(QString& problem)
         QDBus::Block, DBusTimeouts::activatingCallMs);
     if (set.type() != QDBusMessage::ReplyMessage) {
         QFile::remove(m_markerPath);
-        problem = Inhibitor::callProblem(set);
+        problem = Inhibition::callProblem(set);
         if (problem.isEmpty())
             problem = QStringLiteral("Xfce's settings service (xfconf) is not running");
         return false;

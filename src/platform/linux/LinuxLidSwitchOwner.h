@@ -13,6 +13,10 @@ namespace quillon::platform::linux_ {
 // MATE's power managers, LXQt's). GNOME's settings daemon takes it only for
 // a few seconds around display changes, so that one does not count.
 //
+// KDE's and MATE's keep their lock whatever their lid action; where that
+// action, read from the desktop's own setting, is to do nothing, the lid is
+// held as it is.
+//
 // Xfce's is the one that can hand the lid back through a supported
 // interface: its xfconf setting "logind-handle-lid-switch" makes it drop its
 // lock and leave the lid to logind. The value found before is written to

@@ -7,9 +7,28 @@
 #include "PortalInhibitor.h"
 
 #include <QCoreApplication>
+#include <QTimer>
 #include <algorithm>
+#include <utility>
 
 namespace quillon::platform::linux_ {
+
+namespace {
+
+// What blanks the screen here without looking at logind's idle lock, as the
+// user is to read it; empty where logind's lock is heeded (its own idle
+// action, swayidle, hypridle).
+QString blankerIgnoringLogind()
+{
+    const QStringList desktops = qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(u':', Qt::SkipEmptyParts);
+    if (desktops.contains(QStringLiteral("LXQt"), Qt::CaseInsensitive))
+        return QStringLiteral("LXQt's idle watcher ignores it: set its idle actions to \"Nothing\"");
+    if (desktops.isEmpty() && qEnvironmentVariable("XDG_SESSION_TYPE") == u"x11")
+        return QStringLiteral("the X server blanks the screen whatever logind holds (xset s off -dpms stops it)");
+    return {};
+}
+
+} // namespace
 
 LinuxPowerAssertions::LinuxPowerAssertions(QDBusConnection sessionBus, QDBusConnection systemBus)
     : LinuxPowerAssertions(std::move(sessionBus), std::move(systemBus), Timing{})
@@ -18,11 +37,12 @@ LinuxPowerAssertions::LinuxPowerAssertions(QDBusConnection sessionBus, QDBusConn
 
 LinuxPowerAssertions::LinuxPowerAssertions(QDBusConnection sessionBus, QDBusConnection systemBus, Timing timing)
     : m_systemBus(systemBus)
+    , m_restartGraceMs(timing.restartGraceMs)
 {
     m_suspendRoutes.push_back(
         CookieInhibitor::powerDevil(sessionBus, CookieInhibitor::kdeInterruptSession, timing.kdeSettleMs));
     m_suspendRoutes.push_back(CookieInhibitor::gnomeSession(sessionBus, CookieInhibitor::gnomeSuspend));
-    m_suspendRoutes.push_back(CookieInhibitor::powerManagement(sessionBus, timing.kdeSettleMs));
+    m_suspendRoutes.push_back(CookieInhibitor::powerManagement(sessionBus));
     m_suspendRoutes.push_back(std::make_unique<LogindInhibitor>(systemBus, QStringLiteral("idle:sleep")));
     m_suspendRoutes.push_back(
         std::make_unique<PortalInhibitor>(sessionBus, PortalInhibitor::suspend, timing.portalAnswerMs));
@@ -30,9 +50,10 @@ LinuxPowerAssertions::LinuxPowerAssertions(QDBusConnection sessionBus, QDBusConn
     m_idleRoutes.push_back(
         CookieInhibitor::powerDevil(sessionBus, CookieInhibitor::kdeChangeScreenSettings, timing.kdeSettleMs));
     m_idleRoutes.push_back(CookieInhibitor::gnomeSession(sessionBus, CookieInhibitor::gnomeIdle));
-    m_idleRoutes.push_back(CookieInhibitor::powerManagement(sessionBus, timing.kdeSettleMs));
+    m_idleRoutes.push_back(CookieInhibitor::powerManagement(sessionBus));
     m_idleRoutes.push_back(CookieInhibitor::screenSaver(sessionBus));
-    m_idleRoutes.push_back(std::make_unique<LogindInhibitor>(systemBus, QStringLiteral("idle")));
+    m_idleRoutes.push_back(
+        std::make_unique<LogindInhibitor>(systemBus, QStringLiteral("idle"), blankerIgnoringLogind()));
     m_idleRoutes.push_back(std::make_unique<PortalInhibitor>(sessionBus, PortalInhibitor::idle, timing.portalAnswerMs));
 
     m_lidRoutes.push_back(std::make_unique<LogindInhibitor>(systemBus, QStringLiteral("handle-lid-switch")));
@@ -72,40 +93,31 @@ std::optional<PowerAssertionBackend::AssertionId> LinuxPowerAssertions::create(
     }
     assertion.name = name;
     const AssertionId id = nextId();
-    if (!takeFrom(id, assertion, 0)) {
-        m_lastProblem = summary(assertion.problems);
-        return std::nullopt;
-    }
-    m_lastProblem.clear();
-    m_assertions.emplace(id, std::move(assertion));
+    Assertion& added = m_assertions.emplace(id, std::move(assertion)).first->second;
+    ask(id, added, 0);
     return id;
 }
 
-bool LinuxPowerAssertions::takeFrom(AssertionId id, Assertion& assertion, std::size_t from)
+void LinuxPowerAssertions::ask(AssertionId id, Assertion& assertion, std::size_t route)
 {
     const Routes& routes = *assertion.routes;
-    for (std::size_t i = from; i < routes.size(); ++i) {
-        QString problem;
-        auto held = routes[i]->inhibit(assertion.name, problem);
-        if (!held) {
-            if (!problem.isEmpty())
-                assertion.problems << QStringLiteral("%1: %2").arg(routes[i]->through(), problem);
-            continue;
-        }
-        if (held->phase() == Inhibitor::Phase::failed) {
-            assertion.problems << QStringLiteral("%1: %2").arg(routes[i]->through(), held->problem());
-            continue;
-        }
-        assertion.route = i;
-        assertion.state = {held->phase(), routes[i]->through(), {}};
-        if (held->phase() == Inhibitor::Phase::confirming)
-            connect(held.get(), &Inhibitor::Held::settled, this, [this, id] { onSettled(id); });
-        assertion.held = std::move(held);
-        return true;
+    if (route >= routes.size()) {
+        assertion.held.reset();
+        assertion.state = assertion.awaiting.isEmpty()
+            ? PowerAssertionState{PowerAssertionState::Phase::failed, {}, summary(assertion.problems)}
+            : PowerAssertionState{PowerAssertionState::Phase::confirming, assertion.awaiting,
+                QStringLiteral("%1 went away; it is asked again when it is back").arg(assertion.awaiting)};
+        return;
     }
-    assertion.held.reset();
-    assertion.state = {PowerAssertionState::Phase::failed, {}, summary(assertion.problems)};
-    return false;
+    assertion.route = route;
+    assertion.held = routes[route]->inhibit(assertion.name);
+    assertion.state = {PowerAssertionState::Phase::confirming, routes[route]->through(), {}};
+    connect(assertion.held.get(), &Inhibitor::Held::settled, this, [this, id] { onSettled(id); });
+    connect(assertion.held.get(), &Inhibitor::Held::unconfirmed, this, [this, id] {
+        Assertion& unconfirmed = m_assertions.at(id);
+        unconfirmed.state.problem = unconfirmed.held->problem();
+        emit stateChanged(id);
+    });
 }
 
 void LinuxPowerAssertions::onSettled(AssertionId id)
@@ -116,11 +128,16 @@ void LinuxPowerAssertions::onSettled(AssertionId id)
     Assertion& assertion = found->second;
     if (assertion.held->phase() == Inhibitor::Phase::inForce) {
         assertion.state.phase = PowerAssertionState::Phase::inForce;
+        assertion.awaiting.clear();
     } else {
-        // Not in force after all: let go of it and try the routes after it.
-        assertion.problems << QStringLiteral("%1: %2").arg(assertion.state.through, assertion.held->problem());
+        // Not in force: let go of it and ask the routes after it.
+        if (!assertion.held->problem().isEmpty())
+            assertion.problems << QStringLiteral("%1: %2").arg(assertion.state.through, assertion.held->problem());
         assertion.held.release()->deleteLater(); // we are inside its signal
-        takeFrom(id, assertion, assertion.route + 1);
+        ask(id, assertion, assertion.route + 1);
+        // Another route is being asked: nothing to tell until it answers.
+        if (assertion.state.phase == PowerAssertionState::Phase::confirming)
+            return;
     }
     emit stateChanged(id);
 }
@@ -142,11 +159,31 @@ void LinuxPowerAssertions::onOwnerChanged(const QString& service, bool appeared)
     }
     for (const AssertionId id : retake) {
         Assertion& assertion = m_assertions.at(id);
+        if (!appeared && assertion.held && assertion.awaiting.isEmpty()) {
+            assertion.awaiting = assertion.state.through;
+            QTimer::singleShot(m_restartGraceMs, this, [this, id] { onGraceOver(id); });
+        } else if (appeared) {
+            assertion.awaiting.clear();
+        }
         assertion.held.reset();
         assertion.problems.clear();
-        takeFrom(id, assertion, 0);
+        ask(id, assertion, 0);
         emit stateChanged(id);
     }
+}
+
+void LinuxPowerAssertions::onGraceOver(AssertionId id)
+{
+    const auto found = m_assertions.find(id);
+    if (found == m_assertions.end() || found->second.awaiting.isEmpty())
+        return;
+    Assertion& assertion = found->second;
+    const QString gone = std::exchange(assertion.awaiting, QString());
+    if (assertion.held)
+        return; // another route is asked or holds it
+    assertion.problems << QStringLiteral("%1: it went away and did not come back").arg(gone);
+    assertion.state = {PowerAssertionState::Phase::failed, {}, summary(assertion.problems)};
+    emit stateChanged(id);
 }
 
 void LinuxPowerAssertions::release(AssertionId id)
@@ -164,10 +201,17 @@ PowerAssertionState LinuxPowerAssertions::state(AssertionId id) const
 QStringList LinuxPowerAssertions::otherInhibitors() const
 {
     const quint32 ourPid = static_cast<quint32>(QCoreApplication::applicationPid());
+    // gnome-session turns suspend inhibitions into a logind lock of its own.
+    const bool sessionLockIsOurs = std::any_of(m_assertions.begin(), m_assertions.end(), [this](const auto& entry) {
+        const Assertion& assertion = entry.second;
+        return assertion.routes == &m_suspendRoutes && assertion.held
+            && m_suspendRoutes[assertion.route]->serviceName() == u"org.gnome.SessionManager";
+    });
     QStringList lines;
     for (const LogindLock& lock : LogindInhibitorList::fetch(m_systemBus)) {
-        // Ours: this process's locks and the fan helper's.
-        if (lock.mode != u"block" || lock.pid == ourPid || lock.who == AppIdentity::displayName())
+        // Ours: this process's locks, the fan helper's, and the session's for ours.
+        if (lock.mode != u"block" || lock.pid == ourPid || lock.who == AppIdentity::displayName()
+            || (sessionLockIsOurs && lock.why == u"user session inhibited"))
             continue;
         lines << QStringLiteral("%1: %2 (%3)").arg(lock.who, lock.why, lock.what);
     }

@@ -17,6 +17,8 @@ namespace quillon::platform::linux_ {
 //   display sleep:         PowerDevil (KDE), GNOME session Idle, org.freedesktop.PowerManagement,
 //                          org.freedesktop.ScreenSaver, logind "idle", portal Idle;
 //   the lid:               logind "handle-lid-switch" (works in the active session only).
+// On LXQt and a bare X session, nothing that blanks the screen heeds logind's
+// idle lock, so there the display has no logind route: it fails, saying so.
 // Which route applies is found by asking, not by the desktop's name: a
 // service that is not running answers at once, and one that accepts but
 // never confirms is left for the next route. The desktop's own power manager
@@ -26,7 +28,12 @@ namespace quillon::platform::linux_ {
 // A desktop service that restarts forgets every inhibition it held, so the
 // services' names are watched: when one gets a new owner or goes, each
 // assertion it held is taken again, from the first route on, and confirmed
-// again.
+// again. Where no other route holds it meanwhile, it waits, asked for, for
+// the service to come back, and fails only if it has not by restartGraceMs.
+//
+// Nothing here waits on a service: an assertion is asked for and shown as
+// such (confirming) at once, and each route's answer and confirmation arrive
+// later, so a hung service costs only its own timeout, never the panel.
 //
 // Every assertion carries its name as the reason the desktop shows.
 class LinuxPowerAssertions : public PowerAssertionBackend {
@@ -34,8 +41,9 @@ class LinuxPowerAssertions : public PowerAssertionBackend {
 public:
     // How long to wait for confirmations that cannot come at once.
     struct Timing {
-        int kdeSettleMs = 5500;    // PowerDevil applies an inhibition 5 s after it is asked
-        int portalAnswerMs = 2000; // a portal request with no Response by then is taken as denied
+        int kdeSettleMs = 5500;     // PowerDevil applies an inhibition 5 s after it is asked
+        int portalAnswerMs = 2000;  // a portal request with no Response by then is taken as denied
+        int restartGraceMs = 10000; // a service that went away and nothing else holds for: back by then
     };
 
     LinuxPowerAssertions(QDBusConnection sessionBus, QDBusConnection systemBus, Timing timing);
@@ -44,7 +52,6 @@ public:
 
     std::optional<AssertionId> create(PowerAssertionType type, const QString& name) override;
     void release(AssertionId id) override;
-    QString lastProblem() const override { return m_lastProblem; }
     PowerAssertionState state(AssertionId id) const override;
     QStringList otherInhibitors() const override;
 
@@ -56,24 +63,27 @@ private:
         QString name;
         std::unique_ptr<Inhibitor::Held> held; // null once every route failed
         QStringList problems;                  // of the routes tried so far
+        QString awaiting;                      // the route whose service went away while holding it, until it is back
         PowerAssertionState state;
     };
 
     AssertionId nextId();
-    // Takes the assertion through routes from `from` on; false when none took it.
-    bool takeFrom(AssertionId id, Assertion& assertion, std::size_t from);
+    // Asks the given route for the assertion; past the last route, fails
+    // it with what every route said.
+    void ask(AssertionId id, Assertion& assertion, std::size_t route);
     void onSettled(AssertionId id);
     void onOwnerChanged(const QString& service, bool appeared);
+    void onGraceOver(AssertionId id);
     static QString summary(const QStringList& problems);
 
     QDBusConnection m_systemBus;
+    int m_restartGraceMs;
     Routes m_suspendRoutes;
     Routes m_idleRoutes;
     Routes m_lidRoutes;
     QDBusServiceWatcher m_serviceWatcher;
     std::map<AssertionId, Assertion> m_assertions;
     AssertionId m_lastId = 0;
-    QString m_lastProblem;
 };
 
 } // namespace quillon::platform::linux_

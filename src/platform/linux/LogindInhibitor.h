@@ -16,14 +16,18 @@ namespace quillon::platform::linux_ {
 // process asks for. Lid handling is not affected (that is the lid lock).
 class LogindInhibitor : public Inhibitor {
 public:
-    LogindInhibitor(QDBusConnection systemBus, QString what);
+    // ignoredBy names what acts here without looking at logind's locks
+    // (LXQt's idle watcher, the X server's blanking): the lock is then taken
+    // and listed, yet does not hold, and fails with that reason.
+    LogindInhibitor(QDBusConnection systemBus, QString what, QString ignoredBy = {});
 
     QString through() const override { return QStringLiteral("logind"); }
-    std::unique_ptr<Held> inhibit(const QString& reason, QString& problem) override;
+    std::unique_ptr<Held> inhibit(const QString& reason) override;
 
 private:
     QDBusConnection m_bus;
     QString m_what;
+    QString m_ignoredBy;
 };
 
 } // namespace quillon::platform::linux_

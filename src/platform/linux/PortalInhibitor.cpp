@@ -18,22 +18,17 @@ const QString kRequest = QStringLiteral("org.freedesktop.portal.Request");
 class PortalRequest : public Inhibitor::Held {
     Q_OBJECT
 public:
-    PortalRequest(QDBusConnection bus, QString handle, int answerMs)
+    PortalRequest(QDBusConnection bus, QString handle)
         : m_bus(std::move(bus))
         , m_handle(std::move(handle))
     {
-        m_bus.connect(
-            kService, m_handle, kRequest, QStringLiteral("Response"), this, SLOT(onResponse(quint32, QVariantMap)));
-        QTimer::singleShot(answerMs, this, [this] {
-            settle(Phase::failed,
-                QStringLiteral("the portal never answered (inhibiting may be switched off in its permissions)"));
-        });
+        listen(true);
     }
     ~PortalRequest() override
     {
-        m_bus.disconnect(
-            kService, m_handle, kRequest, QStringLiteral("Response"), this, SLOT(onResponse(quint32, QVariantMap)));
-        // Fire and forget: a portal that is gone has dropped the request already.
+        listen(false);
+        // Fire and forget: a portal that is gone has dropped the request
+        // already, and one still busy with the call reads this after it.
         m_bus.send(QDBusMessage::createMethodCall(kService, m_handle, kRequest, QStringLiteral("Close")));
     }
 
@@ -46,11 +41,32 @@ public:
         return QStringLiteral("/org/freedesktop/portal/desktop/request/%1/%2").arg(sender, token);
     }
 
+    void take(const QDBusMessage& call, int answerMs)
+    {
+        ask(m_bus, call, DBusTimeouts::activatingCallMs, [this, answerMs](const QDBusMessage& reply) {
+            const QString handle = reply.arguments().value(0).value<QDBusObjectPath>().path();
+            if (handle.isEmpty()) {
+                settle(Phase::failed, QStringLiteral("the portal answered without a request"));
+                return;
+            }
+            if (handle != m_handle) { // an old portal's own handle
+                listen(false);
+                m_handle = handle;
+                listen(true);
+            }
+            QTimer::singleShot(answerMs, this, [this] {
+                settle(Phase::failed,
+                    QStringLiteral("the portal never answered (inhibiting may be switched off in its permissions)"));
+            });
+        });
+    }
+
 private slots:
     void onResponse(quint32 response, const QVariantMap&)
     {
         if (response == 0)
-            settle(Phase::inForce);
+            leaveUnconfirmed(QStringLiteral("the portal accepted it, but its backend answers before acting and "
+                                            "cannot be asked whether it holds"));
         else
             settle(Phase::failed,
                 response == 1 ? QStringLiteral("the portal's request was cancelled")
@@ -58,6 +74,16 @@ private slots:
     }
 
 private:
+    void listen(bool on)
+    {
+        const QString signal = QStringLiteral("Response");
+        const char* slot = SLOT(onResponse(quint32, QVariantMap));
+        if (on)
+            m_bus.connect(kService, m_handle, kRequest, signal, this, slot);
+        else
+            m_bus.disconnect(kService, m_handle, kRequest, signal, this, slot);
+    }
+
     QDBusConnection m_bus;
     QString m_handle;
 };
@@ -77,27 +103,19 @@ QString PortalInhibitor::through() const
     return desktop.isEmpty() ? QStringLiteral("portal") : QStringLiteral("portal (%1)").arg(desktop);
 }
 
-std::unique_ptr<Inhibitor::Held> PortalInhibitor::inhibit(const QString& reason, QString& problem)
+std::unique_ptr<Inhibitor::Held> PortalInhibitor::inhibit(const QString& reason)
 {
     // The portal refuses a token that names a request still open on this
     // connection, and every inhibitor of the process shares the connection.
     static std::atomic<quint32> lastToken{0};
     const QString token = QStringLiteral("quillon%1").arg(++lastToken);
     // Listens before asking, so that an early Response is not missed.
-    auto held = std::make_unique<PortalRequest>(m_bus, PortalRequest::expectedHandle(m_bus, token), m_answerMs);
-
+    auto held = std::make_unique<PortalRequest>(m_bus, PortalRequest::expectedHandle(m_bus, token));
     QDBusMessage call = QDBusMessage::createMethodCall(kService, QStringLiteral("/org/freedesktop/portal/desktop"),
         QStringLiteral("org.freedesktop.portal.Inhibit"), QStringLiteral("Inhibit"));
     call << QString() << m_flags
          << QVariantMap{{QStringLiteral("handle_token"), token}, {QStringLiteral("reason"), reason}};
-    const QDBusMessage reply = m_bus.call(call, QDBus::Block, DBusTimeouts::activatingCallMs);
-    const QDBusObjectPath handle = reply.arguments().value(0).value<QDBusObjectPath>();
-    if (reply.type() != QDBusMessage::ReplyMessage || handle.path().isEmpty()) {
-        problem = callProblem(reply);
-        return nullptr;
-    }
-    if (handle.path() != PortalRequest::expectedHandle(m_bus, token))
-        return std::make_unique<PortalRequest>(m_bus, handle.path(), m_answerMs); // an old portal's own handle
+    held->take(call, m_answerMs);
     return held;
 }
 

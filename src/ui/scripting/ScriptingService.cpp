@@ -24,6 +24,8 @@
 #include <QTimer>
 #include <algorithm>
 #include <cmath>
+#include <memory>
+#include <utility>
 
 namespace quillon::ui {
 
@@ -108,6 +110,21 @@ bool ScriptingService::admitted()
             uninstallFor(bus, call);
             return;
         }
+        // Answered once the desktop has confirmed what they ask for, which
+        // a call to itself could not wait for.
+        const QVariantList args = call.arguments();
+        std::optional<bool> now;
+        QString text;
+        const Answer reply = replyTo(bus, call);
+        if (call.member() == QLatin1String("StayAwake"))
+            now = stayAwake(args.value(0).toStringList(), args.value(1).toString(), text, reply);
+        else if (call.member() == QLatin1String("SetAutomation"))
+            now = setAutomation(args.value(0).toBool(), text, reply);
+        if (call.member() == QLatin1String("StayAwake") || call.member() == QLatin1String("SetAutomation")) {
+            if (now)
+                reply(*now, text);
+            return;
+        }
         // Served now by calling itself with the same arguments, and the
         // answer handed on to the caller.
         QDBusMessage again
@@ -138,6 +155,24 @@ bool ScriptingService::StayAwake(const QStringList& kinds, const QString& until,
 {
     if (!admitted())
         return false;
+    if (!calledFromDBus())
+        return stayAwake(kinds, until, text, {}).value_or(false);
+    const auto now = stayAwake(kinds, until, text, replyTo(connection(), message()));
+    if (!now)
+        setDelayedReply(true);
+    return now.value_or(false);
+}
+
+ScriptingService::Answer ScriptingService::replyTo(QDBusConnection bus, QDBusMessage call)
+{
+    return [bus, call](bool ok, const QString& text) mutable {
+        bus.send(call.createReply({ok, text}));
+    };
+}
+
+std::optional<bool> ScriptingService::stayAwake(
+    const QStringList& kinds, const QString& until, QString& text, Answer later)
+{
     if (kinds.isEmpty()) {
         text = QStringLiteral("no kind given");
         return false;
@@ -165,6 +200,50 @@ bool ScriptingService::StayAwake(const QStringList& kinds, const QString& until,
         text = QStringLiteral("keeping %1 awake once the pause ends (quillon ctl resume)").arg(kindList(kinds));
         return true;
     }
+    if (later && !confirming(m_manager.assertions()).isEmpty()) {
+        // Answered once the desktop has said yes or no, without waiting here.
+        answerOnceConfirmed(
+            m_manager.assertions(), [this, kinds, end](QString& answer) { return awakeAnswer(kinds, end, answer); },
+            std::move(later));
+        return std::nullopt;
+    }
+    return awakeAnswer(kinds, end, text);
+}
+
+QStringList ScriptingService::confirming(const app::SleepAssertions& holder)
+{
+    QStringList asked;
+    for (const auto kind : app::SleepAssertions::allKinds) {
+        // One that cannot be confirmed (a portal's) is as settled as it gets.
+        const auto state = holder.state(kind);
+        if (state.phase == app::SleepAssertions::KindState::Phase::confirming && state.problem.isEmpty())
+            asked << app::SleepAssertions::rawValue(kind);
+    }
+    return asked;
+}
+
+void ScriptingService::answerOnceConfirmed(
+    const app::SleepAssertions& holder, std::function<bool(QString& text)> compose, Answer later)
+{
+    auto* waiter = new QObject(this);
+    auto answer = [compose, later, waiter, sent = std::make_shared<bool>(false)]() mutable {
+        if (std::exchange(*sent, true))
+            return;
+        QString text;
+        const bool ok = compose(text);
+        later(ok, text);
+        waiter->deleteLater();
+    };
+    connect(&holder, &app::SleepAssertions::stateChanged, waiter, [&holder, answer]() mutable {
+        if (confirming(holder).isEmpty())
+            answer();
+    });
+    // Within the caller's own wait; what is still unconfirmed then is said so.
+    QTimer::singleShot(kAwakeAnswerMs, waiter, answer);
+}
+
+bool ScriptingService::awakeAnswer(const QStringList& kinds, const QDateTime& end, QString& text) const
+{
     if (!m_manager.holdsAnything()) {
         text = QStringLiteral("keep-awake refused: %1").arg(m_manager.firstProblem());
         return false;
@@ -175,6 +254,14 @@ bool ScriptingService::StayAwake(const QStringList& kinds, const QString& until,
                      : QStringLiteral("keeping %1 awake until turned off").arg(kindList(kinds));
     if (const QString problem = m_manager.firstProblem(); !problem.isEmpty())
         text += QStringLiteral("; not everything holds: %1").arg(problem);
+    if (const QStringList asked = confirming(m_manager.assertions()); !asked.isEmpty())
+        text += QStringLiteral("; asked for, not yet confirmed: %1").arg(kindList(asked));
+    for (const auto kind : app::SleepAssertions::allKinds) {
+        const auto state = m_manager.assertions().state(kind);
+        if (state.phase == app::SleepAssertions::KindState::Phase::confirming && !state.problem.isEmpty())
+            text += QStringLiteral("; %1 asked through %2, not confirmed: %3")
+                        .arg(app::SleepAssertions::rawValue(kind), state.through, state.problem);
+    }
     return true;
 }
 
@@ -359,12 +446,34 @@ bool ScriptingService::SetAutomation(bool on, QString& text)
 {
     if (!admitted())
         return false;
+    if (!calledFromDBus())
+        return setAutomation(on, text, {}).value_or(false);
+    const auto now = setAutomation(on, text, replyTo(connection(), message()));
+    if (!now)
+        setDelayedReply(true);
+    return now.value_or(false);
+}
+
+std::optional<bool> ScriptingService::setAutomation(bool on, QString& text, Answer later)
+{
     app::TriggerManager& triggers = *m_manager.triggers();
     triggers.setAutomationEnabled(on);
     if (on && m_manager.pause()->paused()) {
         text = QStringLiteral("automation on; it holds nothing until the pause ends (quillon ctl resume)");
         return saved(triggers, text);
     }
+    if (later && !confirming(triggers.assertions()).isEmpty()) {
+        answerOnceConfirmed(
+            triggers.assertions(), [this, on](QString& answer) { return automationAnswer(on, answer); },
+            std::move(later));
+        return std::nullopt;
+    }
+    return automationAnswer(on, text);
+}
+
+bool ScriptingService::automationAnswer(bool on, QString& text)
+{
+    app::TriggerManager& triggers = *m_manager.triggers();
     if (on && !triggers.active() && triggers.ruleHolds()) {
         text = QStringLiteral("automation on, but its keep-awake is refused (%1): %2")
                    .arg(triggers.activeReason(), triggers.assertions().firstProblem());

@@ -5,16 +5,20 @@
 
 #include <QDBusConnection>
 #include <QDBusContext>
+#include <QDBusMessage>
+#include <QDateTime>
 #include <QHash>
 #include <QObject>
 #include <QString>
 #include <QStringList>
 #include <functional>
+#include <optional>
 #include <unistd.h>
 
 namespace quillon::app {
 class HelperLink;
 class SleepManager;
+class SleepAssertions;
 struct InstallResult;
 class TriggerManager;
 } // namespace quillon::app
@@ -84,12 +88,30 @@ public:
 
 private:
     static constexpr qsizetype kMaxCallers = 256;
+    // Below the ctl client's 10 s wait; long enough for PowerDevil's 5 s.
+    static constexpr int kAwakeAnswerMs = 8000;
 
     // Whether the current call may be served now. When not, it is answered
     // later (once its caller's user is known) or refused, and the method
     // returns at once with a value nobody reads.
     bool admitted();
     bool fanControlAvailable(QString& text) const;
+    // Sends a call's answer (ok, text).
+    using Answer = std::function<void(bool ok, const QString& text)>;
+    static Answer replyTo(QDBusConnection bus, QDBusMessage call);
+    // StayAwake's work: its answer now, or nullopt when it goes to later
+    // once the desktop has confirmed or refused (later given only where the
+    // call can be answered later).
+    std::optional<bool> stayAwake(const QStringList& kinds, const QString& until, QString& text, Answer later);
+    std::optional<bool> setAutomation(bool on, QString& text, Answer later);
+    // The kinds the holder has asked for that the desktop has not yet confirmed or refused.
+    static QStringList confirming(const app::SleepAssertions& holder);
+    // Answers with compose() once nothing of holder's is being confirmed any
+    // more, or after kAwakeAnswerMs with what holds by then.
+    void answerOnceConfirmed(
+        const app::SleepAssertions& holder, std::function<bool(QString& text)> compose, Answer later);
+    bool awakeAnswer(const QStringList& kinds, const QDateTime& end, QString& text) const;
+    bool automationAnswer(bool on, QString& text);
     // Answers call later, with (ok, text) from the outcome; then, after a
     // success, runs after when given.
     std::function<void(const app::InstallResult&)> laterReply(

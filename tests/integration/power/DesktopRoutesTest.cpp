@@ -59,6 +59,19 @@ TEST_F(DesktopRoutesTest, APowerManagerThatNeverConfirmsIsLeftForTheNextRoute)
     EXPECT_TRUE(waitUntil([&] { return held("org.kde.Solid.PowerManagement").isEmpty(); }));
 }
 
+TEST_F(DesktopRoutesTest, AHungServiceIsAskedWithoutWaitingAndEndsNotInForceWithTheReason)
+{
+    startStandIn("hung", "org.kde.Solid.PowerManagement.PolicyAgent");
+    SleepAssertions owner(backend);
+    ASSERT_TRUE(owner.start(Kind::display));
+    // Back at once, still asking the hung service: nothing waited on it.
+    EXPECT_EQ(owner.state(Kind::display).phase, Phase::confirming);
+    EXPECT_EQ(owner.state(Kind::display).through, "PowerDevil (KDE)");
+    const auto state = settled(owner, Kind::display);
+    EXPECT_EQ(state.phase, Phase::failed);
+    EXPECT_TRUE(state.problem.contains("PowerDevil (KDE): it did not answer in time")) << state.problem.toStdString();
+}
+
 TEST_F(DesktopRoutesTest, XfceHoldsBothKindsThroughItsPowerManager)
 {
     START_LOGIND();

@@ -55,10 +55,12 @@ protected:
     {
         return startScript(QUILLON_INHIBIT_STANDIN, {kind}, name);
     }
-    // A desktop power manager's stand-in ("kde" settling after settleS seconds, or "xfce").
-    BusService& startDesktop(const QString& desktop, const QString& lastName, double settleS = 0.2)
+    // A desktop power manager's stand-in ("kde" settling after settleS seconds
+    // with the lid action lidAction, or "xfce", "mate").
+    BusService& startDesktop(const QString& desktop, const QString& lastName, double settleS = 0.2, int lidAction = 1)
     {
-        return startScript(QUILLON_DESKTOP_STANDIN, {desktop, QString::number(settleS)}, lastName);
+        return startScript(
+            QUILLON_DESKTOP_STANDIN, {desktop, QString::number(settleS), QString::number(lidAction)}, lastName);
     }
     BusService& startScript(const QString& script, const QStringList& args, const QString& name)
     {
@@ -67,10 +69,14 @@ protected:
         EXPECT_TRUE(services.back()->started()) << args.join(' ').toStdString();
         return *services.back();
     }
-    // Waits until the kind has settled (in force or failed) and returns its state.
+    // Waits until the kind has settled (in force, failed, or asked for where
+    // nothing can confirm it) and returns its state.
     SleepAssertions::KindState settled(const SleepAssertions& owner, SleepAssertions::Kind kind)
     {
-        waitUntil([&] { return owner.state(kind).phase != SleepAssertions::KindState::Phase::confirming; });
+        waitUntil([&] {
+            const auto state = owner.state(kind);
+            return state.phase != SleepAssertions::KindState::Phase::confirming || !state.problem.isEmpty();
+        });
         return owner.state(kind);
     }
 

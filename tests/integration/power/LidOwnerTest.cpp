@@ -32,15 +32,20 @@ TEST_F(LidOwnerTest, WhereLogindOwnsTheLidTheAppsOwnLockIsListed)
     EXPECT_TRUE(logindHolds(0));
 }
 
-TEST_F(LidOwnerTest, KdeKeepsTheLidAndCannotHandItBack)
+TEST_F(LidOwnerTest, KdeKeepsTheLidAndCannotHandItBackYetMayDoNothingWithIt)
 {
     START_LOGIND();
-    startDesktop("kde", "org.kde.Solid.PowerManagement");
+    auto& kde = startDesktop("kde", "org.kde.Solid.PowerManagement");
     auto owner = makeOwner();
     const auto found = owner->owner();
     EXPECT_EQ(found.desktop, LidSwitchOwner::Desktop::kde);
     EXPECT_EQ(found.who, "PowerDevil");
     EXPECT_FALSE(found.canHandOver);
+    EXPECT_FALSE(found.doesNothing) << "its lid action is to sleep";
+    kde.stop();
+    // PowerDevil's HandleButtonEvents says 0: "Do nothing".
+    startDesktop("kde", "org.kde.Solid.PowerManagement", 0.2, 0);
+    EXPECT_TRUE(owner->owner().doesNothing);
 }
 
 TEST_F(LidOwnerTest, MatesLockIsKnownByWhatItSaysNotByTheUserItIsSignedWith)

@@ -1,12 +1,16 @@
 // Sessions where logind is the only power service (sway, Hyprland, i3, a bare
 // X session), against the real systemd-logind: every kind is held by a lock
 // of its own, counts only once logind lists it, and stays held while logind
-// restarts.
+// restarts. On LXQt and a bare X session the display's lock is taken but
+// does not hold, and says so.
 #include "InhibitBusFixture.h"
+
+#include <tuple>
 
 using quillon::app::SleepAssertions;
 using quillon::platform::PowerAssertionState;
 using quillon::platform::PowerAssertionType;
+using quillon::platform::linux_::LinuxPowerAssertions;
 using quillon::test::displayReason;
 using quillon::test::LogindLock;
 using quillon::test::systemReason;
@@ -42,6 +46,30 @@ TEST_F(PlainLogindTest, EveryKindIsInForceOnceLogindListsItAndGoneWhenReleased)
     EXPECT_FALSE(logindLocks().contains(LogindLock{"idle", "Quillon", displayReason, "block"}));
     owner.stopAll();
     EXPECT_TRUE(logindHolds(0));
+}
+
+TEST_F(PlainLogindTest, OnLxqtAndBareXTheDisplayIsNotInForceAndSaysWhatBlanksTheScreen)
+{
+    START_LOGIND();
+    const QByteArray desktop = qgetenv("XDG_CURRENT_DESKTOP");
+    const QByteArray session = qgetenv("XDG_SESSION_TYPE");
+    for (const auto& [current, type, blanker] : {std::tuple{"LXQt", "x11", "LXQt's idle watcher ignores it"},
+             std::tuple{"", "x11", "the X server blanks the screen"}}) {
+        qputenv("XDG_CURRENT_DESKTOP", current);
+        qputenv("XDG_SESSION_TYPE", type);
+        SleepAssertions owner(std::make_shared<LinuxPowerAssertions>(sessionBus.connection(), systemBus.connection()));
+        ASSERT_TRUE(owner.start(Kind::display));
+        ASSERT_TRUE(owner.start(Kind::system));
+        const auto display = settled(owner, Kind::display);
+        EXPECT_EQ(display.phase, Phase::failed) << current;
+        EXPECT_TRUE(display.problem.contains(QString("logind: logind holds the lock, but ") + blanker))
+            << display.problem.toStdString();
+        // Sleep still goes through logind, and the display's lock is let go.
+        EXPECT_EQ(settled(owner, Kind::system).phase, Phase::inForce);
+        EXPECT_TRUE(logindHolds(1)) << current;
+    }
+    qputenv("XDG_CURRENT_DESKTOP", desktop);
+    qputenv("XDG_SESSION_TYPE", session);
 }
 
 TEST_F(PlainLogindTest, ALogindRestartKeepsEveryLockInForce)

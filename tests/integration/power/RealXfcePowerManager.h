@@ -1,5 +1,7 @@
 #pragma once
 
+#include "VirtualDisplay.h"
+
 #include "support/BusService.h"
 #include "support/RealLogind.h"
 
@@ -19,10 +21,9 @@ public:
         , m_system(system)
         , m_logind(logind)
     {
-        m_x.start("Xvfb", {"-displayfd", "1", "-nolisten", "tcp"});
-        if (!waitUntil([&] { return m_x.canReadLine() || m_x.state() == QProcess::NotRunning; }))
+        if (m_x.environment().isEmpty())
             return;
-        m_env = {"DISPLAY=:" + QString::fromLatin1(m_x.readLine()).trimmed(), "XDG_CONFIG_HOME=" + m_config.path()};
+        m_env = {m_x.environment(), "XDG_CONFIG_HOME=" + m_config.path()};
         m_xfconf = std::make_unique<BusService>(
             QUILLON_XFCONFD, QStringList{}, m_session, "org.xfce.Xfconf", m_system.address(), m_env);
         if (m_xfconf->started())
@@ -32,8 +33,6 @@ public:
     {
         m_powerManager.reset();
         m_xfconf.reset();
-        m_x.terminate();
-        m_x.waitForFinished(3000);
     }
 
     bool started() const { return m_powerManager && m_powerManager->started(); }
@@ -52,7 +51,7 @@ private:
     PrivateBus& m_system;
     const RealLogind& m_logind;
     QTemporaryDir m_config;
-    QProcess m_x;
+    VirtualDisplay m_x;
     QStringList m_env;
     std::unique_ptr<BusService> m_xfconf;
     std::unique_ptr<BusService> m_powerManager;

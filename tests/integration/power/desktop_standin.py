@@ -3,15 +3,19 @@
 behaves as the real one does in what the app relies on (taken from their
 sources and D-Bus interfaces, not run against them). One per process, chosen
 by the first argument; the second, if given, is how many seconds KDE's takes
-to apply an inhibition (5 in PowerDevil).
+to apply an inhibition (5 in PowerDevil); the third KDE's lid action (0 "Do
+nothing", 1 sleep).
 
   kde    KDE's PowerDevil: the PolicyAgent (AddInhibition, ReleaseInhibition,
-         HasInhibition, which answers true only once the delay has passed),
+         ListInhibitions as (who, why) from the call on, HasInhibition, which
+         answers true only once the delay has passed),
          the org.kde.Solid.PowerManagement name, and logind's lid lock
          ("handle-power-key:handle-lid-switch", block, who "PowerDevil"),
-         held for good: no interface makes PowerDevil leave the lid.
+         held for good: no interface makes PowerDevil leave the lid; its
+         HandleButtonEvents lidAction().
   xfce   Xfce's power manager: org.freedesktop.PowerManagement.Inhibit
-         (Inhibit, UnInhibit, HasInhibit, GetInhibitors; applied at once), the
+         (Inhibit, UnInhibit, HasInhibit, GetInhibitors naming the applications;
+         applied at once), the
          org.xfce.PowerManager name, Xfce's settings service org.xfce.Xfconf
          (GetProperty, SetProperty, ResetProperty), and logind's lid lock
          (who "xfce4-power-manager"), dropped while the setting
@@ -39,6 +43,7 @@ from gi.repository import GLib
 live = {}
 cookies = iter(range(21, 1 << 31))
 settle_s = float(sys.argv[2]) if len(sys.argv) > 2 else 0.0
+lid_action = int(sys.argv[3]) if len(sys.argv) > 3 else 1
 
 
 class LidLock:
@@ -66,7 +71,7 @@ class LidLock:
 class Probe(dbus.service.Object):
     @dbus.service.method('org.quillon.Test', out_signature='a(us)')
     def Inhibitions(self):
-        return dbus.Array([(dbus.UInt32(flags), reason) for flags, reason, _ in live.values()], signature='(us)')
+        return dbus.Array([(dbus.UInt32(flags), reason) for flags, reason, _, _ in live.values()], signature='(us)')
 
 
 class PolicyAgent(dbus.service.Object):
@@ -75,17 +80,28 @@ class PolicyAgent(dbus.service.Object):
     @dbus.service.method(IFACE, in_signature='uss', out_signature='u')
     def AddInhibition(self, types, who, why):
         cookie = next(cookies)
-        live[cookie] = (int(types), str(why), time.monotonic() + settle_s)
+        live[cookie] = (int(types), str(why), time.monotonic() + settle_s, str(who))
         return dbus.UInt32(cookie)
 
     @dbus.service.method(IFACE, in_signature='u')
     def ReleaseInhibition(self, cookie):
         live.pop(int(cookie), None)
 
+    @dbus.service.method(IFACE, out_signature='a(ss)')
+    def ListInhibitions(self):
+        # Every caller's, applied or not yet, as PowerDevil lists them.
+        return dbus.Array([(who, why) for _, why, _, who in live.values()], signature='(ss)')
+
     @dbus.service.method(IFACE, in_signature='u', out_signature='b')
     def HasInhibition(self, types):
         now = time.monotonic()
-        return any(held & types and since <= now for held, _, since in live.values())
+        return any(held & types and since <= now for held, _, since, _ in live.values())
+
+
+class HandleButtonEvents(dbus.service.Object):
+    @dbus.service.method('org.kde.Solid.PowerManagement.Actions.HandleButtonEvents', out_signature='i')
+    def lidAction(self):
+        return lid_action
 
 
 class FdoInhibit(dbus.service.Object):
@@ -94,7 +110,7 @@ class FdoInhibit(dbus.service.Object):
     @dbus.service.method(IFACE, in_signature='ss', out_signature='u')
     def Inhibit(self, application, reason):
         cookie = next(cookies)
-        live[cookie] = (4, str(reason), 0.0)
+        live[cookie] = (4, str(reason), 0.0, str(application))
         return dbus.UInt32(cookie)
 
     @dbus.service.method(IFACE, in_signature='u')
@@ -107,7 +123,7 @@ class FdoInhibit(dbus.service.Object):
 
     @dbus.service.method(IFACE, out_signature='as')
     def GetInhibitors(self):
-        return dbus.Array([reason for _, reason, _ in live.values()], signature='s')
+        return dbus.Array([app for _, _, _, app in live.values()], signature='s')
 
 
 class Xfconf(dbus.service.Object):
@@ -152,6 +168,7 @@ if __name__ == '__main__':
     if sys.argv[1] == 'kde':
         lid = LidLock('PowerDevil')
         keep.append(PolicyAgent(bus, '/org/kde/Solid/PowerManagement/PolicyAgent'))
+        keep.append(HandleButtonEvents(bus, '/org/kde/Solid/PowerManagement/Actions/HandleButtonEvents'))
         names = ['org.kde.Solid.PowerManagement.PolicyAgent', 'org.kde.Solid.PowerManagement']
     elif sys.argv[1] == 'mate':
         lid = LidLock(getpass.getuser(), 'Mate power manager handles these events')

@@ -12,7 +12,10 @@ private bus. One service per process, chosen by the first argument:
                  strips every flag
   screensaver    org.freedesktop.ScreenSaver: Inhibit / UnInhibit (cookies)
   gnome-session  org.gnome.SessionManager: Inhibit / Uninhibit (cookies),
-                 IsInhibited(flags)
+                 IsInhibited(flags), GetInhibitors, each inhibitor's
+                 GetAppId, GetReason and GetFlags
+  hung           KDE's PolicyAgent name, whose AddInhibition never answers,
+                 as a service that hangs
 
 org.quillon.Test.Inhibitions() at /org/quillon/Test lists the inhibitions in
 force as (flags, reason); the screen saver's are idle inhibitions (flags 8).
@@ -83,20 +86,58 @@ class ScreenSaver(dbus.service.Object):
         live.pop(int(cookie), None)
 
 
+class SessionInhibitor(dbus.service.Object):
+    IFACE = 'org.gnome.SessionManager.Inhibitor'
+
+    def __init__(self, bus, path, app_id, reason, flags):
+        super().__init__(bus, path)
+        self.app_id, self.reason, self.flags = app_id, reason, flags
+
+    @dbus.service.method(IFACE, out_signature='s')
+    def GetAppId(self):
+        return self.app_id
+
+    @dbus.service.method(IFACE, out_signature='s')
+    def GetReason(self):
+        return self.reason
+
+    @dbus.service.method(IFACE, out_signature='u')
+    def GetFlags(self):
+        return dbus.UInt32(self.flags)
+
+
 class GnomeSession(dbus.service.Object):
+    inhibitors = {}
+
     @dbus.service.method('org.gnome.SessionManager', in_signature='susu', out_signature='u')
     def Inhibit(self, app_id, toplevel_xid, reason, flags):
         cookie = next(cookies)
         live[cookie] = (int(flags), str(reason))
+        self.inhibitors[cookie] = SessionInhibitor(self.connection, '/org/gnome/SessionManager/Inhibitor%d' % cookie,
+                                                   str(app_id), str(reason), int(flags))
         return dbus.UInt32(cookie)
 
     @dbus.service.method('org.gnome.SessionManager', in_signature='u')
     def Uninhibit(self, cookie):
         live.pop(int(cookie), None)
+        gone = self.inhibitors.pop(int(cookie), None)
+        if gone:
+            gone.remove_from_connection()
+
+    @dbus.service.method('org.gnome.SessionManager', out_signature='ao')
+    def GetInhibitors(self):
+        return dbus.Array([i.__dbus_object_path__ for i in self.inhibitors.values()], signature='o')
 
     @dbus.service.method('org.gnome.SessionManager', in_signature='u', out_signature='b')
     def IsInhibited(self, flags):
         return any(held & flags for held, _ in live.values())
+
+
+class HungPolicyAgent(dbus.service.Object):
+    @dbus.service.method('org.kde.Solid.PowerManagement.PolicyAgent', in_signature='uss', out_signature='u',
+                         async_callbacks=('reply', 'error'))
+    def AddInhibition(self, types, who, why, reply, error):
+        pass  # never answers
 
 
 class RefusingPortal(Portal):
@@ -113,6 +154,8 @@ SERVICES = {
     'portal-silent': ('org.freedesktop.portal.Desktop', '/org/freedesktop/portal/desktop', SilentPortal),
     'screensaver': ('org.freedesktop.ScreenSaver', '/org/freedesktop/ScreenSaver', ScreenSaver),
     'gnome-session': ('org.gnome.SessionManager', '/org/gnome/SessionManager', GnomeSession),
+    'hung': ('org.kde.Solid.PowerManagement.PolicyAgent', '/org/kde/Solid/PowerManagement/PolicyAgent',
+             HungPolicyAgent),
 }
 
 if __name__ == '__main__':

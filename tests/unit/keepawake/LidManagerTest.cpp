@@ -105,6 +105,14 @@ TEST_F(LidManagerTest, APowerManagerThatKeepsTheLidIsNamedWithTheSettingToChange
     EXPECT_EQ(link.count("setLidStayAwake 1"), 0);
     EXPECT_EQ(lidOwner.handOvers, 0);
     EXPECT_EQ(liveAssertions(), 0);
+
+    // With its own lid action "Do nothing", a closed lid is held as it is.
+    lidOwner.current = {Desktop::kde, "PowerDevil", false, true};
+    lid().setEnabled(true);
+    EXPECT_TRUE(lid().enabled());
+    EXPECT_EQ(lid().holdState().phase, Phase::inForce);
+    EXPECT_TRUE(lid().holdState().through.contains("Do nothing")) << lid().holdState().through.toStdString();
+    EXPECT_EQ(link.count("setLidStayAwake 1"), 0);
 }
 
 TEST_F(LidManagerTest, XfceHandsTheLidBackFirstAndGetsItsSettingBackWhenOff)

@@ -1,0 +1,75 @@
+// MATE, against Debian's own mate-session and the real logind: keep-awake is
+// held by the session manager and confirmed in its own list of inhibitors.
+// MATE's power manager holds logind's lid lock whatever its lid action (its
+// lock here is the stand-in's), so the lid counts as held where that action,
+// read from MATE's own settings store, is "nothing".
+#include "LidOwnerFixture.h"
+#include "RealMateDesktop.h"
+
+#include <QDBusObjectPath>
+
+using quillon::app::SleepAssertions;
+using quillon::platform::LidSwitchOwner;
+using quillon::test::RealMateDesktop;
+using quillon::test::waitUntil;
+using Kind = SleepAssertions::Kind;
+using Phase = SleepAssertions::KindState::Phase;
+
+namespace {
+
+class MateDesktopTest : public quillon::test::LidOwnerFixture {
+protected:
+    void startMate()
+    {
+        if (!RealMateDesktop::installed())
+            GTEST_SKIP() << "mate-session-manager is not installed (scripts/setup-deps.sh installs it)";
+        mate = std::make_unique<RealMateDesktop>(sessionBus, systemBus);
+        for (const QString& setting : mate->environment())
+            qputenv(setting.section('=', 0, 0).toUtf8(), setting.section('=', 1).toUtf8());
+        ASSERT_TRUE(mate->started());
+    }
+    qsizetype sessionInhibitors()
+    {
+        const QDBusMessage reply = sessionBus.connection().call(QDBusMessage::createMethodCall(
+            "org.gnome.SessionManager", "/org/gnome/SessionManager", "org.gnome.SessionManager", "GetInhibitors"));
+        return qdbus_cast<QList<QDBusObjectPath>>(reply.arguments().value(0)).size();
+    }
+
+    std::unique_ptr<RealMateDesktop> mate;
+};
+
+TEST_F(MateDesktopTest, KeepAwakeIsHeldByTheSessionManagerAndListedThere)
+{
+    START_LOGIND();
+    ASSERT_NO_FATAL_FAILURE(startMate());
+    if (IsSkipped())
+        return;
+    SleepAssertions owner(backend);
+    ASSERT_TRUE(owner.start(Kind::system));
+    ASSERT_TRUE(owner.start(Kind::display));
+    for (const auto kind : {Kind::system, Kind::display}) {
+        const auto held = settled(owner, kind);
+        EXPECT_EQ(held.phase, Phase::inForce) << held.problem.toStdString();
+        EXPECT_EQ(held.through, "GNOME session");
+    }
+    EXPECT_EQ(sessionInhibitors(), 2);
+    owner.stopAll();
+    EXPECT_TRUE(waitUntil([&] { return sessionInhibitors() == 0; }));
+}
+
+TEST_F(MateDesktopTest, TheLidIsHeldOnlyWhereMatesOwnLidActionIsNothing)
+{
+    START_LOGIND();
+    ASSERT_NO_FATAL_FAILURE(startMate());
+    if (IsSkipped())
+        return;
+    startDesktop("mate", "org.mate.PowerManager");
+    auto lid = makeOwner();
+    ASSERT_TRUE(ownedBy(*lid, LidSwitchOwner::Desktop::mate));
+    EXPECT_EQ(lid->owner().who, "mate-power-manager");
+    EXPECT_FALSE(lid->owner().doesNothing) << "suspend";
+    mate->setLidAction("nothing");
+    EXPECT_TRUE(waitUntil([&] { return lid->owner().doesNothing; }));
+}
+
+} // namespace
