@@ -23,7 +23,9 @@ class Settings;
 // power, with an external display, or while one of a list of applications
 // runs; an application may also ask for a cooling profile while it runs.
 // Every outcome comes from evaluate(), run on each announced launch, exit
-// and screen change and every 5 seconds (power changes are not announced).
+// and screen change and every 5 seconds (power changes are not announced);
+// with applications listed, it asks which run and decides on the answer,
+// which the Linux probes give from a worker thread.
 //
 // Active means a rule holds and the system holds its assertions (system
 // and display, its own, so no other feature's are touched); a rule whose
@@ -118,6 +120,7 @@ private:
         bool operator==(const Reasons&) const = default;
     };
 
+    void decide(const QSet<QString>& running);
     void loadApps(const QList<TriggerApp>& stored);
     void storeApps();
     void inactive();

@@ -1,12 +1,11 @@
 #include "LinuxRunningApps.h"
 
-#include "AppProcessMatcher.h"
-
 #include <QDBusMessage>
 #include <QDBusPendingCall>
+#include <QPromise>
+#include <QThreadPool>
 #include <algorithm>
 #include <unistd.h>
-#include <vector>
 
 namespace quillon::platform::linux_ {
 
@@ -27,10 +26,12 @@ LinuxRunningApps::LinuxRunningApps(
     QStringList dataDirs, QString procRoot, const QDBusConnection& sessionBus, QObject* parent)
     : RunningApps(parent)
     , m_index(std::move(dataDirs))
-    , m_processes(procRoot)
+    , m_table(std::make_shared<Table>())
     , m_liveProc(procRoot == QLatin1String("/proc"))
     , m_bus(sessionBus)
 {
+    m_table->processes = ProcessTable(procRoot);
+    connect(&m_answer, &QFutureWatcherBase::finished, this, &LinuxRunningApps::onAnswer);
     connect(&m_ends, &LinuxProcessWatcher::exited, this, &RunningApps::changed);
     // Newly read entries may name an application that already runs.
     connect(&m_index, &DesktopEntryIndex::changed, this, &RunningApps::changed);
@@ -49,33 +50,79 @@ void LinuxRunningApps::onUnit(const QString& name)
         emit changed();
 }
 
-QSet<QString> LinuxRunningApps::running(const QStringList& ids)
+LinuxRunningApps::Ask LinuxRunningApps::askFor(const QStringList& ids) const
 {
-    QSet<QString> found;
-    if (ids.isEmpty())
-        return found;
-    std::vector<std::pair<QString, AppProcessMatcher>> wanted;
-    bool withFlatpak = false;
+    Ask ask;
     for (const QString& id : ids) {
-        wanted.emplace_back(id, AppProcessMatcher(id, m_index.find(id)));
-        withFlatpak = withFlatpak || wanted.back().second.wantsFlatpak();
+        ask.wanted.emplace_back(id, AppProcessMatcher(id, m_index.find(id)));
+        ask.withFlatpak = ask.withFlatpak || ask.wanted.back().second.wantsFlatpak();
     }
-    for (const ProcessTable::Process& process : m_processes.read(::getuid(), withFlatpak)) {
-        for (auto it = wanted.begin(); it != wanted.end();) {
+    return ask;
+}
+
+LinuxRunningApps::Answer LinuxRunningApps::match(Table& table, Ask ask)
+{
+    Answer answer;
+    if (ask.wanted.empty())
+        return answer;
+    const QMutexLocker locked(&table.lock);
+    for (const ProcessTable::Process& process : table.processes.read(::getuid(), ask.withFlatpak)) {
+        for (auto it = ask.wanted.begin(); it != ask.wanted.end();) {
             if (it->second.matches(process)) {
-                found.insert(it->first);
-                QString gone;
-                if (m_liveProc)
-                    m_ends.watch(process.pid, gone);
-                it = wanted.erase(it);
+                answer.found.insert(it->first);
+                answer.pids.append(process.pid);
+                it = ask.wanted.erase(it);
             } else {
                 ++it;
             }
         }
-        if (wanted.empty())
+        if (ask.wanted.empty())
             break;
     }
-    return found;
+    return answer;
+}
+
+void LinuxRunningApps::watch(const QList<qint64>& pids)
+{
+    if (!m_liveProc)
+        return;
+    for (const qint64 pid : pids) {
+        QString gone;
+        m_ends.watch(pid, gone);
+    }
+}
+
+QSet<QString> LinuxRunningApps::running(const QStringList& ids)
+{
+    const Answer answer = match(*m_table, askFor(ids));
+    watch(answer.pids);
+    return answer.found;
+}
+
+void LinuxRunningApps::lookUp(const QStringList& ids)
+{
+    if (m_answer.isRunning()) {
+        m_nextAsk = ids;
+        return;
+    }
+    auto promise = std::make_shared<QPromise<Answer>>();
+    promise->start();
+    m_answer.setFuture(promise->future());
+    QThreadPool::globalInstance()->start([promise, table = m_table, ask = askFor(ids)]() mutable {
+        promise->addResult(match(*table, std::move(ask)));
+        promise->finish();
+    });
+}
+
+void LinuxRunningApps::onAnswer()
+{
+    const Answer answer = m_answer.future().resultCount() > 0 ? m_answer.result() : Answer{};
+    watch(answer.pids);
+    emit found(answer.found);
+    if (m_nextAsk) {
+        const QStringList ids = *std::exchange(m_nextAsk, std::nullopt);
+        lookUp(ids);
+    }
 }
 
 QList<RunningApps::App> LinuxRunningApps::installed()

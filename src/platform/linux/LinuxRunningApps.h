@@ -1,11 +1,17 @@
 #pragma once
 
+#include "AppProcessMatcher.h"
 #include "DesktopEntryIndex.h"
 #include "LinuxProcessWatcher.h"
 #include "ProcessTable.h"
 #include "platform/RunningApps.h"
 
 #include <QDBusConnection>
+#include <QFutureWatcher>
+#include <QMutex>
+#include <memory>
+#include <optional>
+#include <vector>
 
 namespace quillon::platform::linux_ {
 
@@ -14,7 +20,9 @@ namespace quillon::platform::linux_ {
 // are announced at once where the user's systemd manager puts applications
 // into units of their own (it announces each app scope and service); the
 // end of a process found running is announced at once everywhere (its
-// pidfd); other launches callers find at their next poll.
+// pidfd); other launches callers find at their next poll. lookUp() reads
+// /proc on the global thread pool, one read at a time; asks that come
+// while one runs are answered by one more read after it.
 class LinuxRunningApps : public RunningApps {
     Q_OBJECT
 public:
@@ -24,6 +32,7 @@ public:
         QStringList dataDirs, QString procRoot, const QDBusConnection& sessionBus, QObject* parent = nullptr);
 
     QSet<QString> running(const QStringList& ids) override;
+    void lookUp(const QStringList& ids) override;
     QList<App> installed() override;
     std::optional<App> find(const QString& id) override;
 
@@ -33,8 +42,29 @@ private slots:
     void onUnit(const QString& name);
 
 private:
+    struct Table {
+        QMutex lock; // held by the one read at a time
+        ProcessTable processes;
+    };
+    struct Answer {
+        QSet<QString> found;
+        QList<qint64> pids; // one process of each application found
+    };
+    // The matchers of the ids asked, copied from the entries, so a read on
+    // another thread never sees the index change under it.
+    struct Ask {
+        std::vector<std::pair<QString, AppProcessMatcher>> wanted;
+        bool withFlatpak = false;
+    };
+    Ask askFor(const QStringList& ids) const;
+    static Answer match(Table& table, Ask ask);
+    void watch(const QList<qint64>& pids);
+    void onAnswer();
+
     DesktopEntryIndex m_index;
-    ProcessTable m_processes;
+    std::shared_ptr<Table> m_table; // shared with a read still running after this is gone
+    QFutureWatcher<Answer> m_answer;
+    std::optional<QStringList> m_nextAsk;
     LinuxProcessWatcher m_ends; // one process of each application found running
     bool m_liveProc;            // the system's own /proc, not a captured one
     QDBusConnection m_bus;
