@@ -157,10 +157,10 @@ HelperInstaller::HelperInstaller(platform::PrivilegedRunner& runner, QString bun
 {
 }
 
-QString HelperInstaller::bundledHelperFor(const QString& appDir)
+QString HelperInstaller::bundledProgram(const QString& appDir, const QString& name)
 {
-    const QString beside = appDir + QStringLiteral("/quillon-helper");
-    const QString libexec = appDir + QStringLiteral("/../libexec/quillon/quillon-helper");
+    const QString beside = appDir + QLatin1Char('/') + name;
+    const QString libexec = appDir + QStringLiteral("/../libexec/quillon/") + name;
     return QFileInfo(beside).isFile() || !QFileInfo(libexec).isFile() ? beside : QFileInfo(libexec).canonicalFilePath();
 }
 

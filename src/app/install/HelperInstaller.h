@@ -34,7 +34,12 @@ public:
 
     // The helper shipped with the app in appDir: beside it (a build tree, a
     // `cmake --install` into one folder), else in ../libexec/quillon.
-    static QString bundledHelperFor(const QString& appDir);
+    static QString bundledHelperFor(const QString& appDir)
+    {
+        return bundledProgram(appDir, QStringLiteral("quillon-helper"));
+    }
+    // Any program shipped with the app, found as the helper is.
+    static QString bundledProgram(const QString& appDir, const QString& name);
 
     // Both the installed helper and its unit are there; nothing more is checked.
     bool isInstalled() const;
