@@ -1,9 +1,9 @@
 #pragma once
 
+#include "ui/QmlView.h"
+
 #include <QObject>
 #include <memory>
-
-class QQuickView;
 
 namespace quillon::ui {
 
@@ -24,13 +24,13 @@ public:
     // Reloads the title and every qsTr text (after a change of language).
     void retranslate();
     // The window, once made; null before the first show.
-    QQuickView* window() const { return m_window.get(); }
+    QQuickView* window() const { return m_window ? m_window->get() : nullptr; }
 
 private:
     void create();
 
     SettingsView& m_view;
-    std::unique_ptr<QQuickView> m_window;
+    std::unique_ptr<QmlView> m_window;
 };
 
 } // namespace quillon::ui

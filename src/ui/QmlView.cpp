@@ -1,0 +1,49 @@
+#include "QmlView.h"
+
+#include "panel/AppIconProvider.h"
+
+#include <QQmlEngine>
+
+namespace quillon::ui {
+
+namespace {
+
+std::weak_ptr<QQmlEngine>& engineInUse()
+{
+    static std::weak_ptr<QQmlEngine> engine;
+    return engine;
+}
+
+std::shared_ptr<QQmlEngine> engine()
+{
+    if (auto existing = engineInUse().lock())
+        return existing;
+    auto made = std::make_shared<QQmlEngine>();
+    made->addImageProvider(QStringLiteral("appicon"), new AppIconProvider); // owned by the engine
+    engineInUse() = made;
+    return made;
+}
+
+} // namespace
+
+QmlView::QmlView(const QString& source, const QVariantMap& properties, QQuickView::ResizeMode mode)
+    : m_engine(engine())
+    , m_view(std::make_unique<QQuickView>(m_engine.get(), nullptr))
+{
+    m_view->setResizeMode(mode);
+    m_view->setInitialProperties(properties);
+    m_view->setSource(QUrl(source));
+    if (m_view->status() == QQuickView::Error) {
+        for (const QQmlError& error : m_view->errors())
+            qWarning().noquote() << error.toString();
+    }
+}
+
+QmlView::~QmlView() = default;
+
+QQmlEngine* QmlView::sharedEngine()
+{
+    return engineInUse().lock().get();
+}
+
+} // namespace quillon::ui
