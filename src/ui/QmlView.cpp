@@ -41,6 +41,20 @@ QmlView::QmlView(const QString& source, const QVariantMap& properties, QQuickVie
 
 QmlView::~QmlView() = default;
 
+void QmlView::expireWhenHiddenFor(int ms)
+{
+    m_expiry.setSingleShot(true);
+    m_expiry.setInterval(ms);
+    // Queued: the owner deletes this, which it cannot while the timer is firing.
+    connect(&m_expiry, &QTimer::timeout, this, &QmlView::expired, Qt::QueuedConnection);
+    connect(m_view.get(), &QWindow::visibleChanged, &m_expiry, [this](bool shown) {
+        if (shown)
+            m_expiry.stop();
+        else
+            m_expiry.start();
+    });
+}
+
 QQmlEngine* QmlView::sharedEngine()
 {
     return engineInUse().lock().get();

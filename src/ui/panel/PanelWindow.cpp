@@ -15,12 +15,6 @@ PanelWindow::PanelWindow(QVariantMap objects, QObject* parent)
     : QObject(parent)
     , m_objects(std::move(objects))
 {
-    m_release.setSingleShot(true);
-    m_release.setInterval(releaseAfterMs);
-    connect(&m_release, &QTimer::timeout, this, [this] {
-        if (m_view && !m_view->get()->isVisible())
-            m_view.reset();
-    });
 }
 
 PanelWindow::~PanelWindow() = default;
@@ -43,13 +37,9 @@ void PanelWindow::create()
         if (view->isVisible())
             place();
     });
-    connect(view, &QWindow::visibleChanged, this, [this](bool shown) {
-        if (shown)
-            m_release.stop();
-        else
-            m_release.start();
-        emit shownChanged(shown);
-    });
+    connect(view, &QWindow::visibleChanged, this, &PanelWindow::shownChanged);
+    m_view->expireWhenHiddenFor(m_releaseAfterMs);
+    connect(m_view.get(), &QmlView::expired, this, [this] { m_view.reset(); });
 }
 
 void PanelWindow::place()

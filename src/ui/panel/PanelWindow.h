@@ -5,7 +5,6 @@
 #include <QElapsedTimer>
 #include <QObject>
 #include <QRect>
-#include <QTimer>
 #include <QVariantMap>
 #include <memory>
 
@@ -41,7 +40,7 @@ public:
     // The window while it is loaded; null before the first show and once released.
     QQuickView* view() const { return m_view ? m_view->get() : nullptr; }
     // How long the closed panel's window is kept (shorter in tests).
-    void setReleaseDelay(int ms) { m_release.setInterval(ms); }
+    void setReleaseDelay(int ms) { m_releaseAfterMs = ms; }
 
 signals:
     void shownChanged(bool shown);
@@ -52,7 +51,7 @@ private:
 
     QVariantMap m_objects;
     std::unique_ptr<QmlView> m_view;
-    QTimer m_release;
+    int m_releaseAfterMs = releaseAfterMs;
     QRect m_icon;
     QElapsedTimer m_lostFocus;
 };

@@ -20,6 +20,8 @@ void SettingsController::create()
     m_window = std::make_unique<QmlView>(QStringLiteral("qrc:/qml/Settings.qml"),
         QVariantMap{{QStringLiteral("settings"), QVariant::fromValue<QObject*>(&m_view)}},
         QQuickView::SizeViewToRootObject);
+    m_window->expireWhenHiddenFor(m_releaseAfterMs);
+    connect(m_window.get(), &QmlView::expired, this, [this] { m_window.reset(); });
     retranslate();
 }
 
