@@ -4,8 +4,9 @@
 //   1. start-up: from starting `quillon` to its icon in the tray (median of
 //      several launches), and the same for `quillon --demo`, which first
 //      starts its own simulated Mac and helper;
-//   2. resident memory of the app (panel never opened, then after it was
-//      shown once) and of the helper;
+//   2. resident memory of the app (panel never opened; with the panel, the
+//      settings window and the welcome window open; a minute after each
+//      closed, when its QML is released) and of the helper;
 //   3. CPU time of the app and the helper over a minute idle, panel closed
 //      (never opened, and again after it was shown once), and the app's
 //      requests to the helper per second;
@@ -24,6 +25,7 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QHash>
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QTest>
@@ -76,27 +78,56 @@ double residentMiB(qint64 pid)
     return 0;
 }
 
-// CPU time so far, in seconds: the scheduler's nanosecond count summed over
-// the process's threads, else (no schedstat) user plus system time in ticks.
-double cpuSeconds(qint64 pid)
+// CPU time so far of each thread, in seconds, by thread id: the scheduler's
+// nanosecond counts, else (no schedstat) user plus system time in ticks of
+// the whole process (under id 0).
+QHash<QString, double> threadCpu(qint64 pid)
 {
-    double nanoseconds = 0;
-    bool counted = false;
+    QHash<QString, double> seconds;
     const QString tasks = QStringLiteral("/proc/%1/task").arg(pid);
     for (const QString& task : QDir(tasks).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
         QFile schedstat(tasks + "/" + task + "/schedstat");
-        if (schedstat.open(QIODevice::ReadOnly)) {
-            nanoseconds += schedstat.readAll().split(' ').first().toDouble();
-            counted = true;
-        }
+        if (schedstat.open(QIODevice::ReadOnly))
+            seconds.insert(task, schedstat.readAll().split(' ').first().toDouble() / 1e9);
     }
-    if (counted)
-        return nanoseconds / 1e9;
+    if (!seconds.isEmpty())
+        return seconds;
     const QStringList fields = quillon::test::processStat(pid);
-    if (fields.size() < 13)
-        return 0;
-    return (fields[11].toDouble() + fields[12].toDouble()) / static_cast<double>(::sysconf(_SC_CLK_TCK));
+    if (fields.size() >= 13) {
+        seconds.insert("0",
+            (fields[11].toDouble() + fields[12].toDouble()) / static_cast<double>(::sysconf(_SC_CLK_TCK)));
+    }
+    return seconds;
 }
+
+// The CPU time a process uses from now on. Sampled twice a second, so a
+// thread that ends meanwhile (a thread pool's idle worker) keeps what it used.
+class CpuMeter {
+public:
+    explicit CpuMeter(qint64 pid)
+        : m_pid(pid)
+        , m_start(threadCpu(pid))
+    {
+    }
+    void sample()
+    {
+        const QHash<QString, double> now = threadCpu(m_pid);
+        for (auto it = now.begin(); it != now.end(); ++it)
+            m_last.insert(it.key(), it.value());
+    }
+    double seconds() const
+    {
+        double total = 0;
+        for (auto it = m_last.begin(); it != m_last.end(); ++it)
+            total += it.value() - m_start.value(it.key(), 0.0);
+        return total;
+    }
+
+private:
+    qint64 m_pid;
+    QHash<QString, double> m_start;
+    QHash<QString, double> m_last;
+};
 
 // One tray app with a session bus and a home of its own, whose user has
 // completed this version's intro (so the welcome window stays shut).
@@ -154,13 +185,32 @@ struct Usage {
 
 Usage measure(qint64 app, qint64 helper, std::chrono::milliseconds window)
 {
-    const double appBefore = cpuSeconds(app);
-    const double helperBefore = cpuSeconds(helper);
+    CpuMeter appCpu(app);
+    CpuMeter helperCpu(helper);
     QElapsedTimer clock;
     clock.start();
-    QTest::qWait(static_cast<int>(window.count()));
-    return {
-        static_cast<double>(clock.elapsed()) / 1000.0, cpuSeconds(app) - appBefore, cpuSeconds(helper) - helperBefore};
+    while (clock.elapsed() < window.count()) {
+        QTest::qWait(static_cast<int>(std::min<qint64>(500, window.count() - clock.elapsed())));
+        appCpu.sample();
+        helperCpu.sample();
+    }
+    return {static_cast<double>(clock.elapsed()) / 1000.0, appCpu.seconds(), helperCpu.seconds()};
+}
+
+// The app's windows that are no tray icon.
+QList<XDisplay::Window> appWindows(const XDisplay& display)
+{
+    QList<XDisplay::Window> windows = display.visibleWindows("quillon");
+    windows.removeIf([](const XDisplay::Window& w) { return w.frame.width() <= kIconMaxSide; });
+    return windows;
+}
+
+// Waits until `since` is a minute and a few seconds old: a closed window's QML is released by then.
+void waitPastRelease(const QElapsedTimer& since)
+{
+    constexpr qint64 kReleasedAfterMs = 65000;
+    if (since.elapsed() < kReleasedAfterMs)
+        QTest::qWait(static_cast<int>(kReleasedAfterMs - since.elapsed()));
 }
 
 void row(const char* what, double value, const char* unit, int decimals = 1)
@@ -185,6 +235,12 @@ int main(int argc, char** argv)
     }
     QTemporaryDir home;
     const QStringList helperEnv = helper.environment();
+    // The application automation lists later; its folder must be there before the app starts.
+    QDir().mkpath(home.path() + "/.local/share/applications");
+    QFile entry(home.path() + "/.local/share/applications/org.quillon.BenchEditor.desktop");
+    if (entry.open(QIODevice::WriteOnly))
+        entry.write("[Desktop Entry]\nType=Application\nName=Bench Editor\nExec=/opt/bench/editor %F\n");
+    entry.close();
 
     std::printf("Quillon tray app, %s\n\n", quick ? "quick run" : "full run");
 
@@ -237,11 +293,49 @@ int main(int argc, char** argv)
     QTest::qWait(3000);
     const double residentAfterPanel = residentMiB(appPid);
     clickIcon(display);
+    QElapsedTimer shut;
+    shut.start();
     QTest::qWait(1000);
     const Usage after = measure(appPid, helperPid, idle);
+    const double residentPanelJustClosed = residentMiB(appPid);
+    waitPastRelease(shut);
+    const double residentPanelReleased = residentMiB(appPid);
     std::printf("\nAfter the panel was shown once and closed again:\n");
-    row("app resident memory", residentAfterPanel, "MiB");
+    row("app resident memory, panel open", residentAfterPanel, "MiB");
+    row("app resident memory, panel closed a few seconds", residentPanelJustClosed, "MiB");
+    row("app resident memory, panel closed a minute", residentPanelReleased, "MiB");
     row("app CPU time per minute, panel closed", after.appCpu * 60.0 / after.seconds * 1000.0, "ms");
+
+    // The settings window, opened and closed (Ctrl+W).
+    app.ctl({"settings"});
+    QTest::qWait(3000);
+    const double residentSettings = residentMiB(appPid);
+    for (const XDisplay::Window& w : appWindows(display))
+        display.key(w, "ctrl+w");
+    shut.start();
+    waitPastRelease(shut);
+    const double residentSettingsReleased = residentMiB(appPid);
+    row("app resident memory, settings window open", residentSettings, "MiB");
+    row("app resident memory, settings window closed a minute", residentSettingsReleased, "MiB");
+    // The welcome window, as a new user's first launch shows it, closed with Escape.
+    {
+        QTemporaryDir newUser;
+        App first(display, helperEnv, newUser.path());
+        QSettings(newUser.path() + "/config/quillon/Quillon.ini", QSettings::IniFormat).remove("onboardingSeenVersion");
+        if (first.startUntilIcon({}) >= 0) {
+            quillon::test::waitUntil([&] { return !appWindows(display).isEmpty(); }, 10s);
+            QTest::qWait(2000);
+            const double residentWelcome = residentMiB(first.process.pid());
+            for (const XDisplay::Window& w : appWindows(display))
+                display.key(w, "Escape");
+            shut.start();
+            waitPastRelease(shut);
+            row("a new user's app, welcome window open", residentWelcome, "MiB");
+            row("a new user's app, welcome window closed a minute", residentMiB(first.process.pid()), "MiB");
+        }
+    }
+    const Usage rest = measure(appPid, helperPid, idle);
+    row("app CPU time per minute, at rest again", rest.appCpu * 60.0 / rest.seconds * 1000.0, "ms");
 
     // Render Mode: the overlay on the screen, the queue polled every 3 s.
     const auto childrenCpu = [&] {
@@ -265,11 +359,6 @@ int main(int argc, char** argv)
     row("CPU time per minute of the Python runs it waits for", python * 60.0 / rendering.seconds * 1000.0, "ms");
     row("resident memory the overlay adds", residentWithOverlay - residentAfterPanel, "MiB");
     // Automation on, with an installed application listed that does not run.
-    QDir().mkpath(home.path() + "/.local/share/applications");
-    QFile entry(home.path() + "/.local/share/applications/org.quillon.BenchEditor.desktop");
-    if (entry.open(QIODevice::WriteOnly))
-        entry.write("[Desktop Entry]\nType=Application\nName=Bench Editor\nExec=/opt/bench/editor %F\n");
-    entry.close();
     if (app.ctl({"auto", "add", "org.quillon.BenchEditor", "--cooling", "max"}).exitCode != 0
         || app.ctl({"auto", "on"}).exitCode != 0) {
         std::fprintf(stderr, "automation could not be switched on\n");
@@ -277,7 +366,8 @@ int main(int argc, char** argv)
     }
     QTest::qWait(1000);
     const Usage automation = measure(appPid, helperPid, idle);
-    std::printf("\nAutomation on, one listed application not running, panel closed:\n");
+    std::printf("\nAutomation on, one listed application not running, panel closed, %d processes:\n",
+        static_cast<int>(QDir("/proc").entryList({"[0-9]*"}, QDir::Dirs).size()));
     row("app CPU time per minute", automation.appCpu * 60.0 / automation.seconds * 1000.0, "ms");
     row("app CPU load", automation.appCpu / automation.seconds * 100.0, "% of one core", 3);
     return 0;

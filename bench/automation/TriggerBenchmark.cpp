@@ -1,6 +1,6 @@
 // What one evaluation of the automation rules costs, measured, never
 // asserted: the real TriggerManager over the real Linux probes, on a
-// generated /proc of 300 and of 3,000 processes and 200 desktop entries
+// generated /proc of 100, 300 and 3,000 processes and 200 desktop entries
 // (five listed apps, none running, so every process is looked at), and on
 // this machine's own /proc and XDG data directories: the CPU time of the
 // whole evaluation (the /proc read runs on a worker thread) and the part of
@@ -27,13 +27,13 @@
 #include <cstdio>
 #include <ctime>
 #include <string_view>
+#include <vector>
 
 namespace {
 
 using namespace quillon;
 
-constexpr int kFewProcesses = 300;
-constexpr int kManyProcesses = 3000;
+constexpr int kProcessCounts[] = {100, 300, 3000};
 constexpr int kEntries = 200;
 constexpr int kManyEntries = 10000;
 
@@ -176,8 +176,9 @@ int main(int argc, char** argv)
         waitForReads(apps.index(), 1);
         return measure(apps, times);
     };
-    const Figures fewFigures = generated(kFewProcesses, rounds);
-    const Figures manyFigures = generated(kManyProcesses, rounds / 10);
+    std::vector<std::pair<int, Figures>> generatedFigures;
+    for (const int count : kProcessCounts)
+        generatedFigures.emplace_back(count, generated(count, count > 1000 ? rounds / 10 : rounds));
 
     platform::linux_::LinuxRunningApps machine(
         platform::linux_::DesktopEntryIndex::fromEnvironment(), "/proc", QDBusConnection(QStringLiteral("none")));
@@ -205,12 +206,14 @@ int main(int argc, char** argv)
     const qsizetype entries = machine.index().entries().size();
 
     std::printf("Automation: CPU time of one evaluate (AC and display rules on, 5 listed apps, none running)\n");
-    for (const auto& [count, figures] : {std::pair(kFewProcesses, fewFigures), std::pair(kManyProcesses, manyFigures)}) {
+    for (const auto& [count, figures] : generatedFigures) {
         const QString what = QString("%1 processes, 200 desktop entries: ").arg(count);
         std::printf("  %-62s %8.3f ms\n", qPrintable(what + "first"), figures.first);
         std::printf("  %-62s %8.3f ms (%.1f µs per process)\n", qPrintable(what + "each one after"),
             figures.steady, figures.steady * 1000.0 / count);
         std::printf("  %-62s %8.3f ms\n", qPrintable(what + "of it on the calling thread"), figures.gui);
+        std::printf("  %-62s %8.1f ms\n", qPrintable(what + "per minute (one evaluation every 5 s)"),
+            figures.steady * 60000.0 / app::TriggerManager::pollIntervalMs);
     }
     std::printf("  %-62s %8.3f ms (%.3f ms on the calling thread)\n",
         qPrintable(QString("this machine (%1 processes, %2 entries): each one").arg(processes).arg(entries)),

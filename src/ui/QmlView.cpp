@@ -3,6 +3,7 @@
 #include "panel/AppIconProvider.h"
 
 #include <QQmlEngine>
+#include <malloc.h>
 
 namespace quillon::ui {
 
@@ -39,7 +40,16 @@ QmlView::QmlView(const QString& source, const QVariantMap& properties, QQuickVie
     }
 }
 
-QmlView::~QmlView() = default;
+QmlView::~QmlView()
+{
+    m_view.reset();
+    const bool lastWindow = m_engine.use_count() == 1;
+    m_engine.reset();
+    // The allocator keeps what a scene freed for later; with no window
+    // left there is no later soon, so it goes back to the system.
+    if (lastWindow)
+        ::malloc_trim(0);
+}
 
 void QmlView::expireWhenHiddenFor(int ms)
 {
