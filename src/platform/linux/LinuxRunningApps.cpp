@@ -27,14 +27,15 @@ LinuxRunningApps::LinuxRunningApps(
     : RunningApps(parent)
     , m_index(std::move(dataDirs))
     , m_table(std::make_shared<Table>())
+    , m_procRoot(procRoot)
     , m_liveProc(procRoot == QLatin1String("/proc"))
     , m_bus(sessionBus)
 {
     m_table->processes = ProcessTable(procRoot);
     connect(&m_answer, &QFutureWatcherBase::finished, this, &LinuxRunningApps::onAnswer);
-    connect(&m_ends, &LinuxProcessWatcher::exited, this, &RunningApps::changed);
+    connect(&m_ends, &LinuxProcessWatcher::exited, this, &LinuxRunningApps::announce);
     // Newly read entries may name an application that already runs.
-    connect(&m_index, &DesktopEntryIndex::changed, this, &RunningApps::changed);
+    connect(&m_index, &DesktopEntryIndex::changed, this, &LinuxRunningApps::announce);
     if (!m_bus.isConnected())
         return;
     for (const char* signal : {"UnitNew", "UnitRemoved"}) {
@@ -47,7 +48,13 @@ LinuxRunningApps::LinuxRunningApps(
 void LinuxRunningApps::onUnit(const QString& name)
 {
     if (name.startsWith(QLatin1String("app-")) || name.startsWith(QLatin1String("snap.")))
-        emit changed();
+        announce();
+}
+
+void LinuxRunningApps::announce()
+{
+    m_announcedSince = true;
+    emit changed();
 }
 
 LinuxRunningApps::Ask LinuxRunningApps::askFor(const QStringList& ids) const
@@ -60,13 +67,17 @@ LinuxRunningApps::Ask LinuxRunningApps::askFor(const QStringList& ids) const
     return ask;
 }
 
-LinuxRunningApps::Answer LinuxRunningApps::match(Table& table, Ask ask)
+LinuxRunningApps::Answer LinuxRunningApps::match(Table& table, const QStringList& ids, Ask ask)
 {
     Answer answer;
+    answer.ids = ids;
     if (ask.wanted.empty())
         return answer;
     const QMutexLocker locked(&table.lock);
-    for (const ProcessTable::Process& process : table.processes.read(::getuid(), ask.withFlatpak)) {
+    const QList<ProcessTable::Process> processes = table.processes.read(::getuid(), ask.withFlatpak);
+    answer.lastPid = table.processes.lastPidSeen();
+    answer.settled = table.processes.settled();
+    for (const ProcessTable::Process& process : processes) {
         for (auto it = ask.wanted.begin(); it != ask.wanted.end();) {
             if (it->second.matches(process)) {
                 answer.found.insert(it->first);
@@ -94,7 +105,7 @@ void LinuxRunningApps::watch(const QList<qint64>& pids)
 
 QSet<QString> LinuxRunningApps::running(const QStringList& ids)
 {
-    const Answer answer = match(*m_table, askFor(ids));
+    const Answer answer = match(*m_table, ids, askFor(ids));
     watch(answer.pids);
     return answer.found;
 }
@@ -105,11 +116,17 @@ void LinuxRunningApps::lookUp(const QStringList& ids)
         m_nextAsk = ids;
         return;
     }
+    if (m_last && !m_announcedSince && m_last->settled && m_last->lastPid != 0 && m_last->ids == ids
+        && ProcessTable::lastPid(m_procRoot) == m_last->lastPid) {
+        emit found(m_last->found);
+        return;
+    }
+    m_announcedSince = false;
     auto promise = std::make_shared<QPromise<Answer>>();
     promise->start();
     m_answer.setFuture(promise->future());
-    QThreadPool::globalInstance()->start([promise, table = m_table, ask = askFor(ids)]() mutable {
-        promise->addResult(match(*table, std::move(ask)));
+    QThreadPool::globalInstance()->start([promise, table = m_table, ids, ask = askFor(ids)]() mutable {
+        promise->addResult(match(*table, ids, std::move(ask)));
         promise->finish();
     });
 }
@@ -117,6 +134,7 @@ void LinuxRunningApps::lookUp(const QStringList& ids)
 void LinuxRunningApps::onAnswer()
 {
     const Answer answer = m_answer.future().resultCount() > 0 ? m_answer.result() : Answer{};
+    m_last = answer;
     watch(answer.pids);
     emit found(answer.found);
     if (m_nextAsk) {

@@ -147,6 +147,13 @@ QString ProcessTable::flatpakName(const QByteArray& info)
     return {};
 }
 
+qint64 ProcessTable::lastPid(const QString& procRoot)
+{
+    // "0.10 0.05 0.01 1/123 4567"
+    const QByteArray text = readSmall(AT_FDCWD, QFile::encodeName(procRoot) + "/loadavg").trimmed();
+    return text.mid(text.lastIndexOf(' ') + 1).toLongLong();
+}
+
 QStringList ProcessTable::scopeIdsOf(const QString& cgroup)
 {
     QStringList ids;
@@ -194,10 +201,14 @@ ProcessTable::Process ProcessTable::readFully(
 QList<ProcessTable::Process> ProcessTable::read(uid_t uid, bool withFlatpak)
 {
     QList<Process> processes;
+    // Before the listing: a process started while it runs shows as a newer pid next time.
+    m_lastPid = lastPid(m_procRoot);
+    m_settled = false;
     const QByteArray root = QFile::encodeName(m_procRoot);
     DIR* dir = ::opendir(root.constData());
     if (!dir)
         return processes;
+    bool settled = true;
     const int dirFd = ::dirfd(dir);
     const double uptime = uptimeOf(root);
     const double ticks = static_cast<double>(::sysconf(_SC_CLK_TCK));
@@ -226,6 +237,7 @@ QList<ProcessTable::Process> ProcessTable::read(uid_t uid, bool withFlatpak)
             now.process = readFully(dirFd, folder, pid, stat.startTime != 0 ? stat.comm : QString(), withFlatpak);
         }
         // Gone before anything could be read (or a kernel thread): nothing to match.
+        settled = settled && now.settled;
         const Process& process = now.process;
         if (process.exe.isEmpty() && process.argv0.isEmpty() && process.comm.isEmpty())
             continue;
@@ -235,6 +247,7 @@ QList<ProcessTable::Process> ProcessTable::read(uid_t uid, bool withFlatpak)
     }
     ::closedir(dir);
     m_known = std::move(known);
+    m_settled = settled;
     return processes;
 }
 

@@ -48,6 +48,13 @@ public:
 
     // Processes read in full (not from what an earlier read kept), in all reads so far.
     int fullReads() const { return m_fullReads; }
+    // Whether the last read may be answered again as long as no process
+    // started since: it saw no process young enough to change yet.
+    bool settled() const { return m_settled; }
+    // The pid the kernel gave last (the last field of the tree's loadavg),
+    // as read when the last read began; 0 when unknown.
+    qint64 lastPidSeen() const { return m_lastPid; }
+    static qint64 lastPid(const QString& procRoot);
 
     // "name=org.blender.Blender" under [Application] in a .flatpak-info.
     static QString flatpakName(const QByteArray& info);
@@ -68,6 +75,8 @@ private:
     QString m_procRoot;
     QHash<qint64, Known> m_known;
     int m_fullReads = 0;
+    bool m_settled = false;
+    qint64 m_lastPid = 0;
 };
 
 } // namespace quillon::platform::linux_

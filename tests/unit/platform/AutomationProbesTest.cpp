@@ -201,6 +201,37 @@ TEST(ProcessTableTest, ReadsAProcessAgainOnlyWhenItMayHaveChanged)
     EXPECT_EQ(captured.fullReads(), 2 * once);
 }
 
+// The same ask is answered again without reading /proc until the kernel
+// gives out a new pid, unless the last read saw a process still young.
+TEST(RunningAppsTest, AnsweredAgainWithoutReadingUntilAProcessStarts)
+{
+    QTemporaryDir proc;
+    writeFile(proc.path() + "/uptime", "1000.00 1.00\n");
+    writeFile(proc.path() + "/loadavg", "0.00 0.00 0.00 1/90 4242\n");
+    writeProcess(proc.path() + "/4242", "kdenlive", "/usr/bin/kdenlive", 60);
+    LinuxRunningApps apps({kFixtures + "/apps/share"}, proc.path(), QDBusConnection(QStringLiteral("no-bus")));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return apps.index().ready(); }, 5000));
+    QSignalSpy found(&apps, &LinuxRunningApps::found);
+    const auto ask = [&] {
+        const qsizetype before = found.size();
+        apps.lookUp({"org.kde.kdenlive"});
+        EXPECT_TRUE(QTest::qWaitFor([&] { return found.size() > before; }, 5000));
+        return found.isEmpty() ? QSet<QString>() : found.last()[0].value<QSet<QString>>();
+    };
+    const QSet<QString> kdenlive{"org.kde.kdenlive"};
+    EXPECT_EQ(ask(), kdenlive);
+    QDir(proc.path() + "/4242").removeRecursively();
+    EXPECT_EQ(ask(), kdenlive) << "no new pid: the last answer";
+    writeFile(proc.path() + "/loadavg", "0.00 0.00 0.00 1/90 4250\n");
+    EXPECT_EQ(ask(), QSet<QString>());
+
+    writeProcess(proc.path() + "/4242", "kdenlive", "/usr/bin/kdenlive", 1);
+    writeFile(proc.path() + "/loadavg", "0.00 0.00 0.00 1/90 4260\n");
+    EXPECT_EQ(ask(), kdenlive);
+    QDir(proc.path() + "/4242").removeRecursively();
+    EXPECT_EQ(ask(), QSet<QString>()) << "a young process may still change: read again";
+}
+
 // The first data dir wins even where its entry hides the app: a user's
 // Hidden=true copy (home-share/broken-quote) removes the system's entry.
 TEST_F(RunningAppsFixture, InstalledAppsAreTheShownEntriesTheFirstDataDirWinning)
