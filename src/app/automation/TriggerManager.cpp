@@ -168,6 +168,7 @@ void TriggerManager::decide(const QSet<QString>& running)
     // An answer may come after automation was switched off or the battery ran low.
     if (!m_enabled || batteryLow()) {
         inactive();
+        emit evaluated();
         return;
     }
     Reasons reasons;
@@ -199,6 +200,7 @@ void TriggerManager::decide(const QSet<QString>& running)
     }
     requestCooling(cooling);
     publish(reasons, cooling);
+    emit evaluated();
 }
 
 QString TriggerManager::activeReason() const

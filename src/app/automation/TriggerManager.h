@@ -109,6 +109,8 @@ signals:
     void rulesChanged();
     void appsChanged();
     void activeChanged();
+    // An evaluation decided, from the running applications it asked for.
+    void evaluated();
 
 private:
     QString localName(const platform::RunningApps::App& app) const;

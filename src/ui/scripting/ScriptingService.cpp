@@ -98,7 +98,12 @@ bool ScriptingService::admitted()
                 QDBusError::AccessDenied, QStringLiteral("Quillon serves only the user it runs as")));
             return;
         }
-        // The flows that wait for the password dialog answer the call themselves.
+        // The flows that wait (for the password dialog, for the running
+        // applications) answer the call themselves.
+        if (call.member() == QLatin1String("SetAutomation") && call.arguments().value(0).toBool()) {
+            automationOnFor(bus, call);
+            return;
+        }
         if (call.member() == QLatin1String("InstallHelper")) {
             installHelperFor(call.arguments().value(0).toBool(), bus, call);
             return;
@@ -323,7 +328,34 @@ bool ScriptingService::SetAutomation(bool on, QString& text)
     if (!admitted())
         return false;
     app::TriggerManager& triggers = *m_manager.triggers();
-    triggers.setAutomationEnabled(on);
+    if (!on || !calledFromDBus()) {
+        triggers.setAutomationEnabled(on);
+        return automationOutcome(on, text);
+    }
+    setDelayedReply(true);
+    automationOnFor(connection(), message());
+    return false;
+}
+
+void ScriptingService::automationOnFor(QDBusConnection bus, QDBusMessage call)
+{
+    // Which rules hold is known once the running applications are (the
+    // processes are read on a worker thread): the reply waits for that.
+    app::TriggerManager& triggers = *m_manager.triggers();
+    connect(
+        &triggers, &app::TriggerManager::evaluated, this,
+        [this, bus, call]() mutable {
+            QString outcome;
+            const bool ok = automationOutcome(true, outcome);
+            bus.send(call.createReply({ok, outcome}));
+        },
+        Qt::SingleShotConnection);
+    triggers.setAutomationEnabled(true);
+}
+
+bool ScriptingService::automationOutcome(bool on, QString& text)
+{
+    app::TriggerManager& triggers = *m_manager.triggers();
     if (on && !triggers.active() && triggers.ruleHolds()) {
         text = QStringLiteral("automation on, but its keep-awake is refused (%1): %2")
                    .arg(triggers.activeReason(), triggers.assertions().firstProblem());

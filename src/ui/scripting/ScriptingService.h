@@ -86,6 +86,10 @@ private:
     // returns at once with a value nobody reads.
     bool admitted();
     bool fanControlAvailable(QString& text) const;
+    // What automation holds now, switched on or off, as SetAutomation answers.
+    bool automationOutcome(bool on, QString& text);
+    // Switches automation on and answers call once the rules are decided.
+    void automationOnFor(QDBusConnection bus, QDBusMessage call);
     // Answers call later, with (ok, text) from the outcome; then, after a
     // success, runs after when given.
     std::function<void(const app::InstallResult&)> laterReply(
