@@ -23,6 +23,7 @@ expect() { # MODE PATH
 helper=org.quillon.Quillon.smchelper
 expect -rwxr-xr-x /usr/bin/quillon
 expect -rwxr-xr-x /usr/libexec/quillon/quillon-helper
+expect -rwxr-xr-x /usr/libexec/quillon/quillon-update-check
 expect -rw-r--r-- "/lib/systemd/system/$helper.service"
 expect -rw-r--r-- "/usr/share/dbus-1/system.d/$helper.conf"
 expect -rw-r--r-- "/usr/share/dbus-1/system-services/$helper.service"

@@ -4,8 +4,9 @@
 //   1. start-up: from starting `quillon` to its icon in the tray (median of
 //      several launches), and the same for `quillon --demo`, which first
 //      starts its own simulated Mac and helper;
-//   2. resident memory of the app (panel never opened, then after it was
-//      shown once) and of the helper;
+//   2. resident memory of the app (panel never opened; with the panel, the
+//      settings window and the welcome window open; a minute after each
+//      closed, when its QML is released) and of the helper;
 //   3. CPU time of the app and the helper over a minute idle, panel closed
 //      (never opened, and again after it was shown once), and the app's
 //      requests to the helper per second;
@@ -27,6 +28,7 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QHash>
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QTest>
@@ -66,40 +68,80 @@ double median(std::vector<double> values)
     return values.empty() ? 0 : values[values.size() / 2];
 }
 
-// Resident memory in MiB, from /proc/PID/status.
-double residentMiB(qint64 pid)
+// Resident memory in MiB, from /proc/PID/status: all of it ("VmRSS"), or
+// the heap and other private memory ("RssAnon") or pages of mapped files,
+// mostly libraries ("RssFile").
+double residentMiB(qint64 pid, const QByteArray& field = "VmRSS")
 {
     QFile status(QStringLiteral("/proc/%1/status").arg(pid));
     if (!status.open(QIODevice::ReadOnly))
         return 0;
     for (const QByteArray& line : status.readAll().split('\n')) {
-        if (line.startsWith("VmRSS:"))
-            return line.mid(6).trimmed().split(' ').first().toDouble() / 1024.0;
+        if (line.startsWith(field + ':'))
+            return line.mid(field.size() + 1).trimmed().split(' ').first().toDouble() / 1024.0;
     }
     return 0;
 }
 
-// CPU time so far, in seconds: the scheduler's nanosecond count summed over
-// the process's threads, else (no schedstat) user plus system time in ticks.
-double cpuSeconds(qint64 pid)
+// "58.1 MiB (41.0 private, 17.1 files)"
+QString residentParts(qint64 pid)
 {
-    double nanoseconds = 0;
-    bool counted = false;
+    return QString("%1 MiB (%2 private, %3 files)")
+        .arg(residentMiB(pid), 0, 'f', 1)
+        .arg(residentMiB(pid, "RssAnon"), 0, 'f', 1)
+        .arg(residentMiB(pid, "RssFile"), 0, 'f', 1);
+}
+
+// CPU time so far of each thread, in seconds, by thread id: the scheduler's
+// nanosecond counts, else (no schedstat) user plus system time in ticks of
+// the whole process (under id 0).
+QHash<QString, double> threadCpu(qint64 pid)
+{
+    QHash<QString, double> seconds;
     const QString tasks = QStringLiteral("/proc/%1/task").arg(pid);
     for (const QString& task : QDir(tasks).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
         QFile schedstat(tasks + "/" + task + "/schedstat");
-        if (schedstat.open(QIODevice::ReadOnly)) {
-            nanoseconds += schedstat.readAll().split(' ').first().toDouble();
-            counted = true;
-        }
+        if (schedstat.open(QIODevice::ReadOnly))
+            seconds.insert(task, schedstat.readAll().split(' ').first().toDouble() / 1e9);
     }
-    if (counted)
-        return nanoseconds / 1e9;
+    if (!seconds.isEmpty())
+        return seconds;
     const QStringList fields = quillon::test::processStat(pid);
-    if (fields.size() < 13)
-        return 0;
-    return (fields[11].toDouble() + fields[12].toDouble()) / static_cast<double>(::sysconf(_SC_CLK_TCK));
+    if (fields.size() >= 13) {
+        seconds.insert("0",
+            (fields[11].toDouble() + fields[12].toDouble()) / static_cast<double>(::sysconf(_SC_CLK_TCK)));
+    }
+    return seconds;
 }
+
+// The CPU time a process uses from now on. Sampled twice a second, so a
+// thread that ends meanwhile (a thread pool's idle worker) keeps what it used.
+class CpuMeter {
+public:
+    explicit CpuMeter(qint64 pid)
+        : m_pid(pid)
+        , m_start(threadCpu(pid))
+    {
+    }
+    void sample()
+    {
+        const QHash<QString, double> now = threadCpu(m_pid);
+        for (auto it = now.begin(); it != now.end(); ++it)
+            m_last.insert(it.key(), it.value());
+    }
+    double seconds() const
+    {
+        double total = 0;
+        for (auto it = m_last.begin(); it != m_last.end(); ++it)
+            total += it.value() - m_start.value(it.key(), 0.0);
+        return total;
+    }
+
+private:
+    qint64 m_pid;
+    QHash<QString, double> m_start;
+    QHash<QString, double> m_last;
+};
 
 // One tray app with a session bus and a home of its own, whose user has
 // completed this version's intro (so the welcome window stays shut).
@@ -157,13 +199,32 @@ struct Usage {
 
 Usage measure(qint64 app, qint64 helper, std::chrono::milliseconds window)
 {
-    const double appBefore = cpuSeconds(app);
-    const double helperBefore = cpuSeconds(helper);
+    CpuMeter appCpu(app);
+    CpuMeter helperCpu(helper);
     QElapsedTimer clock;
     clock.start();
-    QTest::qWait(static_cast<int>(window.count()));
-    return {
-        static_cast<double>(clock.elapsed()) / 1000.0, cpuSeconds(app) - appBefore, cpuSeconds(helper) - helperBefore};
+    while (clock.elapsed() < window.count()) {
+        QTest::qWait(static_cast<int>(std::min<qint64>(500, window.count() - clock.elapsed())));
+        appCpu.sample();
+        helperCpu.sample();
+    }
+    return {static_cast<double>(clock.elapsed()) / 1000.0, appCpu.seconds(), helperCpu.seconds()};
+}
+
+// The app's windows that are no tray icon.
+QList<XDisplay::Window> appWindows(const XDisplay& display)
+{
+    QList<XDisplay::Window> windows = display.visibleWindows("quillon");
+    windows.removeIf([](const XDisplay::Window& w) { return w.frame.width() <= kIconMaxSide; });
+    return windows;
+}
+
+// Waits until `since` is a minute and a few seconds old: a closed window's QML is released by then.
+void waitPastRelease(const QElapsedTimer& since)
+{
+    constexpr qint64 kReleasedAfterMs = 65000;
+    if (since.elapsed() < kReleasedAfterMs)
+        QTest::qWait(static_cast<int>(kReleasedAfterMs - since.elapsed()));
 }
 
 void row(const char* what, double value, const char* unit, int decimals = 1)
@@ -234,7 +295,7 @@ int main(int argc, char** argv)
     const qsizetype calls = monitor.lines().filter("member=").size() - callsBefore;
 
     std::printf("\nResident memory:\n");
-    row("app, panel never opened", residentMiB(appPid), "MiB");
+    std::printf("  %-58s %s\n", "app, panel never opened", qPrintable(residentParts(appPid)));
     row("helper (quillon-helper --daemon)", residentMiB(helperPid), "MiB");
     std::printf("\nIdle with the panel closed (never opened), over %.0f s:\n", closed.seconds);
     row("app CPU time per minute", closed.appCpu * 60.0 / closed.seconds * 1000.0, "ms");
@@ -247,11 +308,51 @@ int main(int argc, char** argv)
     QTest::qWait(3000);
     const double residentAfterPanel = residentMiB(appPid);
     clickIcon(display);
+    QElapsedTimer shut;
+    shut.start();
     QTest::qWait(1000);
-    const Usage after = measure(appPid, helperPid, idle);
+    const double residentPanelJustClosed = residentMiB(appPid);
+    const Usage after = measure(appPid, helperPid, std::min<std::chrono::milliseconds>(idle, 55s));
+    waitPastRelease(shut);
+    const QString residentPanelReleased = residentParts(appPid);
     std::printf("\nAfter the panel was shown once and closed again:\n");
-    row("app resident memory", residentAfterPanel, "MiB");
+    row("app resident memory, panel open", residentAfterPanel, "MiB");
+    row("app resident memory, panel closed a few seconds", residentPanelJustClosed, "MiB");
+    std::printf("  %-58s %s\n", "app resident memory, panel closed a minute", qPrintable(residentPanelReleased));
     row("app CPU time per minute, panel closed", after.appCpu * 60.0 / after.seconds * 1000.0, "ms");
+
+    // The settings window, opened and closed (Ctrl+W).
+    app.ctl({"settings"});
+    QTest::qWait(3000);
+    const double residentSettings = residentMiB(appPid);
+    for (const XDisplay::Window& w : appWindows(display))
+        display.key(w, "ctrl+w");
+    shut.start();
+    waitPastRelease(shut);
+    const QString residentSettingsReleased = residentParts(appPid);
+    row("app resident memory, settings window open", residentSettings, "MiB");
+    std::printf(
+        "  %-58s %s\n", "app resident memory, settings window closed a minute", qPrintable(residentSettingsReleased));
+    // The welcome window, as a new user's first launch shows it, closed with Escape.
+    {
+        QTemporaryDir newUser;
+        App first(display, helperEnv, newUser.path());
+        QSettings(newUser.path() + "/config/quillon/Quillon.ini", QSettings::IniFormat).remove("onboardingSeenVersion");
+        if (first.startUntilIcon({}) >= 0) {
+            quillon::test::waitUntil([&] { return !appWindows(display).isEmpty(); }, 10s);
+            QTest::qWait(2000);
+            const double residentWelcome = residentMiB(first.process.pid());
+            for (const XDisplay::Window& w : appWindows(display))
+                display.key(w, "Escape");
+            shut.start();
+            waitPastRelease(shut);
+            row("a new user's app, welcome window open", residentWelcome, "MiB");
+            std::printf("  %-58s %s\n", "a new user's app, welcome window closed a minute",
+                qPrintable(residentParts(first.process.pid())));
+        }
+    }
+    const Usage rest = measure(appPid, helperPid, idle);
+    row("app CPU time per minute, at rest again", rest.appCpu * 60.0 / rest.seconds * 1000.0, "ms");
 
     // Render Mode: the overlay on the screen, the queue polled every 3 s.
     const auto childrenCpu = [&] {
@@ -284,7 +385,8 @@ int main(int argc, char** argv)
     const auto idleWith = [&](const char* rules) {
         QTest::qWait(1000);
         const Usage usage = measure(appPid, helperPid, idle);
-        std::printf("\nAutomation on with %s, panel closed:\n", rules);
+        std::printf("\nAutomation on with %s, panel closed, %d processes:\n", rules,
+            static_cast<int>(QDir("/proc").entryList({"[0-9]*"}, QDir::Dirs).size()));
         row("app CPU time per minute", usage.appCpu * 60.0 / usage.seconds * 1000.0, "ms");
         row("app CPU load", usage.appCpu / usage.seconds * 100.0, "% of one core", 3);
     };

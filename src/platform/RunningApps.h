@@ -27,7 +27,11 @@ public:
     // Of these ids, those of which one of the user's processes runs now. An
     // id that names no installed application may still match (a Flatpak or
     // an app scope of that id); anything unreadable reads as not running.
+    // May take long (Linux reads /proc): not for the GUI thread.
     virtual QSet<QString> running(const QStringList& ids) = 0;
+    // The same answer through found(), where it costs the caller nothing:
+    // Linux reads on a worker thread; this default answers at once.
+    virtual void lookUp(const QStringList& ids) { emit found(running(ids)); }
     // The applications a menu offers, sorted by name.
     virtual QList<App> installed() = 0;
     // One installed application, shown in menus or not; none when no entry has this id.
@@ -41,6 +45,8 @@ signals:
     // The system announced that an application started or ended. Without
     // such announcements, callers poll.
     void changed();
+    // The answer to a lookUp(), in the order asked.
+    void found(const QSet<QString>& running);
 };
 
 } // namespace quillon::platform

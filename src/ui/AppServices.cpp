@@ -85,7 +85,7 @@ app::SleepManager::Services AppServices::services()
     services.assertions = LinuxPlatform::powerAssertions();
     services.powerSupply = LinuxPlatform::powerSupply();
     services.volumes = LinuxPlatform::volumes();
-    services.driveToucher = LinuxPlatform::driveToucher(app::HelperInstaller::bundledProgramFor(
+    services.driveToucher = LinuxPlatform::driveToucher(app::HelperInstaller::bundledProgram(
         QCoreApplication::applicationDirPath(), QStringLiteral("quillon-drive-touch")));
     services.lidSensor = m_lid.get();
     services.lidOwner = m_lidOwner.get();

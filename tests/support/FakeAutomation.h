@@ -17,6 +17,8 @@ public:
     QList<App> apps;
     QSet<QString> runningIds;
     int lookups = 0;
+    bool answerLater = false; // lookUp() waits for answer(), as the real probes' worker does
+    QList<QStringList> asked;
 
     QSet<QString> running(const QStringList& ids) override
     {
@@ -27,6 +29,20 @@ public:
                 found.insert(id);
         }
         return found;
+    }
+    void lookUp(const QStringList& ids) override
+    {
+        if (!answerLater) {
+            RunningApps::lookUp(ids);
+            return;
+        }
+        asked.append(ids);
+    }
+    // Answers the oldest look-up still open.
+    void answer()
+    {
+        if (!asked.isEmpty())
+            emit found(running(asked.takeFirst()));
     }
     QList<App> installed() override { return apps; }
     std::optional<App> find(const QString& id) override

@@ -38,8 +38,10 @@ TriggerManager::TriggerManager(Parts parts, QObject* parent)
     if (!complete)
         settings.keepUnreadable(Key::triggerApps);
 
-    if (m_parts.apps)
+    if (m_parts.apps) {
         connect(m_parts.apps, &platform::RunningApps::changed, this, &TriggerManager::evaluate);
+        connect(m_parts.apps, &platform::RunningApps::found, this, &TriggerManager::decide);
+    }
     if (m_parts.displays)
         connect(m_parts.displays, &platform::ExternalDisplays::changed, this, &TriggerManager::evaluate);
     if (m_parts.fullScreen)
@@ -263,10 +265,24 @@ QString TriggerManager::fullScreenReason()
 
 void TriggerManager::evaluate()
 {
+    if (m_enabled && !batteryLow() && !m_apps.isEmpty() && m_parts.apps) {
+        QStringList ids;
+        for (const TriggerApp& app : std::as_const(m_apps))
+            ids.append(app.bundleID);
+        m_parts.apps->lookUp(ids); // decide() follows with the answer
+        return;
+    }
+    decide({});
+}
+
+void TriggerManager::decide(const QSet<QString>& running)
+{
+    // An answer may come after automation was switched off or the battery ran low.
     m_seen = Seen{};
     m_seen.batteryLow = m_enabled && batteryLow();
     if (!m_enabled || m_seen.batteryLow) {
         inactive();
+        emit evaluated();
         return;
     }
     Reasons reasons;
@@ -276,26 +292,20 @@ void TriggerManager::evaluate()
     reasons.onAC = m_onAC && m_parts.power && m_parts.power->current().onAC;
     reasons.extDisplay = m_extDisplay && m_parts.displays && m_parts.displays->connected();
 
+    QList<const TriggerApp*> matched;
+    for (const TriggerApp& app : std::as_const(m_apps)) {
+        if (running.contains(app.bundleID))
+            matched.append(&app);
+    }
+    QStringList names;
+    for (const TriggerApp* app : std::as_const(matched))
+        names.append(app->name);
+    reasons.apps = firstPlus(names);
+    // silent < balanced < max: the strongest asked for wins.
     std::optional<Kind> cooling;
-    if (!m_apps.isEmpty() && m_parts.apps) {
-        QStringList ids;
-        for (const TriggerApp& app : std::as_const(m_apps))
-            ids.append(app.bundleID);
-        const QSet<QString> running = m_parts.apps->running(ids);
-        QList<const TriggerApp*> matched;
-        for (const TriggerApp& app : std::as_const(m_apps)) {
-            if (running.contains(app.bundleID))
-                matched.append(&app);
-        }
-        QStringList names;
-        for (const TriggerApp* app : std::as_const(matched))
-            names.append(app->name);
-        reasons.apps = firstPlus(names);
-        // silent < balanced < max: the strongest asked for wins.
-        for (const TriggerApp* app : std::as_const(matched)) {
-            if (app->cooling && (!cooling || *app->cooling > *cooling))
-                cooling = app->cooling;
-        }
+    for (const TriggerApp* app : std::as_const(matched)) {
+        if (app->cooling && (!cooling || *app->cooling > *cooling))
+            cooling = app->cooling;
     }
 
     if (reasons == Reasons{}) {
@@ -306,6 +316,7 @@ void TriggerManager::evaluate()
     }
     requestCooling(cooling);
     publish(reasons, cooling);
+    emit evaluated();
 }
 
 QString TriggerManager::activeReason() const

@@ -27,7 +27,9 @@ class Settings;
 // the user excluded), or while a media player plays; an application may
 // also ask for a cooling profile while it runs. Every outcome comes from
 // evaluate(), run on each announced launch, exit, screen, window and player
-// change and every 5 seconds (power changes are not announced).
+// change and every 5 seconds (power changes are not announced); with
+// applications listed, it asks which run and decides on the answer, which
+// the Linux probes give from a worker thread.
 //
 // Active means a rule holds and the system holds its assertions (system
 // and display, its own, so no other feature's are touched); a rule whose
@@ -144,6 +146,8 @@ signals:
     void rulesChanged();
     void appsChanged();
     void activeChanged();
+    // An evaluation decided, from the running applications it asked for.
+    void evaluated();
 
 private:
     QString localName(const platform::RunningApps::App& app) const;
@@ -169,6 +173,7 @@ private:
     void updateWatching();
     void storeExcluded();
 
+    void decide(const QSet<QString>& running);
     void loadApps(const QList<TriggerApp>& stored);
     void storeApps();
     void inactive();

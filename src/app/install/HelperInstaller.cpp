@@ -157,16 +157,11 @@ HelperInstaller::HelperInstaller(platform::PrivilegedRunner& runner, QString bun
 {
 }
 
-QString HelperInstaller::bundledProgramFor(const QString& appDir, const QString& name)
+QString HelperInstaller::bundledProgram(const QString& appDir, const QString& name)
 {
     const QString beside = appDir + QLatin1Char('/') + name;
     const QString libexec = appDir + QStringLiteral("/../libexec/quillon/") + name;
     return QFileInfo(beside).isFile() || !QFileInfo(libexec).isFile() ? beside : QFileInfo(libexec).canonicalFilePath();
-}
-
-QString HelperInstaller::bundledHelperFor(const QString& appDir)
-{
-    return bundledProgramFor(appDir, QStringLiteral("quillon-helper"));
 }
 
 bool HelperInstaller::isInstalled() const

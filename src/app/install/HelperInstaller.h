@@ -32,11 +32,15 @@ public:
     // bundledHelper: the standalone quillon-helper shipped with the app.
     HelperInstaller(platform::PrivilegedRunner& runner, QString bundledHelper, HelperLayout layout = HelperLayout());
 
-    // A program shipped with the app in appDir (the helper, the drive
-    // toucher): beside it (a build tree, a `cmake --install` into one folder),
-    // else in ../libexec/quillon.
-    static QString bundledProgramFor(const QString& appDir, const QString& name);
-    static QString bundledHelperFor(const QString& appDir);
+    // The helper shipped with the app in appDir: beside it (a build tree, a
+    // `cmake --install` into one folder), else in ../libexec/quillon.
+    static QString bundledHelperFor(const QString& appDir)
+    {
+        return bundledProgram(appDir, QStringLiteral("quillon-helper"));
+    }
+    // Any program shipped with the app (the drive toucher, the update check),
+    // found as the helper is.
+    static QString bundledProgram(const QString& appDir, const QString& name);
 
     // Both the installed helper and its unit are there; nothing more is checked.
     bool isInstalled() const;

@@ -1,10 +1,11 @@
 #include "UpdateChecker.h"
 
+#include "HelperInstaller.h"
+
+#include <QCoreApplication>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QNetworkAccessManager>
-#include <QNetworkReply>
-#include <QNetworkRequest>
+#include <QProcess>
 #include <QRegularExpression>
 #include <utility>
 
@@ -14,18 +15,30 @@
 
 namespace quillon::app {
 
+namespace {
+constexpr int kFetcherGraceMs = 2000;
+} // namespace
+
 UpdateChecker::UpdateChecker(QUrl feed, QString currentVersion, QObject* parent, int timeout)
     : QObject(parent)
     , m_feed(std::move(feed))
     , m_currentVersion(currentVersion.isEmpty() ? QStringLiteral("0") : std::move(currentVersion))
     , m_timeout(timeout)
 {
+    // The fetcher keeps its own deadline; this one catches a fetcher that
+    // hangs or never starts its clock.
+    m_deadline.setSingleShot(true);
+    m_deadline.setInterval(m_timeout + kFetcherGraceMs);
+    connect(&m_deadline, &QTimer::timeout, this, [this] {
+        if (m_fetch)
+            m_fetch->kill();
+    });
 }
 
 UpdateChecker::~UpdateChecker()
 {
-    if (m_reply)
-        m_reply->abort();
+    if (m_fetch)
+        m_fetch->kill();
 }
 
 QUrl UpdateChecker::configuredFeed()
@@ -40,65 +53,49 @@ QUrl UpdateChecker::homePage()
     return QUrl(QStringLiteral("https://quillon.org/"));
 }
 
+QString UpdateChecker::fetcherPath()
+{
+    return HelperInstaller::bundledProgram(
+        QCoreApplication::applicationDirPath(), QStringLiteral("quillon-update-check"));
+}
+
 void UpdateChecker::check()
 {
-    if (!enabled() || m_reply)
+    if (!enabled() || m_fetch)
         return;
-    if (!m_network)
-        m_network = new QNetworkAccessManager(this);
-    if (!m_deadline) {
-        // Hard: a server that trickles a byte at a time is never silent for
-        // long, and each redirect would restart a transfer timeout.
-        m_deadline = new QTimer(this);
-        m_deadline->setSingleShot(true);
-        connect(m_deadline, &QTimer::timeout, this, [this] {
-            if (m_reply)
-                m_reply->abort();
-        });
-    }
-    QNetworkRequest request(m_feed);
-    request.setAttribute(QNetworkRequest::CacheLoadControlAttribute, QNetworkRequest::AlwaysNetwork);
-    request.setMaximumRedirectsAllowed(maxRedirects);
     m_body.clear();
-    m_reply = m_network->get(request);
-    // Qt buffers no more than a feed may hold; onReadyRead drains it.
-    m_reply->setReadBufferSize(maxFeedBytes);
-    connect(m_reply, &QNetworkReply::metaDataChanged, this, &UpdateChecker::onMetaData);
-    connect(m_reply, &QNetworkReply::readyRead, this, &UpdateChecker::onReadyRead);
-    connect(m_reply, &QNetworkReply::finished, this, &UpdateChecker::onFinished);
-    m_deadline->start(m_timeout);
+    m_fetch = new QProcess(this);
+    m_fetch->setStandardErrorFile(QProcess::nullDevice());
+    connect(m_fetch, &QProcess::readyReadStandardOutput, this, &UpdateChecker::onOutput);
+    connect(m_fetch, &QProcess::finished, this, [this](int code, QProcess::ExitStatus status) {
+        onFinished(status == QProcess::NormalExit && code == 0);
+    });
+    connect(m_fetch, &QProcess::errorOccurred, this, [this](QProcess::ProcessError error) {
+        if (error == QProcess::FailedToStart)
+            onFinished(false);
+    });
+    m_deadline.start();
+    m_fetch->start(fetcherPath(), {m_feed.toString(QUrl::FullyEncoded), QString::number(m_timeout)});
     emit changed();
 }
 
-void UpdateChecker::onMetaData()
+void UpdateChecker::onOutput()
 {
-    if (!m_reply)
-        return; // given up already
-    // No feed is that big: not ours, or not a feed. Refused before any of it is read.
-    const QVariant length = m_reply->header(QNetworkRequest::ContentLengthHeader);
-    if (length.isValid() && length.toLongLong() > maxFeedBytes)
-        m_reply->abort();
-}
-
-void UpdateChecker::onReadyRead()
-{
-    if (!m_reply)
-        return;
-    m_body += m_reply->read(maxFeedBytes + 1 - m_body.size());
+    m_body += m_fetch->read(maxFeedBytes + 1 - m_body.size());
     if (m_body.size() > maxFeedBytes)
-        m_reply->abort();
+        m_fetch->kill();
 }
 
-void UpdateChecker::onFinished()
+void UpdateChecker::onFinished(bool exitedWell)
 {
-    m_deadline->stop();
-    QNetworkReply* reply = m_reply;
-    m_reply = nullptr;
-    reply->deleteLater();
+    m_deadline.stop();
+    QProcess* fetch = std::exchange(m_fetch, nullptr);
+    fetch->disconnect(this);
+    fetch->deleteLater();
     ++m_finished;
     QByteArray body = std::exchange(m_body, {});
-    if (reply->error() == QNetworkReply::NoError)
-        body += reply->read(maxFeedBytes + 1 - body.size());
+    if (exitedWell)
+        body += fetch->read(maxFeedBytes + 1 - body.size());
     else
         body.clear();
     const QJsonObject feed = QJsonDocument::fromJson(body).object();

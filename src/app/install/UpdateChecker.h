@@ -1,13 +1,11 @@
 #pragma once
 
-#include <QNetworkReply>
 #include <QObject>
-#include <QPointer>
 #include <QString>
 #include <QTimer>
 #include <QUrl>
 
-class QNetworkAccessManager;
+class QProcess;
 
 namespace quillon::app {
 
@@ -20,7 +18,10 @@ namespace quillon::app {
 // over maxFeedBytes (refused from its Content-Length before any of it is
 // read), a transport error or anything but a JSON object with a version of
 // dot-separated numbers is silent and leaves the published values as they
-// were. Results arrive on the main thread.
+// were. Results arrive on the main thread. Each check runs in a process of
+// its own (quillon-update-check), so neither QtNetwork nor a TLS library is
+// ever loaded into the app; its output is read up to maxFeedBytes and it is
+// killed if it outlives its deadline.
 class UpdateChecker : public QObject {
     Q_OBJECT
     Q_PROPERTY(QString latestVersion READ latestVersion NOTIFY changed)
@@ -44,6 +45,8 @@ public:
 
     // The build's feed, unless QUILLON_UPDATE_FEED names another (empty: none).
     static QUrl configuredFeed();
+    // The program that fetches the feed, shipped with the app.
+    static QString fetcherPath();
     // The project's home page, opened when an update names no download.
     static QUrl homePage();
 
@@ -53,7 +56,7 @@ public:
     QString releaseNotes() const { return m_releaseNotes; }
     // What the download action opens: the update's address, else the home page.
     QUrl downloadTarget() const { return m_downloadURL.isValid() ? m_downloadURL : homePage(); }
-    bool checking() const { return m_reply != nullptr; }
+    bool checking() const { return m_fetch != nullptr; }
     // How many checks have finished, answered or not (for `ctl update check`).
     int finishedChecks() const { return m_finished; }
     // Whether the last finished check read a version from the feed.
@@ -74,16 +77,14 @@ signals:
     void finished();
 
 private:
-    void onMetaData();
-    void onReadyRead();
-    void onFinished();
+    void onOutput();
+    void onFinished(bool exitedWell);
 
     QUrl m_feed;
     QString m_currentVersion;
     int m_timeout;
-    QNetworkAccessManager* m_network = nullptr;
-    QPointer<QNetworkReply> m_reply;
-    QTimer* m_deadline = nullptr;
+    QProcess* m_fetch = nullptr; // the running check's
+    QTimer m_deadline;
     QByteArray m_body; // what the running check has read so far
     QString m_latestVersion;
     QUrl m_downloadURL;

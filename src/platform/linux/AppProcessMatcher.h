@@ -32,6 +32,8 @@ private:
     QString m_id;
     QString m_flatpakId;
     QString m_snapName;
+    QString m_snapUnit;  // "/snap.NAME." in a cgroup path
+    QString m_snapFiles; // "/snap/NAME/"
     QString m_program;     // absolute, or a bare name
     QString m_programName; // its last part
 };

@@ -1,12 +1,11 @@
 #include "LinuxRunningApps.h"
 
-#include "AppProcessMatcher.h"
-
 #include <QDBusMessage>
 #include <QDBusPendingCall>
+#include <QPromise>
+#include <QThreadPool>
 #include <algorithm>
 #include <unistd.h>
-#include <vector>
 
 namespace quillon::platform::linux_ {
 
@@ -27,13 +26,16 @@ LinuxRunningApps::LinuxRunningApps(
     QStringList dataDirs, QString procRoot, const QDBusConnection& sessionBus, QObject* parent)
     : RunningApps(parent)
     , m_index(std::move(dataDirs))
-    , m_processes(procRoot)
+    , m_table(std::make_shared<Table>())
+    , m_procRoot(procRoot)
     , m_liveProc(procRoot == QLatin1String("/proc"))
     , m_bus(sessionBus)
 {
-    connect(&m_ends, &LinuxProcessWatcher::exited, this, &RunningApps::changed);
+    m_table->processes = ProcessTable(procRoot);
+    connect(&m_answer, &QFutureWatcherBase::finished, this, &LinuxRunningApps::onAnswer);
+    connect(&m_ends, &LinuxProcessWatcher::exited, this, &LinuxRunningApps::announce);
     // Newly read entries may name an application that already runs.
-    connect(&m_index, &DesktopEntryIndex::changed, this, &RunningApps::changed);
+    connect(&m_index, &DesktopEntryIndex::changed, this, &LinuxRunningApps::announce);
     if (!m_bus.isConnected())
         return;
     for (const char* signal : {"UnitNew", "UnitRemoved"}) {
@@ -46,36 +48,99 @@ LinuxRunningApps::LinuxRunningApps(
 void LinuxRunningApps::onUnit(const QString& name)
 {
     if (name.startsWith(QLatin1String("app-")) || name.startsWith(QLatin1String("snap.")))
-        emit changed();
+        announce();
 }
 
-QSet<QString> LinuxRunningApps::running(const QStringList& ids)
+void LinuxRunningApps::announce()
 {
-    QSet<QString> found;
-    if (ids.isEmpty())
-        return found;
-    std::vector<std::pair<QString, AppProcessMatcher>> wanted;
-    bool withFlatpak = false;
+    m_announcedSince = true;
+    emit changed();
+}
+
+LinuxRunningApps::Ask LinuxRunningApps::askFor(const QStringList& ids) const
+{
+    Ask ask;
     for (const QString& id : ids) {
-        wanted.emplace_back(id, AppProcessMatcher(id, m_index.find(id)));
-        withFlatpak = withFlatpak || wanted.back().second.wantsFlatpak();
+        ask.wanted.emplace_back(id, AppProcessMatcher(id, m_index.find(id)));
+        ask.withFlatpak = ask.withFlatpak || ask.wanted.back().second.wantsFlatpak();
     }
-    for (const ProcessTable::Process& process : m_processes.read(::getuid(), withFlatpak)) {
-        for (auto it = wanted.begin(); it != wanted.end();) {
+    return ask;
+}
+
+LinuxRunningApps::Answer LinuxRunningApps::match(Table& table, const QStringList& ids, Ask ask)
+{
+    Answer answer;
+    answer.ids = ids;
+    if (ask.wanted.empty())
+        return answer;
+    const QMutexLocker locked(&table.lock);
+    const QList<ProcessTable::Process> processes = table.processes.read(::getuid(), ask.withFlatpak);
+    answer.lastPid = table.processes.lastPidSeen();
+    answer.settled = table.processes.settled();
+    for (const ProcessTable::Process& process : processes) {
+        for (auto it = ask.wanted.begin(); it != ask.wanted.end();) {
             if (it->second.matches(process)) {
-                found.insert(it->first);
-                QString gone;
-                if (m_liveProc)
-                    m_ends.watch(process.pid, gone);
-                it = wanted.erase(it);
+                answer.found.insert(it->first);
+                answer.pids.append(process.pid);
+                it = ask.wanted.erase(it);
             } else {
                 ++it;
             }
         }
-        if (wanted.empty())
+        if (ask.wanted.empty())
             break;
     }
-    return found;
+    return answer;
+}
+
+void LinuxRunningApps::watch(const QList<qint64>& pids)
+{
+    if (!m_liveProc)
+        return;
+    for (const qint64 pid : pids) {
+        QString gone;
+        m_ends.watch(pid, gone);
+    }
+}
+
+QSet<QString> LinuxRunningApps::running(const QStringList& ids)
+{
+    const Answer answer = match(*m_table, ids, askFor(ids));
+    watch(answer.pids);
+    return answer.found;
+}
+
+void LinuxRunningApps::lookUp(const QStringList& ids)
+{
+    if (m_answer.isRunning()) {
+        m_nextAsk = ids;
+        return;
+    }
+    if (m_last && !m_announcedSince && m_last->settled && m_last->lastPid != 0 && m_last->ids == ids
+        && ProcessTable::lastPid(m_procRoot) == m_last->lastPid) {
+        emit found(m_last->found);
+        return;
+    }
+    m_announcedSince = false;
+    auto promise = std::make_shared<QPromise<Answer>>();
+    promise->start();
+    m_answer.setFuture(promise->future());
+    QThreadPool::globalInstance()->start([promise, table = m_table, ids, ask = askFor(ids)]() mutable {
+        promise->addResult(match(*table, ids, std::move(ask)));
+        promise->finish();
+    });
+}
+
+void LinuxRunningApps::onAnswer()
+{
+    const Answer answer = m_answer.future().resultCount() > 0 ? m_answer.result() : Answer{};
+    m_last = answer;
+    watch(answer.pids);
+    emit found(answer.found);
+    if (m_nextAsk) {
+        const QStringList ids = *std::exchange(m_nextAsk, std::nullopt);
+        lookUp(ids);
+    }
 }
 
 QList<RunningApps::App> LinuxRunningApps::installed()
@@ -101,7 +166,8 @@ std::optional<RunningApps::App> LinuxRunningApps::find(const QString& id)
 QString LinuxRunningApps::appOfWindow(qint64 pid, const QString& windowClass, const QStringList& ids)
 {
     // One process: its sandbox is read too, whether any id needs it or not.
-    const auto process = pid > 0 ? m_processes.readOne(pid, true) : std::nullopt;
+    // Read apart from the table the scans keep, which a worker thread may be using.
+    const auto process = pid > 0 ? ProcessTable(m_procRoot).readOne(pid, true) : std::nullopt;
     for (const QString& id : ids) {
         const DesktopEntry* entry = m_index.find(id);
         const QString wmClass = entry ? entry->wmClass : QString();

@@ -1,8 +1,8 @@
 #include "ProcessTable.h"
 
-#include <QDir>
 #include <QFile>
 #include <cerrno>
+#include <cstdlib>
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -14,9 +14,10 @@ namespace {
 
 constexpr qsizetype kReadLimit = 8192;
 
-QByteArray readSmall(const QByteArray& path)
+// Up to kReadLimit bytes of a file under the folder dirFd names.
+QByteArray readSmall(int dirFd, const QByteArray& path)
 {
-    const int fd = ::open(path.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    const int fd = ::openat(dirFd, path.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (fd < 0)
         return {};
     QByteArray bytes(kReadLimit, Qt::Uninitialized);
@@ -34,10 +35,10 @@ QByteArray readSmall(const QByteArray& path)
     return bytes;
 }
 
-QString readLink(const QByteArray& path)
+QString readLink(int dirFd, const QByteArray& path)
 {
     char target[4096];
-    const ssize_t length = ::readlink(path.constData(), target, sizeof target);
+    const ssize_t length = ::readlinkat(dirFd, path.constData(), target, sizeof target);
     if (length <= 0)
         return {};
     QString exe = QString::fromLocal8Bit(target, length);
@@ -61,6 +62,71 @@ QString unifiedCgroup(const QByteArray& text)
     return {};
 }
 
+QString baseName(const QString& path)
+{
+    return path.mid(path.lastIndexOf(QLatin1Char('/')) + 1);
+}
+
+// systemd's unit-name escapes: "\x2d" and the like.
+QString unescapeUnit(const QString& text)
+{
+    if (!text.contains(QLatin1String("\\x")))
+        return text;
+    QString out;
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        if (text[i] == QLatin1Char('\\') && i + 3 < text.size() && text[i + 1] == QLatin1Char('x')) {
+            bool ok = false;
+            const int code = text.mid(i + 2, 2).toInt(&ok, 16);
+            if (ok) {
+                out.append(QChar(code));
+                i += 3;
+                continue;
+            }
+        }
+        out.append(text[i]);
+    }
+    return out;
+}
+
+// Interpreters whose first argument is the script that is the program.
+bool isInterpreter(const QString& name)
+{
+    static const QStringList names{"sh", "bash", "dash", "zsh", "ksh", "perl", "ruby", "node"};
+    return names.contains(name) || name.startsWith(QLatin1String("python"));
+}
+
+// The name and start time (clock ticks after boot) of a stat line
+// ("PID (NAME) STATE PPID … STARTTIME …"); no start time when it is not one.
+struct StatLine {
+    QString comm;
+    qulonglong startTime = 0;
+};
+
+StatLine parseStat(const QByteArray& line)
+{
+    StatLine stat;
+    const qsizetype open = line.indexOf('(');
+    const qsizetype close = line.lastIndexOf(')');
+    if (open < 0 || close < open)
+        return stat;
+    stat.comm = QString::fromUtf8(line.mid(open + 1, close - open - 1));
+    // The start time is the 20th field after the name.
+    qsizetype at = close + 1;
+    for (int field = 1; field < 20 && at >= 0; ++field)
+        at = line.indexOf(' ', at + 1);
+    if (at < 0)
+        return stat;
+    stat.startTime = std::strtoull(line.constData() + at + 1, nullptr, 10);
+    return stat;
+}
+
+// Seconds since boot, from the tree's own uptime; 0 when unreadable.
+double uptimeOf(const QByteArray& root)
+{
+    const QByteArray text = readSmall(AT_FDCWD, root + "/uptime");
+    return std::strtod(text.constData(), nullptr);
+}
+
 } // namespace
 
 ProcessTable::ProcessTable(QString procRoot)
@@ -81,42 +147,114 @@ QString ProcessTable::flatpakName(const QByteArray& info)
     return {};
 }
 
-QList<ProcessTable::Process> ProcessTable::read(uid_t uid, bool withFlatpak) const
+qint64 ProcessTable::lastPid(const QString& procRoot)
+{
+    // "0.10 0.05 0.01 1/123 4567"
+    const QByteArray text = readSmall(AT_FDCWD, QFile::encodeName(procRoot) + "/loadavg").trimmed();
+    return text.mid(text.lastIndexOf(' ') + 1).toLongLong();
+}
+
+QStringList ProcessTable::scopeIdsOf(const QString& cgroup)
+{
+    QStringList ids;
+    for (const QString& unit : cgroup.split(QLatin1Char('/'), Qt::SkipEmptyParts)) {
+        if (!unit.startsWith(QLatin1String("app-")))
+            continue;
+        QString body = unit.mid(4);
+        if (body.endsWith(QLatin1String(".scope")))
+            body.chop(6);
+        else if (body.endsWith(QLatin1String(".service")))
+            body.chop(8);
+        else
+            continue;
+        body = body.section(QLatin1Char('@'), 0, 0);
+        // Dashes inside the id are escaped, so the plain ones separate the
+        // launcher, the id and the random part.
+        for (const QString& word : body.split(QLatin1Char('-'), Qt::SkipEmptyParts))
+            ids.append(unescapeUnit(word));
+    }
+    return ids;
+}
+
+ProcessTable::Process ProcessTable::readFully(
+    int dirFd, const QByteArray& folder, qint64 pid, const QString& comm, bool withFlatpak)
+{
+    Process process;
+    process.pid = pid;
+    process.exe = readLink(dirFd, folder + "/exe");
+    const QList<QByteArray> argv = readSmall(dirFd, folder + "/cmdline").split('\0');
+    process.argv0 = QString::fromLocal8Bit(argv.value(0));
+    process.argv1 = QString::fromLocal8Bit(argv.value(1));
+    process.comm = comm.isNull() ? QString::fromUtf8(readSmall(dirFd, folder + "/comm")).trimmed() : comm;
+    process.cgroup = unifiedCgroup(readSmall(dirFd, folder + "/cgroup"));
+    if (withFlatpak)
+        process.flatpak = flatpakName(readSmall(dirFd, folder + "/root/.flatpak-info"));
+    process.scopeIds = scopeIdsOf(process.cgroup);
+    process.exeName = baseName(process.exe);
+    process.argv0Name = baseName(process.argv0);
+    process.argv1Name = baseName(process.argv1);
+    process.viaInterpreter = isInterpreter(process.exeName) || isInterpreter(process.argv0Name);
+    return process;
+}
+
+QList<ProcessTable::Process> ProcessTable::read(uid_t uid, bool withFlatpak)
 {
     QList<Process> processes;
+    // Before the listing: a process started while it runs shows as a newer pid next time.
+    m_lastPid = lastPid(m_procRoot);
+    m_settled = false;
     const QByteArray root = QFile::encodeName(m_procRoot);
     DIR* dir = ::opendir(root.constData());
     if (!dir)
         return processes;
+    bool settled = true;
+    const int dirFd = ::dirfd(dir);
+    const double uptime = uptimeOf(root);
+    const double ticks = static_cast<double>(::sysconf(_SC_CLK_TCK));
+    QHash<qint64, Known> known;
+    known.reserve(m_known.size());
     while (const dirent* entry = ::readdir(dir)) {
         char* end = nullptr;
         const long long pid = std::strtoll(entry->d_name, &end, 10);
         if (pid <= 0 || !end || *end != '\0')
             continue;
-        const QByteArray folder = root + '/' + entry->d_name;
+        const QByteArray folder(entry->d_name);
         struct stat info { };
-        if (::stat(folder.constData(), &info) != 0 || info.st_uid != uid)
+        if (::fstatat(dirFd, folder.constData(), &info, 0) != 0 || info.st_uid != uid)
             continue;
-        if (auto process = readOne(pid, withFlatpak))
-            processes.append(*process);
+        // A captured tree may have no stat line: then nothing is kept.
+        const StatLine stat = parseStat(readSmall(dirFd, folder + "/stat"));
+        const auto before = m_known.constFind(pid);
+        Known now;
+        if (stat.startTime != 0 && before != m_known.cend() && before->startTime == stat.startTime
+            && before->process.comm == stat.comm && before->settled && (before->withFlatpak || !withFlatpak)) {
+            now = *before;
+        } else {
+            now.startTime = stat.startTime;
+            now.withFlatpak = withFlatpak;
+            now.settled = uptime - static_cast<double>(stat.startTime) / ticks >= settleSeconds;
+            now.process = readFully(dirFd, folder, pid, stat.startTime != 0 ? stat.comm : QString(), withFlatpak);
+            ++m_fullReads;
+        }
+        // Gone before anything could be read (or a kernel thread): nothing to match.
+        settled = settled && now.settled;
+        const Process& process = now.process;
+        if (process.exe.isEmpty() && process.argv0.isEmpty() && process.comm.isEmpty())
+            continue;
+        processes.append(process);
+        if (now.startTime != 0)
+            known.insert(pid, std::move(now));
     }
     ::closedir(dir);
+    m_known = std::move(known);
+    m_settled = settled;
     return processes;
 }
 
 std::optional<ProcessTable::Process> ProcessTable::readOne(qint64 pid, bool withFlatpak) const
 {
     const QByteArray folder = QFile::encodeName(m_procRoot) + '/' + QByteArray::number(pid);
-    Process process;
-    process.pid = pid;
-    process.exe = readLink(folder + "/exe");
-    const QList<QByteArray> argv = readSmall(folder + "/cmdline").split('\0');
-    process.argv0 = QString::fromLocal8Bit(argv.value(0));
-    process.argv1 = QString::fromLocal8Bit(argv.value(1));
-    process.comm = QString::fromUtf8(readSmall(folder + "/comm")).trimmed();
-    process.cgroup = unifiedCgroup(readSmall(folder + "/cgroup"));
-    if (withFlatpak)
-        process.flatpak = flatpakName(readSmall(folder + "/root/.flatpak-info"));
+    Process process = readFully(AT_FDCWD, folder, pid, QString(), withFlatpak);
     // Gone before anything could be read (or a kernel thread): nothing to match.
     if (process.exe.isEmpty() && process.argv0.isEmpty() && process.comm.isEmpty())
         return std::nullopt;

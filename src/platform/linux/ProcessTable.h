@@ -1,7 +1,9 @@
 #pragma once
 
+#include <QHash>
 #include <QList>
 #include <QString>
+#include <QStringList>
 #include <optional>
 #include <sys/types.h>
 
@@ -10,6 +12,12 @@ namespace quillon::platform::linux_ {
 // The processes of one user, read from /proc (or a captured copy of it).
 // Processes come and go while the table is read: an entry that vanishes or
 // cannot be read mid-way is left out or keeps what was read, never an error.
+//
+// A process's executable, command line and cgroup are read once per pid and
+// start time; later reads only check its stat line (start time and name),
+// and read it all again when the name changed (an exec) or while the process
+// was young when last read (a launcher moves its child into the app's scope
+// just after starting it). Not thread-safe; one reader at a time.
 class ProcessTable {
 public:
     struct Process {
@@ -20,22 +28,60 @@ public:
         QString comm;    // the kernel's name for it (at most 15 characters)
         QString cgroup;  // the unified hierarchy's path ("0::/user.slice/…/app-…scope")
         QString flatpak; // the Flatpak app id, read from the sandbox's /.flatpak-info when asked
+        // Derived once when read: the ids its app scopes or services name,
+        // and the last parts of exe, argv0 and argv1.
+        QStringList scopeIds;
+        QString exeName;
+        QString argv0Name;
+        QString argv1Name;
+        bool viaInterpreter = false; // exe or argv0 is a shell or script interpreter
     };
 
-    // procRoot: the folder that holds the pid folders ("/proc").
+    // A process read again this young may still be moved into its app's scope.
+    static constexpr double settleSeconds = 5.0;
+
+    // procRoot: the folder that holds the pid folders ("/proc") and "uptime".
     explicit ProcessTable(QString procRoot = QStringLiteral("/proc"));
 
     // The processes whose folder belongs to uid. withFlatpak also reads
     // each one's /.flatpak-info (one more file per process).
-    QList<Process> read(uid_t uid, bool withFlatpak) const;
-    // One process, whoever runs it; none when it is gone or nothing of it can be read.
+    QList<Process> read(uid_t uid, bool withFlatpak);
+    // One process, whoever runs it, read in full (nothing kept); none when it
+    // is gone or nothing of it can be read. Safe beside a read() on another thread.
     std::optional<Process> readOne(qint64 pid, bool withFlatpak) const;
+
+    // Processes read in full (not from what an earlier read kept), in all reads so far.
+    int fullReads() const { return m_fullReads; }
+    // Whether the last read may be answered again as long as no process
+    // started since: it saw no process young enough to change yet.
+    bool settled() const { return m_settled; }
+    // The pid the kernel gave last (the last field of the tree's loadavg),
+    // as read when the last read began; 0 when unknown.
+    qint64 lastPidSeen() const { return m_lastPid; }
+    static qint64 lastPid(const QString& procRoot);
 
     // "name=org.blender.Blender" under [Application] in a .flatpak-info.
     static QString flatpakName(const QByteArray& info);
+    // The application ids a cgroup path's app scopes or services name
+    // ("app-[LAUNCHER-]ID-RANDOM.scope", dashes in the id escaped as \x2d).
+    static QStringList scopeIdsOf(const QString& cgroup);
 
 private:
+    struct Known {
+        qulonglong startTime = 0;
+        bool settled = false;
+        bool withFlatpak = false;
+        Process process;
+    };
+
+    // comm: the name from the stat line, or null to read it.
+    static Process readFully(int dirFd, const QByteArray& folder, qint64 pid, const QString& comm, bool withFlatpak);
+
     QString m_procRoot;
+    QHash<qint64, Known> m_known;
+    int m_fullReads = 0;
+    bool m_settled = false;
+    qint64 m_lastPid = 0;
 };
 
 } // namespace quillon::platform::linux_

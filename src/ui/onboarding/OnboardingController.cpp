@@ -38,33 +38,29 @@ void OnboardingController::show()
         m_completedThisRun = false;
         create();
     }
-    m_view->show();
-    m_view->raise();
-    m_view->requestActivate();
+    view()->show();
+    view()->raise();
+    view()->requestActivate();
 }
 
 void OnboardingController::create()
 {
-    m_view = std::make_unique<QQuickView>();
-    m_view->setTitle(QString::fromUtf8(kWindowTitle));
+    m_view = std::make_unique<QmlView>(QStringLiteral("qrc:/qml/Onboarding.qml"),
+        QVariantMap{{QStringLiteral("onboarding"), QVariant::fromValue<QObject*>(this)}},
+        QQuickView::SizeRootObjectToView);
+    QQuickView* window = view();
+    window->setTitle(QString::fromUtf8(kWindowTitle));
     // No title bar, as on the Mac: the page is the whole window, moved by its
     // background and closed by its own button or Escape.
-    m_view->setFlags(Qt::Window | Qt::FramelessWindowHint);
-    m_view->setResizeMode(QQuickView::SizeRootObjectToView);
-    m_view->setInitialProperties({{QStringLiteral("onboarding"), QVariant::fromValue<QObject*>(this)}});
-    m_view->setSource(QUrl(QStringLiteral("qrc:/qml/Onboarding.qml")));
-    if (m_view->status() == QQuickView::Error) {
-        for (const QQmlError& error : m_view->errors())
-            qWarning().noquote() << error.toString();
-    }
+    window->setFlags(Qt::Window | Qt::FramelessWindowHint);
     const QSize size(kWidth, kHeight);
-    m_view->resize(size);
-    m_view->setMinimumSize(size);
-    m_view->setMaximumSize(size);
+    window->resize(size);
+    window->setMinimumSize(size);
+    window->setMaximumSize(size);
     QScreen* screen = QGuiApplication::primaryScreen();
     if (screen)
-        m_view->setPosition(screen->availableGeometry().center() - QPoint(kWidth / 2, kHeight / 2));
-    m_view->installEventFilter(this);
+        window->setPosition(screen->availableGeometry().center() - QPoint(kWidth / 2, kHeight / 2));
+    window->installEventFilter(this);
 }
 
 QVariantList OnboardingController::pages() const
@@ -76,7 +72,7 @@ void OnboardingController::retranslate()
 {
     if (!m_view)
         return;
-    m_view->engine()->retranslate();
+    view()->engine()->retranslate();
     emit pagesChanged();
 }
 
@@ -90,12 +86,12 @@ void OnboardingController::finish()
 void OnboardingController::close()
 {
     if (m_view)
-        m_view->close();
+        view()->close();
 }
 
 bool OnboardingController::eventFilter(QObject* watched, QEvent* event)
 {
-    if (m_view && watched == m_view.get() && event->type() == QEvent::Close)
+    if (m_view && watched == view() && event->type() == QEvent::Close)
         windowWillClose();
     return QObject::eventFilter(watched, event);
 }
@@ -104,7 +100,7 @@ void OnboardingController::windowWillClose()
 {
     // The window is in the middle of its close (and maybe of a QML handler):
     // it goes once that is over.
-    m_view->removeEventFilter(this);
+    view()->removeEventFilter(this);
     m_closing = m_view.release();
     m_closing->deleteLater();
     if (m_completedThisRun) {

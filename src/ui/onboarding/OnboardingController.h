@@ -1,5 +1,7 @@
 #pragma once
 
+#include "ui/QmlView.h"
+
 #include <QObject>
 #include <QPointer>
 #include <QString>
@@ -7,7 +9,6 @@
 #include <functional>
 #include <memory>
 
-class QQuickView;
 
 namespace quillon::app {
 class Settings;
@@ -52,7 +53,7 @@ public:
     bool isOpen() const { return m_view != nullptr; }
     bool completedThisRun() const { return m_completedThisRun; }
     // The window while it is open; null otherwise.
-    QQuickView* view() const { return m_view.get(); }
+    QQuickView* view() const { return m_view ? m_view->get() : nullptr; }
 
     QVariantList pages() const;
     // After a change of language: the pages and every qsTr text anew.
@@ -76,9 +77,9 @@ private:
     app::Settings& m_settings;
     QString m_version;
     std::function<void()> m_onFinished;
-    std::unique_ptr<QQuickView> m_view;
+    std::unique_ptr<QmlView> m_view;
     // A closed window, until its deferred deletion.
-    QPointer<QQuickView> m_closing;
+    QPointer<QmlView> m_closing;
     bool m_completedThisRun = false;
 };
 

@@ -33,7 +33,7 @@ void RenderOverlay::dropWindows()
     // button, Esc), while that window's QML handler is still running: the
     // windows are hidden now and deleted once control is back in the event loop.
     for (auto& window : m_windows) {
-        window->hide();
+        window->get()->hide();
         window.release()->deleteLater();
     }
     m_windows.clear();
@@ -41,8 +41,8 @@ void RenderOverlay::dropWindows()
 
 void RenderOverlay::retranslate()
 {
-    for (const auto& window : m_windows)
-        window->engine()->retranslate();
+    if (!m_windows.empty())
+        m_windows.front()->get()->engine()->retranslate();
 }
 
 void RenderOverlay::sync()
@@ -54,17 +54,17 @@ void RenderOverlay::sync()
     if (!m_windows.empty())
         return;
     for (QScreen* screen : QGuiApplication::screens()) {
-        auto window = std::make_unique<QQuickView>();
+        auto view = std::make_unique<QmlView>(QStringLiteral("qrc:/qml/RenderOverlay.qml"),
+            QVariantMap{{QStringLiteral("render"), QVariant::fromValue(static_cast<QObject*>(&m_view))}},
+            QQuickView::SizeRootObjectToView);
+        QQuickView* window = view->get();
         window->setFlags(Qt::Window | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
         window->setColor(Qt::transparent);
         window->setTitle(QStringLiteral("Quillon Render Mode"));
-        window->setResizeMode(QQuickView::SizeRootObjectToView);
-        window->setInitialProperties({{QStringLiteral("render"), QVariant::fromValue(static_cast<QObject*>(&m_view))}});
-        window->setSource(QUrl(QStringLiteral("qrc:/qml/RenderOverlay.qml")));
         window->setScreen(screen);
         window->setGeometry(screen->geometry());
         window->showFullScreen();
-        m_windows.push_back(std::move(window));
+        m_windows.push_back(std::move(view));
     }
 }
 

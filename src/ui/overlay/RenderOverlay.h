@@ -1,7 +1,8 @@
 #pragma once
 
+#include "ui/QmlView.h"
+
 #include <QObject>
-#include <QQuickView>
 #include <memory>
 #include <vector>
 
@@ -19,7 +20,7 @@ public:
     ~RenderOverlay() override;
 
     // The overlay windows shown now, one per screen.
-    const std::vector<std::unique_ptr<QQuickView>>& windows() const { return m_windows; }
+    const std::vector<std::unique_ptr<QmlView>>& windows() const { return m_windows; }
     // Rebuilds the windows after a language change.
     void retranslate();
 
@@ -28,7 +29,7 @@ private:
     void dropWindows();
 
     RenderView& m_view;
-    std::vector<std::unique_ptr<QQuickView>> m_windows;
+    std::vector<std::unique_ptr<QmlView>> m_windows;
 };
 
 } // namespace quillon::ui

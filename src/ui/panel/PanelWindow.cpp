@@ -1,6 +1,5 @@
 #include "PanelWindow.h"
 
-#include "AppIconProvider.h"
 #include "PanelPlacement.h"
 
 #include <QCursor>
@@ -22,29 +21,25 @@ PanelWindow::~PanelWindow() = default;
 
 void PanelWindow::create()
 {
-    m_view = std::make_unique<QQuickView>();
-    m_view->setTitle(QStringLiteral("Quillon"));
-    m_view->setFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
-    m_view->setResizeMode(QQuickView::SizeViewToRootObject);
-    m_view->engine()->addImageProvider(QStringLiteral("appicon"), new AppIconProvider); // owned by the engine
-    m_view->setInitialProperties(m_objects);
-    m_view->setSource(QUrl(QStringLiteral("qrc:/qml/Panel.qml")));
-    if (m_view->status() == QQuickView::Error) {
-        for (const QQmlError& error : m_view->errors())
-            qWarning().noquote() << error.toString();
-    }
-    connect(m_view.get(), &QWindow::activeChanged, this, [this] {
-        if (!m_view->isActive() && m_view->isVisible()) {
+    m_view = std::make_unique<QmlView>(
+        QStringLiteral("qrc:/qml/Panel.qml"), m_objects, QQuickView::SizeViewToRootObject);
+    QQuickView* view = m_view->get();
+    view->setTitle(QStringLiteral("Quillon"));
+    view->setFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
+    connect(view, &QWindow::activeChanged, this, [this, view] {
+        if (!view->isActive() && view->isVisible()) {
             m_lostFocus.start();
             hide();
         }
     });
     // The panel grows and shrinks as sections open: keep it against its edge.
-    connect(m_view.get(), &QWindow::heightChanged, this, [this] {
-        if (m_view->isVisible())
+    connect(view, &QWindow::heightChanged, this, [this, view] {
+        if (view->isVisible())
             place();
     });
-    connect(m_view.get(), &QWindow::visibleChanged, this, &PanelWindow::shownChanged);
+    connect(view, &QWindow::visibleChanged, this, &PanelWindow::shownChanged);
+    m_view->expireWhenHiddenFor(m_releaseAfterMs);
+    connect(m_view.get(), &QmlView::expired, this, [this] { m_view.reset(); });
 }
 
 void PanelWindow::place()
@@ -58,7 +53,7 @@ void PanelWindow::place()
     if (!screen)
         screen = QGuiApplication::primaryScreen();
     const PanelPlacement::Screen area{screen->geometry(), screen->availableGeometry()};
-    m_view->setPosition(PanelPlacement::place(m_view->size(), m_icon, pointer, area));
+    m_view->get()->setPosition(PanelPlacement::place(m_view->get()->size(), m_icon, pointer, area));
 }
 
 void PanelWindow::show(const QRect& icon)
@@ -67,20 +62,21 @@ void PanelWindow::show(const QRect& icon)
         create();
     m_icon = icon;
     place();
-    m_view->show();
-    m_view->raise();
-    m_view->requestActivate();
+    QQuickView* view = m_view->get();
+    view->show();
+    view->raise();
+    view->requestActivate();
 }
 
 void PanelWindow::hide()
 {
     if (m_view)
-        m_view->hide();
+        m_view->get()->hide();
 }
 
 bool PanelWindow::isVisible() const
 {
-    return m_view && m_view->isVisible();
+    return m_view && m_view->get()->isVisible();
 }
 
 bool PanelWindow::justLostFocus() const
@@ -91,7 +87,7 @@ bool PanelWindow::justLostFocus() const
 void PanelWindow::retranslate()
 {
     if (m_view)
-        m_view->engine()->retranslate();
+        m_view->get()->engine()->retranslate();
 }
 
 } // namespace quillon::ui

@@ -1,20 +1,21 @@
 #pragma once
 
+#include "ui/QmlView.h"
+
 #include <QElapsedTimer>
 #include <QObject>
 #include <QRect>
 #include <QVariantMap>
 #include <memory>
 
-class QQuickView;
-
 namespace quillon::ui {
 
 // The menu panel's window: a frameless, always-on-top tool window holding
 // qml/Panel.qml, sized by the panel's content, placed by PanelPlacement,
 // and closed when it loses the keyboard focus (the user clicked elsewhere)
-// or on Escape. The QML is loaded on the first show, so an app whose panel
-// is never opened carries no QML scene.
+// or on Escape. The QML is loaded when the panel is shown and released
+// releaseAfterMs after it closed, so an app whose panel is not in use
+// carries no QML scene; what it shows lives in the models it binds to.
 class PanelWindow : public QObject {
     Q_OBJECT
 public:
@@ -22,6 +23,7 @@ public:
     // click arrives; a close by focus loss this recent makes that click close
     // the panel rather than open it again.
     static constexpr int kRefocusGraceMs = 300;
+    static constexpr int releaseAfterMs = 60000;
 
     // objects: the root's required properties (models and views), by name.
     explicit PanelWindow(QVariantMap objects, QObject* parent = nullptr);
@@ -35,8 +37,10 @@ public:
     bool justLostFocus() const;
     // Reloads every qsTr text (after a change of language).
     void retranslate();
-    // The window, once made; null before the first show.
-    QQuickView* view() const { return m_view.get(); }
+    // The window while it is loaded; null before the first show and once released.
+    QQuickView* view() const { return m_view ? m_view->get() : nullptr; }
+    // How long the closed panel's window is kept (shorter in tests).
+    void setReleaseDelay(int ms) { m_releaseAfterMs = ms; }
 
 signals:
     void shownChanged(bool shown);
@@ -46,7 +50,8 @@ private:
     void place();
 
     QVariantMap m_objects;
-    std::unique_ptr<QQuickView> m_view;
+    std::unique_ptr<QmlView> m_view;
+    int m_releaseAfterMs = releaseAfterMs;
     QRect m_icon;
     QElapsedTimer m_lostFocus;
 };

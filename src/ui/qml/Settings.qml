@@ -17,6 +17,11 @@ Pane {
     padding: 20
     focus: true
 
+    Shortcut {
+        sequence: StandardKey.Close
+        onActivated: root.Window.window.close()
+    }
+
     ColumnLayout {
         anchors.fill: parent
         spacing: 10

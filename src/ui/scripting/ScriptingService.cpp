@@ -457,7 +457,28 @@ bool ScriptingService::SetAutomation(bool on, QString& text)
 std::optional<bool> ScriptingService::setAutomation(bool on, QString& text, Answer later)
 {
     app::TriggerManager& triggers = *m_manager.triggers();
+    if (on && later) {
+        // Which rules hold is known once the running applications are (the
+        // processes are read on a worker thread), and what they hold once the
+        // desktop has confirmed it: the answer waits for both.
+        connect(
+            &triggers, &app::TriggerManager::evaluated, this,
+            [this, later]() mutable {
+                QString answer;
+                if (const auto now = settleAutomation(true, answer, later))
+                    later(*now, answer);
+            },
+            Qt::SingleShotConnection);
+        triggers.setAutomationEnabled(true);
+        return std::nullopt;
+    }
     triggers.setAutomationEnabled(on);
+    return settleAutomation(on, text, later);
+}
+
+std::optional<bool> ScriptingService::settleAutomation(bool on, QString& text, Answer later)
+{
+    app::TriggerManager& triggers = *m_manager.triggers();
     if (on && m_manager.pause()->paused()) {
         text = QStringLiteral("automation on; it holds nothing until the pause ends (quillon ctl resume)");
         return saved(triggers, text);

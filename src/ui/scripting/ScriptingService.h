@@ -111,6 +111,10 @@ private:
     void answerOnceConfirmed(
         const app::SleepAssertions& holder, std::function<bool(QString& text)> compose, Answer later);
     bool awakeAnswer(const QStringList& kinds, const QDateTime& end, QString& text) const;
+    // After automation was switched: the answer now, or nullopt when it goes
+    // to later once the desktop has confirmed what the rules hold.
+    std::optional<bool> settleAutomation(bool on, QString& text, Answer later);
+    // What automation holds now, switched on or off, as SetAutomation answers.
     bool automationAnswer(bool on, QString& text);
     // Answers call later, with (ok, text) from the outcome; then, after a
     // success, runs after when given.

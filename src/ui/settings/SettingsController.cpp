@@ -17,14 +17,11 @@ SettingsController::~SettingsController() = default;
 
 void SettingsController::create()
 {
-    m_window = std::make_unique<QQuickView>();
-    m_window->setResizeMode(QQuickView::SizeViewToRootObject);
-    m_window->setInitialProperties({{QStringLiteral("settings"), QVariant::fromValue<QObject*>(&m_view)}});
-    m_window->setSource(QUrl(QStringLiteral("qrc:/qml/Settings.qml")));
-    if (m_window->status() == QQuickView::Error) {
-        for (const QQmlError& error : m_window->errors())
-            qWarning().noquote() << error.toString();
-    }
+    m_window = std::make_unique<QmlView>(QStringLiteral("qrc:/qml/Settings.qml"),
+        QVariantMap{{QStringLiteral("settings"), QVariant::fromValue<QObject*>(&m_view)}},
+        QQuickView::SizeViewToRootObject);
+    m_window->expireWhenHiddenFor(m_releaseAfterMs);
+    connect(m_window.get(), &QmlView::expired, this, [this] { m_window.reset(); });
     retranslate();
 }
 
@@ -32,22 +29,22 @@ void SettingsController::show()
 {
     if (!m_window)
         create();
-    m_window->show();
-    m_window->raise();
-    m_window->requestActivate();
+    window()->show();
+    window()->raise();
+    window()->requestActivate();
 }
 
 bool SettingsController::isVisible() const
 {
-    return m_window && m_window->isVisible();
+    return m_window && window()->isVisible();
 }
 
 void SettingsController::retranslate()
 {
     if (!m_window)
         return;
-    m_window->setTitle(tr("Quillon Settings"));
-    m_window->engine()->retranslate();
+    window()->setTitle(tr("Quillon Settings"));
+    window()->engine()->retranslate();
 }
 
 } // namespace quillon::ui

@@ -8,7 +8,9 @@
 
 #include "smc/SimulatedMac.h"
 
+#include <QElapsedTimer>
 #include <QTemporaryDir>
+#include <QTest>
 #include <csignal>
 #include <gtest/gtest.h>
 
@@ -17,6 +19,19 @@ using namespace std::chrono_literals;
 using quillon::app::FanController;
 
 namespace {
+
+// The real link, noting the app's poll interval as each floor leaves for the helper.
+class FloorNotingLink : public quillon::app::DBusHelperLink {
+public:
+    using DBusHelperLink::DBusHelperLink;
+    void setFanFloor(double percent, QObject* context, Reply reply) override
+    {
+        pollAtFloor.append(fan ? fan->pollIntervalMs() : -1);
+        DBusHelperLink::setFanFloor(percent, context, std::move(reply));
+    }
+    const FanController* fan = nullptr;
+    QList<int> pollAtFloor;
+};
 
 class FanControllerLive : public ::testing::Test {
 protected:
@@ -31,27 +46,34 @@ protected:
     void connectFan(int callTimeoutMs)
     {
         fan.reset();
-        link = std::make_unique<quillon::app::DBusHelperLink>(rig.bus.connection(), callTimeoutMs);
+        link = std::make_unique<FloorNotingLink>(rig.bus.connection(), callTimeoutMs);
         FanController::Parts parts;
         parts.link = link.get();
         parts.settings = &settings;
         parts.clock = &clock;
-        fan = std::make_unique<FanController>(std::move(parts)); // real 1-second poll
+        fan = std::make_unique<FanController>(std::move(parts)); // real timers
+        link->fan = fan.get();
     }
 
     HelperRig rig;
     QTemporaryDir dir;
     quillon::app::Settings settings{dir.path() + "/Quillon.ini"};
     quillon::platform::SystemClock clock;
-    std::unique_ptr<quillon::app::DBusHelperLink> link;
+    std::unique_ptr<FloorNotingLink> link;
     std::unique_ptr<FanController> fan;
 };
 
+// Also: the poll, slow at rest, is back to every second before the floor
+// leaves, so the helper's watchdog (6 s of silence) never fires while the app
+// holds the fans.
 TEST_F(FanControllerLive, MaxProfileSpinsTheFansUpAndOffHandsThemBack)
 {
     EXPECT_TRUE(fan->helperInstalled());
     ASSERT_TRUE(waitUntil([&] { return fan->cpuTemp().has_value() && fan->fans().size() == 2; }, 5s));
+    EXPECT_EQ(fan->pollIntervalMs(), 5000) << "at rest";
 
+    QElapsedTimer held;
+    held.start();
     fan->setCoolingProfile(quillon::core::CoolingProfile::Kind::max);
     fan->setFansEnabled(true);
     const float minimum = rig.smc.readFlt("F0Mn");
@@ -61,6 +83,12 @@ TEST_F(FanControllerLive, MaxProfileSpinsTheFansUpAndOffHandsThemBack)
     ASSERT_TRUE(waitUntil([&] { return rig.smc.readFlt("F0Ac") > minimum + 1500; }, 8s));
     EXPECT_TRUE(waitUntil(
         [&] { return !fan->fans().isEmpty() && static_cast<float>(fan->fans()[0].currentRPM) > minimum + 1500; }, 3s));
+    ASSERT_FALSE(link->pollAtFloor.isEmpty());
+    EXPECT_EQ(link->pollAtFloor, QList<int>(link->pollAtFloor.size(), 1000));
+    // Past the watchdog's silence limit and its next check.
+    QTest::qWait(static_cast<int>(std::max<qint64>(0, 8500 - held.elapsed())));
+    EXPECT_FALSE(rig.helperLog().contains("WATCHDOG")) << rig.helperLog().toStdString();
+    EXPECT_TRUE(fan->isBoosted() && rig.mode(0) == 1);
 
     fan->setFansEnabled(false);
     EXPECT_TRUE(waitUntil([&] { return rig.allFansInFirmwareMode() && !fan->isBoosted(); }, 5s))

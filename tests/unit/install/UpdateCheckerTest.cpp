@@ -6,11 +6,15 @@
 
 #include "support/EventLoop.h"
 #include "support/FeedServer.h"
+#include "support/Files.h"
 #include "support/QStringPrinter.h"
 
 #include <QElapsedTimer>
-#include <QTcpServer>
+#include <arpa/inet.h>
 #include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 using quillon::app::UpdateChecker;
 using quillon::test::FeedServer;
@@ -53,6 +57,11 @@ TEST_F(UpdateCheckerTest, ANewerVersionIsPublishedAndTheSameOneClearsIt)
     EXPECT_EQ(older.downloadURL(), QUrl("https://example.org/q-2.0.deb"));
     EXPECT_EQ(older.releaseNotes(), "Faster.");
     EXPECT_TRUE(older.lastAnswered());
+    // The check ran in a process of its own: this one never loaded a network or TLS library.
+    const QByteArray maps = quillon::test::readFile("/proc/self/maps");
+    ASSERT_FALSE(maps.isEmpty());
+    EXPECT_FALSE(maps.contains("libQt6Network")) << "QtNetwork is mapped";
+    EXPECT_FALSE(maps.contains("libssl")) << "a TLS library is mapped";
 
     feed.serve("appcast.json", R"({"shortVersion": "1.9.3", "url": "https://example.org/old.deb"})");
     checkAs(older);
@@ -105,10 +114,18 @@ TEST_F(UpdateCheckerTest, BadAnswersChangeNothing)
 // itself after its timeout (shortened here), silently, and can run again.
 TEST(UpdateCheckerSilentServer, GivesUpAfterItsTimeout)
 {
-    QTcpServer silent;
-    ASSERT_TRUE(silent.listen(QHostAddress::LocalHost));
+    // A listening socket nobody accepts from (this process loads no QtNetwork).
+    const int silent = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    ASSERT_GE(silent, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof address;
+    ASSERT_EQ(::bind(silent, reinterpret_cast<sockaddr*>(&address), length), 0);
+    ASSERT_EQ(::listen(silent, 4), 0);
+    ASSERT_EQ(::getsockname(silent, reinterpret_cast<sockaddr*>(&address), &length), 0);
     UpdateChecker checker(
-        QUrl(QStringLiteral("http://127.0.0.1:%1/appcast.json").arg(silent.serverPort())), "1.0", nullptr, 300);
+        QUrl(QStringLiteral("http://127.0.0.1:%1/appcast.json").arg(ntohs(address.sin_port))), "1.0", nullptr, 300);
     for (int round = 0; round < 2; ++round) {
         QElapsedTimer took;
         took.start();
@@ -119,6 +136,7 @@ TEST(UpdateCheckerSilentServer, GivesUpAfterItsTimeout)
         EXPECT_FALSE(checker.lastAnswered());
         EXPECT_EQ(checker.latestVersion(), "");
     }
+    ::close(silent);
 }
 
 // Servers that answer, but never in time or never within bounds: each check

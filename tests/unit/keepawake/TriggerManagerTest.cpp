@@ -69,6 +69,21 @@ TEST_F(TriggerManagerTest, OffUntilSwitchedOnWhateverTheRulesSay)
     EXPECT_FALSE(fanProfile());
     EXPECT_FALSE(triggers().coolingProfileActive());
     EXPECT_FALSE(manager->anythingActive());
+
+    // An answer that comes after the switch went off holds nothing.
+    supply->battery(80, false);
+    displays.present = false;
+    runningApps.answerLater = true;
+    triggers().setAutomationEnabled(true);
+    EXPECT_FALSE(triggers().active()) << "nothing before the answer";
+    runningApps.answer();
+    EXPECT_EQ(triggers().activeReason(), "Blender");
+    triggers().evaluate();
+    triggers().setAutomationEnabled(false);
+    runningApps.answer();
+    EXPECT_FALSE(triggers().active());
+    EXPECT_EQ(liveAssertions(), 0);
+    EXPECT_FALSE(fanProfile());
 }
 
 TEST_F(TriggerManagerTest, TwoRunningAppsNameTheFirstPlusOneAndTheStrongestCooling)

@@ -31,6 +31,7 @@ using platform::linux_::DesktopEntryIndex;
 using platform::linux_::DrmDisplays;
 using platform::linux_::LinuxProcessWatcher;
 using platform::linux_::LinuxRunningApps;
+using platform::linux_::ProcessTable;
 
 const QString kFixtures = QStringLiteral(QUILLON_FIXTURES);
 
@@ -134,6 +135,101 @@ TEST_F(RunningAppsFixture, FindsAppsByScopeFlatpakSnapAndProgram)
         "firefox_firefox", "google-chrome", "kde-okular", "org.gnome.Calculator"};
     EXPECT_EQ(apps.running(ids), expected);
     EXPECT_TRUE(apps.running({}).isEmpty());
+
+    // The same answer from the worker thread, in the order asked.
+    QSignalSpy found(&apps, &LinuxRunningApps::found);
+    apps.lookUp(ids);
+    apps.lookUp({"org.kde.kdenlive", "garbage"});
+    ASSERT_TRUE(QTest::qWaitFor([&] { return found.size() == 2; }, 5000));
+    EXPECT_EQ(found[0][0].value<QSet<QString>>(), expected);
+    EXPECT_EQ(found[1][0].value<QSet<QString>>(), QSet<QString>{"org.kde.kdenlive"});
+}
+
+// What a process's folder holds, for a process started `age` seconds before
+// the tree's uptime of 1000 s.
+void writeProcess(const QString& folder, const QByteArray& comm, const QByteArray& exe, double age)
+{
+    const QByteArray start = QByteArray::number(qRound64((1000.0 - age) * double(::sysconf(_SC_CLK_TCK))));
+    writeFile(folder + "/stat", "4242 (" + comm + ") S 1 4242 4242 0 -1 4194560 1 0 0 0 0 0 0 0 20 0 1 0 " + start
+            + " 100 1 18446744073709551615\n");
+    writeFile(folder + "/cmdline", exe + '\0');
+    writeFile(folder + "/cgroup", "0::/user.slice/session-2.scope\n");
+    QFile::remove(folder + "/exe");
+    QFile::link(QString::fromUtf8(exe), folder + "/exe");
+}
+
+// A process is read in full once per pid and start time; the name changing
+// (an exec), a new start time (the pid reused) or youth reads it again.
+TEST(ProcessTableTest, ReadsAProcessAgainOnlyWhenItMayHaveChanged)
+{
+    QTemporaryDir proc;
+    const QString folder = proc.path() + "/4242";
+    writeFile(proc.path() + "/uptime", "1000.00 1.00\n");
+    writeProcess(folder, "editor", "/usr/bin/editor", 60);
+    ProcessTable table(proc.path());
+    const auto exeOf = [&] {
+        const auto processes = table.read(::getuid(), false);
+        return processes.size() == 1 ? processes[0].exe : QString("<%1 processes>").arg(processes.size());
+    };
+    EXPECT_EQ(exeOf(), "/usr/bin/editor");
+    writeFile(folder + "/cgroup", "0::/user.slice/app-org.example.Moved-1.scope\n");
+    EXPECT_EQ(exeOf(), "/usr/bin/editor");
+    EXPECT_EQ(table.fullReads(), 1) << "a settled process is read once";
+
+    writeProcess(folder, "player", "/usr/bin/player", 60);
+    EXPECT_EQ(exeOf(), "/usr/bin/player") << "the same start time, another name: an exec";
+    writeProcess(folder, "player", "/opt/other/player", 30);
+    EXPECT_EQ(exeOf(), "/opt/other/player") << "the pid reused, with the same name";
+    EXPECT_EQ(table.fullReads(), 3);
+
+    // Young: its launcher may still move it into the app's scope.
+    writeProcess(folder, "viewer", "/usr/bin/viewer", 1);
+    EXPECT_EQ(exeOf(), "/usr/bin/viewer");
+    writeFile(folder + "/cgroup", "0::/user.slice/app-gnome-org.example.Viewer-77.scope\n");
+    const auto again = table.read(::getuid(), false);
+    ASSERT_EQ(again.size(), 1);
+    EXPECT_EQ(again[0].scopeIds, QStringList({"gnome", "org.example.Viewer", "77"}));
+    EXPECT_EQ(table.fullReads(), 5);
+
+    // A process gone and a tree without stat lines: nothing kept.
+    QDir(folder).removeRecursively();
+    EXPECT_EQ(exeOf(), "<0 processes>");
+    ProcessTable captured(kFixtures + "/apps/proc");
+    captured.read(::getuid(), false);
+    const int once = captured.fullReads();
+    captured.read(::getuid(), false);
+    EXPECT_EQ(captured.fullReads(), 2 * once);
+}
+
+// The same ask is answered again without reading /proc until the kernel
+// gives out a new pid, unless the last read saw a process still young.
+TEST(RunningAppsTest, AnsweredAgainWithoutReadingUntilAProcessStarts)
+{
+    QTemporaryDir proc;
+    writeFile(proc.path() + "/uptime", "1000.00 1.00\n");
+    writeFile(proc.path() + "/loadavg", "0.00 0.00 0.00 1/90 4242\n");
+    writeProcess(proc.path() + "/4242", "kdenlive", "/usr/bin/kdenlive", 60);
+    LinuxRunningApps apps({kFixtures + "/apps/share"}, proc.path(), QDBusConnection(QStringLiteral("no-bus")));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return apps.index().ready(); }, 5000));
+    QSignalSpy found(&apps, &LinuxRunningApps::found);
+    const auto ask = [&] {
+        const qsizetype before = found.size();
+        apps.lookUp({"org.kde.kdenlive"});
+        EXPECT_TRUE(QTest::qWaitFor([&] { return found.size() > before; }, 5000));
+        return found.isEmpty() ? QSet<QString>() : found.last()[0].value<QSet<QString>>();
+    };
+    const QSet<QString> kdenlive{"org.kde.kdenlive"};
+    EXPECT_EQ(ask(), kdenlive);
+    QDir(proc.path() + "/4242").removeRecursively();
+    EXPECT_EQ(ask(), kdenlive) << "no new pid: the last answer";
+    writeFile(proc.path() + "/loadavg", "0.00 0.00 0.00 1/90 4250\n");
+    EXPECT_EQ(ask(), QSet<QString>());
+
+    writeProcess(proc.path() + "/4242", "kdenlive", "/usr/bin/kdenlive", 1);
+    writeFile(proc.path() + "/loadavg", "0.00 0.00 0.00 1/90 4260\n");
+    EXPECT_EQ(ask(), kdenlive);
+    QDir(proc.path() + "/4242").removeRecursively();
+    EXPECT_EQ(ask(), QSet<QString>()) << "a young process may still change: read again";
 }
 
 // The first data dir wins even where its entry hides the app: a user's

@@ -11,6 +11,8 @@
 #include "ui/panel/FanView.h"
 #include "ui/panel/PanelState.h"
 #include "ui/panel/PanelViews.h"
+#include "ui/panel/PanelWindow.h"
+#include "ui/QmlView.h"
 #include "ui/panel/RenderView.h"
 
 #include "support/Files.h"
@@ -94,6 +96,30 @@ TEST_F(PanelComponentTest, EveryExpandableSectionStartsCollapsed)
     }
     views->state().setProperty("fansExpanded", true);
     EXPECT_TRUE(item("fansBody")->property("visible").toBool());
+}
+
+// The closed panel's window is released after a while, and the shared QML
+// engine with it; opened again, it shows what the models hold, expanded
+// sections included.
+TEST_F(PanelComponentTest, AClosedPanelIsReleasedAndOpensAgainAsItWas)
+{
+    ui::PanelWindow panel(views->rootProperties());
+    panel.setReleaseDelay(50);
+    panel.show({});
+    ASSERT_TRUE(panel.view());
+    views->state().setProperty("fansExpanded", true);
+    panel.hide();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !panel.view(); }, 5000));
+    EXPECT_FALSE(ui::QmlView::sharedEngine()) << "no window left, no engine";
+
+    views->awake().stayAwakeFor(3600);
+    panel.show({});
+    ASSERT_TRUE(panel.view());
+    const QuickItems again(*panel.view());
+    EXPECT_EQ(again.texts("statusLine"), QStringList{"Awake · 1:00:00 left"});
+    EXPECT_TRUE(again.item("fansBody")->property("visible").toBool());
+    QTest::qWait(150);
+    EXPECT_TRUE(panel.view()) << "an open panel is kept";
 }
 
 // The status head and the keep-awake section follow a session: off, then the

@@ -22,6 +22,7 @@
 #include <QQuickView>
 #include <QSignalSpy>
 #include <QTemporaryDir>
+#include <QTest>
 #include <QUrlQuery>
 
 namespace quillon::test {
@@ -141,6 +142,19 @@ TEST_F(SettingsComponentTest, SwitchesWriteTheirKeysAtOnce)
     controller.show();
     EXPECT_EQ(controller.window(), first) << "opened again: the same window";
     EXPECT_TRUE(checked("showTemp"));
+
+    // Ctrl+W closes it; closed a while, it is released, and opened again it
+    // shows the settings as they are.
+    ui::SettingsController other{view};
+    other.setReleaseDelay(50);
+    other.show();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(other.window()));
+    QTest::keySequence(other.window(), QKeySequence::Close);
+    EXPECT_FALSE(other.isVisible());
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !other.window(); }, 5000));
+    settings.setFlag(Key::hotkeysEnabled, false);
+    other.show();
+    EXPECT_FALSE(QuickItems(*other.window()).item("hotkeys")->property("checked").toBool());
 }
 
 // Under the shortcuts' switch: the keys while the desktop holds them, why
