@@ -9,6 +9,7 @@
 #include "support/Files.h"
 
 #include <QDBusConnection>
+#include <QElapsedTimer>
 #include <QProcess>
 #include <QSignalSpy>
 #include <QTemporaryDir>
@@ -102,12 +103,21 @@ protected:
     {
         other.start("xmessage", {"a film"});
         xcb_window_t window = 0;
+        QElapsedTimer sinceMap;
+        sinceMap.start();
         waitUntil(
             [&] {
                 QProcess search;
                 search.start("xdotool", {"search", "--onlyvisible", "--classname", "xmessage"});
                 search.waitForFinished(2000);
                 window = search.readAllStandardOutput().trimmed().split('\n').value(0).toUInt();
+                // A window mapped while openbox is still starting can stay
+                // unmanaged and unmapped for good: map it again, as the
+                // program would.
+                if (window == 0 && sinceMap.elapsed() > 1000) {
+                    QProcess::execute("xdotool", {"search", "--classname", "xmessage", "windowmap", "%@"});
+                    sinceMap.restart();
+                }
                 return window != 0 || other.state() == QProcess::NotRunning;
             },
             10s);
