@@ -1,5 +1,6 @@
 #include "FreedesktopNotifications.h"
 
+#include "DBusAsync.h"
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
@@ -27,7 +28,7 @@ FreedesktopNotifications::FreedesktopNotifications(const QDBusConnection& bus, Q
     m_bus.connect(kService, kPath, kInterface, QStringLiteral("NotificationClosed"), this, SLOT(onClosed(uint, uint)));
     const QDBusMessage capabilities
         = QDBusMessage::createMethodCall(kService, kPath, kInterface, QStringLiteral("GetCapabilities"));
-    auto* watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(capabilities, kCallTimeoutMs), this);
+    auto* watcher = new QDBusPendingCallWatcher(DBusAsync::call(m_bus, capabilities, kCallTimeoutMs), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this, [this](QDBusPendingCallWatcher* w) {
         w->deleteLater();
         const QDBusPendingReply<QStringList> reply = *w;
@@ -57,7 +58,7 @@ void FreedesktopNotifications::post(const QString& title, const QString& body, c
     QDBusMessage call = QDBusMessage::createMethodCall(kService, kPath, kInterface, QStringLiteral("Notify"));
     call << QStringLiteral("Quillon") << static_cast<uint>(replacesId) << QStringLiteral("org.quillon.Quillon") << title
          << (m_bodyMarkup ? body.toHtmlEscaped() : body) << flatActions << hints << kServerDefaultExpiry;
-    auto* watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(call, kCallTimeoutMs), this);
+    auto* watcher = new QDBusPendingCallWatcher(DBusAsync::call(m_bus, call, kCallTimeoutMs), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, posted](QDBusPendingCallWatcher* w) {
         w->deleteLater();
         const QDBusPendingReply<uint> reply = *w;

@@ -1,5 +1,6 @@
 #include "Inhibition.h"
 
+#include "DBusAsync.h"
 #include "DBusTimeouts.h"
 
 #include <QDBusError>
@@ -40,7 +41,7 @@ void Inhibition::confirmWith(int delayMs, Check check, QString notListed)
 QDBusPendingCall Inhibition::ask(QDBusConnection bus, const QDBusMessage& call, int timeoutMs,
     std::function<void(const QDBusMessage& reply)> onReply)
 {
-    const QDBusPendingCall pending = bus.asyncCall(call, timeoutMs);
+    const QDBusPendingCall pending = DBusAsync::call(bus, call, timeoutMs);
     auto* watcher = new QDBusPendingCallWatcher(pending, this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this,
         [this, onReply = std::move(onReply)](QDBusPendingCallWatcher* finished) {
@@ -56,7 +57,7 @@ QDBusPendingCall Inhibition::ask(QDBusConnection bus, const QDBusMessage& call, 
 
 void Inhibition::query(QDBusConnection bus, const QDBusMessage& call, std::function<void(const QDBusMessage&)> onAnswer)
 {
-    auto* watcher = new QDBusPendingCallWatcher(bus.asyncCall(call, DBusTimeouts::callMs), this);
+    auto* watcher = new QDBusPendingCallWatcher(DBusAsync::call(bus, call, DBusTimeouts::callMs), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this,
         [onAnswer = std::move(onAnswer)](QDBusPendingCallWatcher* finished) {
             finished->deleteLater();

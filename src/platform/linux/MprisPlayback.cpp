@@ -1,5 +1,6 @@
 #include "MprisPlayback.h"
 
+#include "DBusAsync.h"
 #include <QDBusArgument>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
@@ -62,7 +63,7 @@ void MprisPlayback::setWatching(bool on)
         properties);
     // The players already there; later ones announce themselves.
     const QDBusMessage list = QDBusMessage::createMethodCall(kBusService, kBusPath, kBusService, "ListNames");
-    auto* watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(list), this);
+    auto* watcher = new QDBusPendingCallWatcher(DBusAsync::call(m_bus, list), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this, [this](QDBusPendingCallWatcher* w) {
         w->deleteLater();
         const QDBusPendingReply<QStringList> names = *w;
@@ -73,7 +74,7 @@ void MprisPlayback::setWatching(bool on)
                 continue;
             const QDBusMessage ask = QDBusMessage::createMethodCall(kBusService, kBusPath, kBusService, "GetNameOwner")
                 << name;
-            auto* owner = new QDBusPendingCallWatcher(m_bus.asyncCall(ask), this);
+            auto* owner = new QDBusPendingCallWatcher(DBusAsync::call(m_bus, ask), this);
             connect(owner, &QDBusPendingCallWatcher::finished, this, [this, name](QDBusPendingCallWatcher* o) {
                 o->deleteLater();
                 const QDBusPendingReply<QString> unique = *o;
@@ -150,7 +151,7 @@ void MprisPlayback::askStatus(const QString& name)
     const Player& player = m_players[name];
     const QDBusMessage get = QDBusMessage::createMethodCall(player.owner, kPlayerPath, kProperties, "Get")
         << kPlayer << kStatus;
-    auto* watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(get), this);
+    auto* watcher = new QDBusPendingCallWatcher(DBusAsync::call(m_bus, get), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this,
         [this, name, generation = player.generation](QDBusPendingCallWatcher* w) {
             w->deleteLater();
@@ -165,7 +166,7 @@ void MprisPlayback::askIdentity(const QString& name)
     const Player& player = m_players[name];
     const QDBusMessage get = QDBusMessage::createMethodCall(player.owner, kPlayerPath, kProperties, "Get")
         << kRoot << QStringLiteral("Identity");
-    auto* watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(get), this);
+    auto* watcher = new QDBusPendingCallWatcher(DBusAsync::call(m_bus, get), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this,
         [this, name, generation = player.generation](QDBusPendingCallWatcher* w) {
             w->deleteLater();

@@ -1,5 +1,6 @@
 #include "PpdPowerProfiles.h"
 
+#include "DBusAsync.h"
 #include "DBusTimeouts.h"
 
 #include <QDBusMessage>
@@ -50,7 +51,7 @@ void PpdPowerProfiles::holdThrough(std::size_t service, const QString& profile, 
 {
     const quint64 generation = ++m_generation;
     auto* watcher = new QDBusPendingCallWatcher(
-        m_bus.asyncCall(call(service, QStringLiteral("HoldProfile"), {profile, reason, m_applicationId}),
+        DBusAsync::call(m_bus, call(service, QStringLiteral("HoldProfile"), {profile, reason, m_applicationId}),
             DBusTimeouts::activatingCallMs),
         &m_calls);
     QObject::connect(watcher, &QDBusPendingCallWatcher::finished, &m_calls,
@@ -67,7 +68,7 @@ void PpdPowerProfiles::holdThrough(std::size_t service, const QString& profile, 
             }
             if (generation != m_generation) {
                 // A newer hold or a release came first: this one is not wanted.
-                m_bus.asyncCall(call(service, QStringLiteral("ReleaseProfile"), {reply.value()}));
+                DBusAsync::call(m_bus, call(service, QStringLiteral("ReleaseProfile"), {reply.value()}));
                 return;
             }
             releaseCookie();
@@ -88,7 +89,7 @@ void PpdPowerProfiles::releaseCookie()
 {
     if (!m_heldThrough)
         return;
-    m_bus.asyncCall(call(*m_heldThrough, QStringLiteral("ReleaseProfile"), {m_cookie}));
+    DBusAsync::call(m_bus, call(*m_heldThrough, QStringLiteral("ReleaseProfile"), {m_cookie}));
     m_heldThrough.reset();
 }
 

@@ -72,6 +72,21 @@ TEST_F(DesktopRoutesTest, AHungServiceIsAskedWithoutWaitingAndEndsNotInForceWith
     EXPECT_TRUE(state.problem.contains("PowerDevil (KDE): it did not answer in time")) << state.problem.toStdString();
 }
 
+// A container or a minimal session has no system bus at all: Qt's calls on
+// such a connection never finish, and keep-awake must not stay "asked" for good.
+TEST_F(DesktopRoutesTest, WithoutASystemBusKeepAwakeEndsNotInForceAtOnce)
+{
+    const QDBusConnection none = QDBusConnection::connectToBus("unix:path=/nonexistent/bus", "no-system-bus");
+    ASSERT_FALSE(none.isConnected());
+    SleepAssertions owner(
+        std::make_shared<quillon::platform::linux_::LinuxPowerAssertions>(sessionBus.connection(), none, timing));
+    ASSERT_TRUE(owner.start(Kind::system));
+    const auto state = settled(owner, Kind::system);
+    QDBusConnection::disconnectFromBus("no-system-bus");
+    EXPECT_EQ(state.phase, Phase::failed);
+    EXPECT_TRUE(state.problem.contains("logind: no D-Bus connection to it")) << state.problem.toStdString();
+}
+
 TEST_F(DesktopRoutesTest, XfceHoldsBothKindsThroughItsPowerManager)
 {
     START_LOGIND();
