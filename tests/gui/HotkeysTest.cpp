@@ -4,8 +4,7 @@
 // 24 hours) and off again, Super+Alt+L switches fan control on and off, also
 // while the app's own panel has the keyboard focus; switched off in the
 // settings window, the keys do nothing and `quillon ctl status` says so.
-#include "DemoAppRig.h"
-#include "XDisplay.h"
+#include "GuiApp.h"
 
 #include "support/Files.h"
 
@@ -18,8 +17,6 @@
 #include <QJsonObject>
 #include <QSettings>
 #include <QTest>
-#include <algorithm>
-#include <csignal>
 #include <gtest/gtest.h>
 
 namespace quillon::test {
@@ -38,14 +35,7 @@ const QPoint kRestartNow(283, 235);
 class HotkeysGuiTest : public ::testing::Test {
 protected:
     void SetUp() override { ASSERT_TRUE(display.ready()) << "Xvfb or trayer did not start"; }
-    ::testing::AssertionResult startApp()
-    {
-        const QString sanitizer = qEnvironmentVariable("ASAN_OPTIONS") + ":fast_unwind_on_malloc=0";
-        if (rig.start({"DISPLAY=" + display.name(), "QT_QPA_PLATFORM=xcb", "ASAN_OPTIONS=" + sanitizer,
-                "LSAN_OPTIONS=suppressions=" QUILLON_LEAK_SUPPRESSIONS}))
-            return ::testing::AssertionSuccess();
-        return ::testing::AssertionFailure() << rig.log();
-    }
+    ::testing::AssertionResult startApp() { return startOnDisplay(rig, display); }
     void press(const QString& keys) const
     {
         const auto result = ChildProcess::run("xdotool", {"key", keys}, {"DISPLAY=" + display.name()}, 10000);
@@ -55,25 +45,13 @@ protected:
     QJsonArray awakeKinds() const { return section("awake").value("kinds").toArray(); }
     bool panelShown() const
     {
-        const auto windows = display.visibleWindows("quillon");
-        return std::any_of(
-            windows.begin(), windows.end(), [](const XDisplay::Window& w) { return w.frame.width() >= 300; });
+        return appWindow(display, [](const QRect& frame) { return frame.width() >= 300; }).has_value();
     }
     bool fansEnabled() const { return section("fans").value("enabled").toBool(); }
-    void quit()
-    {
-        rig.app.signal(SIGTERM);
-        EXPECT_EQ(rig.app.waitForExit(15s), 0) << rig.log();
-    }
-
     // The settings window: the only one of ours this wide.
     std::optional<XDisplay::Window> settingsWindow() const
     {
-        for (const XDisplay::Window& w : display.visibleWindows("quillon")) {
-            if (w.frame.width() == kSettingsWidth)
-                return w;
-        }
-        return std::nullopt;
+        return appWindow(display, [](const QRect& frame) { return frame.width() == kSettingsWidth; });
     }
 
     XDisplay display;
@@ -113,7 +91,7 @@ TEST_F(HotkeysGuiTest, SuperAltKAndLToggleKeepAwakeAndFanControl)
     ASSERT_TRUE(waitUntil([&] { return !fansEnabled(); }, 5s))
         << QJsonDocument(section("fans")).toJson().toStdString()
         << QJsonDocument(section("helper")).toJson().toStdString() << rig.log();
-    quit();
+    quitApp(rig, 15s);
 }
 
 // Switched off in the settings window, which `quillon ctl settings` opens,

@@ -4,14 +4,12 @@
 // German, are kept in QUILLON_ARTIFACT_DIR/onboarding), "Let's go!" records
 // the version and opens the panel; a launch after this version's intro was
 // completed shows no intro, one after an older version's does.
-#include "DemoAppRig.h"
-#include "XDisplay.h"
+#include "GuiApp.h"
 
 #include <QDir>
 #include <QSettings>
 #include <QTest>
 #include <algorithm>
-#include <csignal>
 #include <cstdio>
 #include <gtest/gtest.h>
 
@@ -46,36 +44,22 @@ protected:
         rig.setUserSetting("appLanguage", language);
         if (!seenVersion.isEmpty())
             rig.setUserSetting("onboardingSeenVersion", seenVersion);
-        const QString sanitizer = qEnvironmentVariable("ASAN_OPTIONS") + ":fast_unwind_on_malloc=0";
-        if (rig.start({"DISPLAY=" + display.name(), "QT_QPA_PLATFORM=xcb", "ASAN_OPTIONS=" + sanitizer,
-                "LSAN_OPTIONS=suppressions=" QUILLON_LEAK_SUPPRESSIONS}))
-            return ::testing::AssertionSuccess();
-        return ::testing::AssertionFailure() << rig.log();
+        return startOnDisplay(rig, display);
     }
 
     std::optional<XDisplay::Window> intro() const
     {
-        for (const XDisplay::Window& w : display.visibleWindows("quillon")) {
-            if (w.frame.size() == kIntroSize)
-                return w;
-        }
-        return std::nullopt;
+        return appWindow(display, [](const QRect& frame) { return frame.size() == kIntroSize; });
     }
     bool panelShown() const
     {
-        for (const XDisplay::Window& w : display.visibleWindows("quillon")) {
-            if (w.frame.width() >= kPanelMinWidth && w.frame.size() != kIntroSize)
-                return true;
-        }
-        return false;
+        return appWindow(display, [](const QRect& frame) {
+            return frame.width() >= kPanelMinWidth && frame.size() != kIntroSize;
+        }).has_value();
     }
     bool iconShown() const
     {
-        for (const XDisplay::Window& w : display.visibleWindows("quillon")) {
-            if (w.frame.width() <= kIconMaxSide)
-                return true;
-        }
-        return false;
+        return appWindow(display, [](const QRect& frame) { return frame.width() <= kIconMaxSide; }).has_value();
     }
 
     // A first launch in this language: the intro and not the panel; a
@@ -122,15 +106,7 @@ protected:
         EXPECT_EQ(demoSettings.value("onboardingSeenVersion").toString(), QUILLON_VERSION);
         QTest::qWait(500);
         display.grab(artifacts + "/" + language + "-after-intro.png");
-        quit(rig);
-    }
-
-    // Ends the app as the session would; in a sanitizer build its leak
-    // check decides the exit status.
-    static void quit(DemoAppRig& rig)
-    {
-        rig.app.signal(SIGTERM);
-        EXPECT_EQ(rig.app.waitForExit(30s), 0) << rig.log();
+        quitApp(rig);
     }
 
     // How many pixels of a picture are of a vivid colour (far from grey).
@@ -190,7 +166,7 @@ TEST_F(OnboardingTest, IntroReturnsOnlyForANewVersion)
         EXPECT_FALSE(panelShown()) << "an intro closed early opens no panel";
         QSettings demoSettings(rig.demoDirectory() + "/Quillon.conf", QSettings::IniFormat);
         EXPECT_EQ(demoSettings.value("onboardingSeenVersion").toString(), "0.0.1");
-        quit(rig);
+        quitApp(rig);
     }
 }
 

@@ -3,8 +3,7 @@
 // runs the panel's countdown, cooling spins the simulated fans up, and
 // quitting stops the demo's processes. Screenshots of each step are kept in
 // QUILLON_ARTIFACT_DIR.
-#include "DemoAppRig.h"
-#include "XDisplay.h"
+#include "GuiApp.h"
 
 #include "support/BusService.h"
 
@@ -17,7 +16,6 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QTest>
-#include <csignal>
 #include <functional>
 #include <gtest/gtest.h>
 
@@ -61,25 +59,13 @@ protected:
         QDir().mkpath(artifacts);
     }
     // Starts the app on the display, with env added to its environment.
-    ::testing::AssertionResult startApp(const QStringList& env = {})
-    {
-        // In a sanitizer build the app's leak check needs whole stacks (the
-        // slow unwinder) to tell Qt's image cache apart from leaks of ours.
-        const QString sanitizer = qEnvironmentVariable("ASAN_OPTIONS") + ":fast_unwind_on_malloc=0";
-        if (rig.start(QStringList{"DISPLAY=" + display.name(), "QT_QPA_PLATFORM=xcb", "ASAN_OPTIONS=" + sanitizer,
-                          "LSAN_OPTIONS=suppressions=" QUILLON_LEAK_SUPPRESSIONS}
-                + env))
-            return ::testing::AssertionSuccess();
-        return ::testing::AssertionFailure() << rig.log();
-    }
+    ::testing::AssertionResult startApp(const QStringList& env = {}) { return startOnDisplay(rig, display, env); }
 
     std::optional<XDisplay::Window> window(bool icon) const
     {
-        for (const XDisplay::Window& w : display.visibleWindows("quillon")) {
-            if (icon ? w.frame.width() <= kIconMaxSide : w.frame.width() >= kPanelMinWidth)
-                return w;
-        }
-        return std::nullopt;
+        return appWindow(display, [icon](const QRect& frame) {
+            return icon ? frame.width() <= kIconMaxSide : frame.width() >= kPanelMinWidth;
+        });
     }
     bool panelShown() const { return window(false).has_value(); }
     // Once shown, a window takes a moment to draw its first frame.
@@ -153,8 +139,7 @@ TEST_F(TrayTourTest, IconPanelScriptingAndQuit)
     // Quitting stops the simulated Mac, its bus and its helper.
     const QList<qint64> children = rig.children();
     EXPECT_EQ(children.size(), 3);
-    rig.app.signal(SIGTERM);
-    EXPECT_EQ(rig.app.waitForExit(15s), 0) << rig.log();
+    quitApp(rig, 15s);
     for (const qint64 pid : children)
         EXPECT_TRUE(waitUntil([&] { return !processAlive(pid); }, 5s)) << "process " << pid << " outlived the app";
     std::printf("Screenshots: %s\n", qPrintable(artifacts));

@@ -100,19 +100,17 @@ TEST_F(AutomationTest, ARunningAppKeepsAwakeAndCoolUntilItEnds)
     EXPECT_FALSE(section("automation")["active"].toBool());
 }
 
-TEST_F(AutomationTest, AnUnknownDesktopIdIsRefused)
+// An unknown desktop id is refused; a rule the settings file does not take
+// would be gone after a restart: the script is told, with the reason, and
+// does not take it for done.
+TEST_F(AutomationTest, RulesThatCannotHoldAreReportedNotDone)
 {
     const auto unknown = rig.ctl({"auto", "add", "org.example.Nowhere"});
     EXPECT_EQ(unknown.exitCode, 1);
     EXPECT_NE(unknown.err.find("no installed application has the desktop id org.example.Nowhere"), std::string::npos)
         << unknown.err;
     EXPECT_TRUE(section("automation")["apps"].toArray().isEmpty());
-}
 
-// A rule the settings file does not take would be gone after a restart: the
-// script is told, with the reason, and does not take it for done.
-TEST_F(AutomationTest, ARuleThatCannotBeSavedIsReportedNotDone)
-{
     const QString file = rig.demoDirectory() + "/Quillon.conf";
     ASSERT_FALSE(rig.demoDirectory().isEmpty());
     QFile::remove(file);

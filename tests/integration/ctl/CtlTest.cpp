@@ -46,19 +46,6 @@ protected:
     DemoAppRig rig;
 };
 
-TEST_F(CtlTest, StatusReportsTheDemosHelperAndFans)
-{
-    ASSERT_TRUE(eventually([](const QJsonObject& s) { return !section(s, "fans")["fans"].toArray().isEmpty(); }));
-    const QJsonObject status = rig.status();
-    EXPECT_TRUE(section(status, "helper")["installed"].toBool());
-    EXPECT_TRUE(section(status, "helper")["connected"].toBool());
-    EXPECT_EQ(section(status, "fans")["fans"].toArray().size(), 2);
-    EXPECT_GT(section(status, "temperatures")["cpu"].toDouble(), 20.0);
-    EXPECT_EQ(status["icon"].toString(), "idle");
-    EXPECT_TRUE(section(status, "awake")["kinds"].toArray().isEmpty());
-    EXPECT_FALSE(status["active"].toBool());
-}
-
 TEST_F(CtlTest, AwakeHoldsTheKindsUntilTheEndAndSwitchesTheIcon)
 {
     EXPECT_TRUE(
@@ -109,8 +96,20 @@ TEST_F(CtlTest, FansManualAutoOffAndTheHelperFollows)
     }));
 }
 
-TEST_F(CtlTest, ResetSwitchesEverythingOff)
+// The status of a fresh demo: its helper, fans and temperatures, nothing
+// held; lid, keep-awake and fans switched on, reset switches everything off.
+TEST_F(CtlTest, StatusOfTheDemoAndResetSwitchesEverythingOff)
 {
+    ASSERT_TRUE(eventually([](const QJsonObject& s) { return !section(s, "fans")["fans"].toArray().isEmpty(); }));
+    QJsonObject status = rig.status();
+    EXPECT_TRUE(section(status, "helper")["installed"].toBool());
+    EXPECT_TRUE(section(status, "helper")["connected"].toBool());
+    EXPECT_EQ(section(status, "fans")["fans"].toArray().size(), 2);
+    EXPECT_GT(section(status, "temperatures")["cpu"].toDouble(), 20.0);
+    EXPECT_EQ(status["icon"].toString(), "idle");
+    EXPECT_TRUE(section(status, "awake")["kinds"].toArray().isEmpty());
+    EXPECT_FALSE(status["active"].toBool());
+
     run({"lid", "on"});
     run({"awake", "--for", "1h"});
     run({"fans", "auto", "max"});
@@ -118,7 +117,7 @@ TEST_F(CtlTest, ResetSwitchesEverythingOff)
     EXPECT_TRUE(eventually([](const QJsonObject& s) {
         return section(s, "lid")["held"].toObject()["state"] == "inForce";
     })) << QJsonDocument(rig.status()).toJson().toStdString();
-    QJsonObject status = rig.status();
+    status = rig.status();
     EXPECT_EQ(section(status, "lid")["held"].toObject()["through"], "logind (fan helper)");
     EXPECT_TRUE(section(status, "lid")["enabled"].toBool());
     EXPECT_TRUE(section(status, "fans")["enabled"].toBool());

@@ -39,21 +39,6 @@ protected:
     FakeRunner runner;
 };
 
-TEST_F(Installer, OutcomesOfTheRootScript)
-{
-    HelperInstaller installer(runner, bundled, layout);
-    EXPECT_EQ(install(installer).kind, InstallResult::Kind::success);
-
-    runner.next = {Run::dismissed, {}};
-    EXPECT_EQ(install(installer).kind, InstallResult::Kind::cancelled);
-
-    runner.next = {Run::failed, "cp: cannot create regular file 'x': Read-only file system"};
-    const InstallResult failed = install(installer);
-    EXPECT_EQ(failed.kind, InstallResult::Kind::failed);
-    EXPECT_EQ(failed.message, "cp: cannot create regular file 'x': Read-only file system");
-    EXPECT_EQ(runner.runs, 3);
-}
-
 TEST_F(Installer, NothingRunsWithoutAReadableHelperOrAPlainDestination)
 {
     HelperInstaller missing(runner, dir.path() + "/elsewhere/quillon-helper", layout);
@@ -113,7 +98,8 @@ TEST(RootScriptQuoting, EveryPathSurvivesTheShell)
 
 // Root gets everything in the script's own text: the data files word for
 // word and the digest the helper must have; nothing is left for another
-// process of the user to rewrite while the password is asked for.
+// process of the user to rewrite while the password is asked for. A
+// dismissed password dialog is a cancel, a failure carries root's words.
 TEST_F(Installer, TheScriptCarriesTheDataFilesAndTheHelpersDigest)
 {
     QTemporaryDir tmp;
@@ -128,6 +114,14 @@ TEST_F(Installer, TheScriptCarriesTheDataFilesAndTheHelpersDigest)
     EXPECT_TRUE(runner.script.contains(QCryptographicHash::hash("helper bytes", QCryptographicHash::Sha256).toHex()));
     EXPECT_TRUE(runner.script.contains("ExecStart=" + layout.helperPath() + " --daemon"));
     EXPECT_TRUE(runner.script.contains("<policyconfig>")) << "the polkit actions travel in the script";
+
+    runner.next = {Run::dismissed, {}};
+    EXPECT_EQ(install(installer).kind, InstallResult::Kind::cancelled);
+    runner.next = {Run::failed, "cp: cannot create regular file 'x': Read-only file system"};
+    const InstallResult failed = install(installer);
+    EXPECT_EQ(failed.kind, InstallResult::Kind::failed);
+    EXPECT_EQ(failed.message, "cp: cannot create regular file 'x': Read-only file system");
+    EXPECT_EQ(runner.runs, 3);
 }
 
 } // namespace

@@ -41,20 +41,16 @@ protected:
         = standIn("pkexec-granted", "[ \"$1\" = --disable-internal-agent ] || exit 99\nshift\nexec \"$@\"\n");
 };
 
-TEST_F(Pkexec, DismissedDialogIsTheOnlyCancel)
+// A dismissed dialog is the only cancel (the script's own 126 is a failure
+// of the script); every failure carries its own words.
+TEST_F(Pkexec, OnlyADismissedDialogIsACancelAndFailuresCarryTheirWords)
 {
     const QString ok = script("exit 0\n");
     EXPECT_EQ(run(standIn("pkexec-dismissed", "exit 126\n"), ok).kind, Kind::dismissed);
-
-    // The script's own 126 is a failure of the script, not a dismissed dialog.
     const auto own = run(granted, script("echo 'sh: 1: /x: Permission denied' >&2\nexit 126\n"));
     EXPECT_EQ(own.kind, Kind::failed);
     EXPECT_EQ(own.message, "sh: 1: /x: Permission denied");
-}
 
-TEST_F(Pkexec, FailuresCarryTheirOwnWords)
-{
-    const QString ok = script("exit 0\n");
     const auto noAgent = run(standIn("pkexec-no-agent",
                                  "echo 'Error executing command as another user: No authentication agent found.' >&2\n"
                                  "exit 127\n"),

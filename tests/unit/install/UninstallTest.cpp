@@ -233,19 +233,17 @@ TEST_F(Uninstall, WaitsForTheOriginWithoutBlocking)
     EXPECT_EQ(asking.state(), State::removed);
 }
 
-TEST_F(Uninstall, BuildTreeIsNamedInTheQuestion)
+// The question names the build tree only for an app run from it, and what
+// goes; the dialogs in German.
+TEST_F(Uninstall, TheQuestionSaysWhatGoesInEitherLanguage)
 {
     EXPECT_TRUE(flow.text().contains("folder it was built in")) << flow.text().toStdString();
     Uninstaller packaged(runner, AppOrigin{AppOrigin::Kind::package, "quillon", {}, {}}, HelperLayout(dir.path()));
     UninstallFlow question(packaged, traces);
     EXPECT_FALSE(question.text().contains("folder it was built in")) << question.text().toStdString();
     EXPECT_TRUE(question.text().startsWith("This removes: the fan background helper")) << question.text().toStdString();
-}
 
-TEST_F(Uninstall, TheDialogsInGerman)
-{
     Translations::apply(true);
-    Uninstaller packaged(runner, AppOrigin{AppOrigin::Kind::package, "quillon", {}, {}}, HelperLayout(dir.path()));
     UninstallFlow german(packaged, traces);
     EXPECT_EQ(german.title(), "Quillon wirklich entfernen?");
     EXPECT_EQ(german.text(),

@@ -135,10 +135,6 @@ TEST(HostileCtlInput, MistakesQuoteAtMostAShortLineOfTheInput)
     }
 }
 
-} // namespace
-
-namespace {
-
 // Everything after "--" is the command, options included; --while takes one pid.
 TEST(CtlRequest, AwakeWhileAProcessOrACommandRuns)
 {

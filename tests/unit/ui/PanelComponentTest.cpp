@@ -88,21 +88,15 @@ protected:
     QuickItems quick{view};
 };
 
-TEST_F(PanelComponentTest, EveryExpandableSectionStartsCollapsed)
+// Every section starts collapsed. The closed panel's window is released
+// after a while, and the shared QML engine with it; opened again, it shows
+// what the models hold, expanded sections included.
+TEST_F(PanelComponentTest, AClosedPanelIsReleasedAndOpensAgainAsItWas)
 {
     for (const char* section : {"awake", "lid", "automation", "drives", "render", "fans"}) {
         EXPECT_TRUE(shown(QString::fromLatin1(section) + "Title")) << section;
         EXPECT_FALSE(item(QString::fromLatin1(section) + "Body")->property("visible").toBool()) << section;
     }
-    views->state().setProperty("fansExpanded", true);
-    EXPECT_TRUE(item("fansBody")->property("visible").toBool());
-}
-
-// The closed panel's window is released after a while, and the shared QML
-// engine with it; opened again, it shows what the models hold, expanded
-// sections included.
-TEST_F(PanelComponentTest, AClosedPanelIsReleasedAndOpensAgainAsItWas)
-{
     ui::PanelWindow panel(views->rootProperties());
     panel.setReleaseDelay(50);
     panel.show({});
@@ -219,7 +213,6 @@ TEST_F(PanelComponentTest, RenderModeShowsProgressAndTheLastSession)
         << texts("statusLine").join(" | ").toStdString();
 }
 
-// A lid lock the helper cannot take leaves the switch off, with the reason.
 // Every text item in a scene whose text holds markup, and how many of those
 // would read it as markup.
 std::pair<int, QStringList> markupTexts(QQuickItem* root)
@@ -271,17 +264,6 @@ TEST_F(PanelComponentTest, OutsideNamesAreShownAsPlainText)
     EXPECT_GE(onOverlay, 1) << "the project is on show";
     EXPECT_TRUE(overlayMarkup.isEmpty()) << overlayMarkup.join(" | ").toStdString();
     manager->renderMode()->setEnabled(false);
-}
-
-TEST_F(PanelComponentTest, ClosedLidRefusedByTheHelperIsShownOffWithTheReason)
-{
-    link.lidRefusal = "lid-stay-awake refused: no logind";
-    flip("lidSwitch");
-    link.deliver();
-    EXPECT_FALSE(manager->lid()->enabled());
-    EXPECT_EQ(item("lidSwitch")->property("checked"), false);
-    EXPECT_EQ(text("lidSummary"), "Off");
-    EXPECT_EQ(text("lidNote"), "Not in force: The fan helper could not take the lid lock: no logind");
 }
 
 // The custom end starts 12 hours ahead; a picked end starts a session until then.
@@ -516,10 +498,20 @@ TEST_F(PanelComponentTest, TheBatteryHintSaysWhereThePowerGoes)
 
 // Closed-lid keep-awake puts its cooling profile in force, which the fan
 // section says; an automatic stop leaves its reason under the section's
-// header until the user switches it on again.
+// header until the user switches it on again. A lid lock the helper cannot
+// take leaves the switch off, with the reason.
 TEST_F(PanelComponentTest, ClosedLidShowsWhyItStopped)
 {
     EXPECT_FALSE(shown("lidNote"));
+    link.lidRefusal = "lid-stay-awake refused: no logind";
+    flip("lidSwitch");
+    link.deliver();
+    EXPECT_FALSE(manager->lid()->enabled());
+    EXPECT_EQ(item("lidSwitch")->property("checked"), false);
+    EXPECT_EQ(text("lidSummary"), "Off");
+    EXPECT_EQ(text("lidNote"), "Not in force: The fan helper could not take the lid lock: no logind");
+
+    link.lidRefusal.clear();
     flip("lidSwitch");
     EXPECT_TRUE(manager->lid()->enabled());
     EXPECT_EQ(text("lidSummary"), "On — stays awake with the lid closed");
@@ -535,19 +527,6 @@ TEST_F(PanelComponentTest, ClosedLidShowsWhyItStopped)
     EXPECT_EQ(text("lidNote"), "Wird geprüft, ob logind (Lüfter-Helper) es hält …");
     EXPECT_EQ(text("lidSummary"), "An — bleibt zugeklappt wach");
     EXPECT_EQ(text("triggerNote"), "Aktiv: Ausgewogen, angefordert von Zugeklappt oder Automatik");
-}
-
-// The 12 % rule exists only while the low-battery stop is on: the caption
-// says it then, and only then.
-TEST_F(PanelComponentTest, TheTwelvePercentCaptionFollowsTheBatteryStop)
-{
-    views->state().setProperty("automationExpanded", true);
-    EXPECT_TRUE(shown("batteryStopCaption"));
-    EXPECT_EQ(text("batteryStopCaption"), "Holds nothing on battery at 12 % or less.");
-    settings.setFlag(app::Settings::Key::lowBatteryAutoStop, false);
-    EXPECT_FALSE(shown("batteryStopCaption"));
-    settings.setFlag(app::Settings::Key::lowBatteryAutoStop, true);
-    EXPECT_TRUE(shown("batteryStopCaption"));
 }
 
 // The automation section: its switches, an app picked from the installed
@@ -664,18 +643,25 @@ TEST_F(PanelComponentTest, TheLoginQuestionIsAskedUntilAnswered)
     EXPECT_TRUE(views->state().launchAtLogin());
 }
 
-// A full automation list: the section says why nothing more can be added,
-// in place of the button that would do nothing.
-TEST_F(PanelComponentTest, AFullAppListSaysWhyNoMoreCanBeAdded)
+// The automation section says what it cannot do: the 12 % rule exists only
+// while the low-battery stop is on, and a full list says why nothing more can
+// be added, in place of the button that would do nothing.
+TEST_F(PanelComponentTest, TheAutomationSectionSaysWhatItCannotDo)
 {
+    views->state().setProperty("automationExpanded", true);
+    EXPECT_TRUE(shown("batteryStopCaption"));
+    EXPECT_EQ(text("batteryStopCaption"), "Holds nothing on battery at 12 % or less.");
+    settings.setFlag(app::Settings::Key::lowBatteryAutoStop, false);
+    EXPECT_FALSE(shown("batteryStopCaption"));
+    settings.setFlag(app::Settings::Key::lowBatteryAutoStop, true);
+    EXPECT_TRUE(shown("batteryStopCaption"));
+
     app::TriggerManager& triggers = *manager->triggers();
     for (int i = 0; i < app::TriggerManager::maxApps; ++i)
         triggers.addApp({QString("org.example.App%1").arg(i), QString("App %1").arg(i), std::nullopt});
-    views->state().setProperty("automationExpanded", true);
     EXPECT_FALSE(shown("addApp"));
     EXPECT_TRUE(shown("addAppRefusal"));
     EXPECT_TRUE(text("addAppRefusal").contains("200")) << text("addAppRefusal").toStdString();
-
     triggers.removeApp("org.example.App0");
     EXPECT_TRUE(shown("addApp"));
     EXPECT_FALSE(shown("addAppRefusal"));
