@@ -5,18 +5,11 @@
 // inhibit_standin.py); logind is the real one.
 #include "InhibitBusFixture.h"
 
-using quillon::app::SleepAssertions;
-using quillon::test::displayReason;
-using quillon::test::Inhibition;
-using quillon::test::LogindLock;
-using quillon::test::systemReason;
-using quillon::test::waitUntil;
-using Kind = SleepAssertions::Kind;
-using Phase = SleepAssertions::KindState::Phase;
+using namespace quillon::test;
 
 namespace {
 
-using DesktopRoutesTest = quillon::test::InhibitBusFixture;
+using DesktopRoutesTest = InhibitBusFixture;
 
 TEST_F(DesktopRoutesTest, KdeCountsOnlyOncePowerDevilHasAppliedIt)
 {

@@ -9,12 +9,7 @@
 #include <QDBusObjectPath>
 #include <algorithm>
 
-using quillon::app::SleepAssertions;
-using quillon::test::LogindLock;
-using quillon::test::RealGnomeSession;
-using quillon::test::waitUntil;
-using Kind = SleepAssertions::Kind;
-using Phase = SleepAssertions::KindState::Phase;
+using namespace quillon::test;
 
 namespace {
 

@@ -28,6 +28,8 @@ namespace quillon::test {
 
 using app::SleepAssertions;
 using platform::linux_::LinuxPowerAssertions;
+using Kind = SleepAssertions::Kind;
+using Phase = SleepAssertions::KindState::Phase;
 
 inline const QString systemReason = "SleepTimer: prevent system sleep";
 inline const QString displayReason = "SleepTimer: prevent display sleep";

@@ -4,17 +4,11 @@
 
 #include <QProcess>
 
-using quillon::app::SleepAssertions;
-using quillon::test::waitUntil;
-using Kind = SleepAssertions::Kind;
-using quillon::test::displayReason;
-using quillon::test::Inhibition;
-using quillon::test::LogindLock;
-using quillon::test::systemReason;
+using namespace quillon::test;
 
 namespace {
 
-using InhibitBusTest = quillon::test::InhibitBusFixture;
+using InhibitBusTest = InhibitBusFixture;
 
 TEST_F(InhibitBusTest, WhereOnlyThePortalRunsEveryOwnerHoldsItsOwnRequestThere)
 {

@@ -6,13 +6,12 @@
 
 #include <QFile>
 
+using namespace quillon::test;
 using quillon::platform::LidSwitchOwner;
-using quillon::test::LogindLock;
-using quillon::test::waitUntil;
 
 namespace {
 
-using LidOwnerTest = quillon::test::LidOwnerFixture;
+using LidOwnerTest = LidOwnerFixture;
 
 TEST_F(LidOwnerTest, WhereLogindOwnsTheLidTheAppsOwnLockIsListed)
 {

@@ -8,12 +8,8 @@
 
 #include <QDBusObjectPath>
 
-using quillon::app::SleepAssertions;
+using namespace quillon::test;
 using quillon::platform::LidSwitchOwner;
-using quillon::test::RealMateDesktop;
-using quillon::test::waitUntil;
-using Kind = SleepAssertions::Kind;
-using Phase = SleepAssertions::KindState::Phase;
 
 namespace {
 

@@ -7,20 +7,13 @@
 
 #include <tuple>
 
-using quillon::app::SleepAssertions;
+using namespace quillon::test;
 using quillon::platform::PowerAssertionState;
 using quillon::platform::PowerAssertionType;
-using quillon::platform::linux_::LinuxPowerAssertions;
-using quillon::test::displayReason;
-using quillon::test::LogindLock;
-using quillon::test::systemReason;
-using quillon::test::waitUntil;
-using Kind = SleepAssertions::Kind;
-using Phase = SleepAssertions::KindState::Phase;
 
 namespace {
 
-using PlainLogindTest = quillon::test::InhibitBusFixture;
+using PlainLogindTest = InhibitBusFixture;
 
 const QString networkReason = "SleepTimer: keep network active";
 

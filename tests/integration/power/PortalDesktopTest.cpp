@@ -8,11 +8,7 @@
 #include "InhibitBusFixture.h"
 #include "RealPortal.h"
 
-using quillon::app::SleepAssertions;
-using quillon::test::RealPortal;
-using quillon::test::waitUntil;
-using Kind = SleepAssertions::Kind;
-using Phase = SleepAssertions::KindState::Phase;
+using namespace quillon::test;
 
 namespace {
 

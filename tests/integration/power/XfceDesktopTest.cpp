@@ -8,10 +8,8 @@
 
 #include <QFile>
 
-using quillon::app::SleepAssertions;
+using namespace quillon::test;
 using quillon::platform::LidSwitchOwner;
-using quillon::test::RealXfcePowerManager;
-using quillon::test::waitUntil;
 
 namespace {
 
@@ -84,9 +82,9 @@ TEST_F(XfceDesktopTest, KeepAwakeIsHeldByThePowerManagerAndListedThere)
     START_LOGIND();
     ASSERT_NO_FATAL_FAILURE(startXfce());
     SleepAssertions owner(backend);
-    ASSERT_TRUE(owner.start(SleepAssertions::Kind::system));
-    ASSERT_TRUE(owner.start(SleepAssertions::Kind::display));
-    for (const auto kind : {SleepAssertions::Kind::system, SleepAssertions::Kind::display}) {
+    ASSERT_TRUE(owner.start(Kind::system));
+    ASSERT_TRUE(owner.start(Kind::display));
+    for (const auto kind : {Kind::system, Kind::display}) {
         const auto held = settled(owner, kind);
         EXPECT_EQ(held.phase, SleepAssertions::KindState::Phase::inForce) << held.problem.toStdString();
         EXPECT_EQ(held.through, "PowerManagement (Xfce)");
@@ -104,20 +102,20 @@ TEST_F(XfceDesktopTest, ARestartedPowerManagerIsAskedAgainAndConfirmsAgain)
     START_LOGIND();
     ASSERT_NO_FATAL_FAILURE(startXfce());
     SleepAssertions owner(backend);
-    ASSERT_TRUE(owner.start(SleepAssertions::Kind::system));
-    ASSERT_EQ(settled(owner, SleepAssertions::Kind::system).through, "PowerManagement (Xfce)");
+    ASSERT_TRUE(owner.start(Kind::system));
+    ASSERT_EQ(settled(owner, Kind::system).through, "PowerManagement (Xfce)");
 
     // It forgets every inhibition when it restarts.
     ASSERT_TRUE(xfce->restart());
     EXPECT_TRUE(waitUntil(
         [&] {
-            const auto held = owner.state(SleepAssertions::Kind::system);
+            const auto held = owner.state(Kind::system);
             return inhibitors() == QStringList{"Quillon"} && held.phase == SleepAssertions::KindState::Phase::inForce
                 && held.through == "PowerManagement (Xfce)";
         },
         std::chrono::seconds(10)))
         << inhibitors().join(", ").toStdString() << " / "
-        << owner.state(SleepAssertions::Kind::system).through.toStdString();
+        << owner.state(Kind::system).through.toStdString();
     // What held it meanwhile was let go.
     EXPECT_TRUE(logindHolds(1)) << "only the power manager's own lid lock";
 

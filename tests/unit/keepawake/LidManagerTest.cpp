@@ -30,12 +30,17 @@ protected:
 };
 
 // On, however often: the helper's lock (asked again by the watchdog), one
-// system assertion and balanced cooling; off releases them.
+// system assertion and balanced cooling; off releases them. It is shown on
+// only once the helper holds the lock.
 TEST_F(LidManagerTest, OnHoldsLockAssertionAndCoolingOffReleasesThem)
 {
     lid().setEnabled(true);
     lid().setEnabled(true);
     EXPECT_EQ(link.requests, QStringList{"setLidStayAwake 1"});
+    EXPECT_EQ(lid().holdState().phase, Phase::confirming);
+    link.deliver();
+    EXPECT_EQ(lid().holdState().phase, Phase::inForce);
+    EXPECT_EQ(lid().holdState().through, "logind (fan helper)");
     EXPECT_EQ(liveAssertions(), 1);
     EXPECT_TRUE(lid().assertions().isHeld(quillon::app::SleepAssertions::Kind::system));
     EXPECT_EQ(manager->fan()->triggerProfile(), quillon::core::CoolingProfile::Kind::balanced);
@@ -65,15 +70,6 @@ TEST_F(LidManagerTest, WithoutAHelperTheAppHoldsTheLidLockItself)
     EXPECT_EQ(lid().holdState().phase, Phase::inForce);
     lid().setEnabled(false);
     EXPECT_EQ(liveAssertions(), 0);
-}
-
-TEST_F(LidManagerTest, ItIsOnlyShownOnOnceTheHelperHoldsTheLock)
-{
-    lid().setEnabled(true);
-    EXPECT_EQ(lid().holdState().phase, Phase::confirming);
-    link.deliver();
-    EXPECT_EQ(lid().holdState().phase, Phase::inForce);
-    EXPECT_EQ(lid().holdState().through, "logind (fan helper)");
 }
 
 TEST_F(LidManagerTest, AHelperThatCannotTakeTheLockSwitchesItOffWithItsReason)

@@ -251,8 +251,9 @@ TEST_F(TriggerManagerTest, ActiveOnlyWhileTheSystemHoldsItsAssertions)
     EXPECT_FALSE(triggers().active());
 }
 
-// Its assertions are its own: the session ending leaves them, and it leaves the session's.
-TEST_F(TriggerManagerTest, ItsAssertionsAreItsOwn)
+// Its assertions are its own: the session ending leaves them, and it leaves
+// the session's. Reset All switches automation off for good but keeps the rules.
+TEST_F(TriggerManagerTest, ItsAssertionsAreItsOwnAndResetAllSwitchesItOff)
 {
     manager->apply({Kind::system}, std::nullopt);
     triggers().setAutomationEnabled(true);
@@ -265,13 +266,8 @@ TEST_F(TriggerManagerTest, ItsAssertionsAreItsOwn)
     triggers().setKeepAwakeOnAC(false);
     EXPECT_EQ(liveAssertions(), 1);
     EXPECT_TRUE(manager->assertions().isHeld(Kind::display));
-}
 
-TEST_F(TriggerManagerTest, ResetAllSwitchesAutomationOffForGood)
-{
-    triggers().setAutomationEnabled(true);
     triggers().setKeepAwakeOnAC(true);
-    EXPECT_TRUE(manager->anythingActive());
     manager->resetAll();
     EXPECT_FALSE(triggers().automationEnabled());
     EXPECT_FALSE(settings.flag(quillon::app::Settings::Key::triggersEnabled));
@@ -371,10 +367,16 @@ protected:
     quillon::app::ProcessKeepAwake& processes() { return *manager->processes(); }
 };
 
+// Held while any watched process runs, let go after the last; a process that
+// is not running is refused, and Reset All lets go of the rest.
 TEST_F(ProcessKeepAwakeTest, HoldsWhileAnyWatchedProcessRunsAndLetsGoAfterTheLast)
 {
-    processWatcher.alive = {100, 200};
     QString problem;
+    EXPECT_FALSE(processes().keepAwakeWhile(4242, problem));
+    EXPECT_EQ(problem, "no process 4242 is running");
+    EXPECT_EQ(liveAssertions(), 0);
+
+    processWatcher.alive = {100, 200, 7};
     EXPECT_TRUE(processes().keepAwakeWhile(100, problem));
     EXPECT_TRUE(processes().keepAwakeWhile(200, problem));
     EXPECT_TRUE(processes().keepAwakeWhile(200, problem)) << "watching twice is watching once";
@@ -387,16 +389,7 @@ TEST_F(ProcessKeepAwakeTest, HoldsWhileAnyWatchedProcessRunsAndLetsGoAfterTheLas
     processWatcher.end(200);
     EXPECT_EQ(liveAssertions(), 0);
     EXPECT_FALSE(manager->anythingActive());
-}
 
-TEST_F(ProcessKeepAwakeTest, NoSuchProcessIsRefusedAndResetAllLetsGo)
-{
-    QString problem;
-    EXPECT_FALSE(processes().keepAwakeWhile(4242, problem));
-    EXPECT_EQ(problem, "no process 4242 is running");
-    EXPECT_EQ(liveAssertions(), 0);
-
-    processWatcher.alive = {7};
     EXPECT_TRUE(processes().keepAwakeWhile(7, problem));
     manager->resetAll();
     EXPECT_EQ(liveAssertions(), 0);

@@ -56,17 +56,15 @@ TEST(DrmDisplaysTest, OnlyAConnectedConnectorThatIsNoBuiltInPanelCounts)
     EXPECT_EQ(DrmDisplays::connectorType("card12-eDP-2"), "eDP");
     for (const char* odd : {"card0", "card0-", "cardX-DP-1", "renderD128", "card0-DP-", "card0--1", "version"})
         EXPECT_EQ(DrmDisplays::connectorType(odd), "") << odd;
-}
 
-TEST(DrmDisplaysTest, QuillonSysfsRootPointsItAtACapturedTree)
-{
+    // QUILLON_SYSFS_ROOT points it at a captured tree.
     qputenv("QUILLON_SYSFS_ROOT", (kFixtures + "/drm/laptop-hdmi").toUtf8());
     EXPECT_TRUE(DrmDisplays().connected());
     qunsetenv("QUILLON_SYSFS_ROOT");
     EXPECT_EQ(DrmDisplays::fromEnvironment(), "/sys");
 }
 
-TEST(DesktopEntryTest, ExecLinesNameTheProgramOrNothing)
+TEST(DesktopEntryTest, AnApplicationEntryNamesTheProgramOrNothing)
 {
     const auto program = [](const char* exec) {
         const auto entry
@@ -90,10 +88,8 @@ TEST(DesktopEntryTest, ExecLinesNameTheProgramOrNothing)
         "[Desktop Entry]\nType=Application\nName=A\nExec=sh -c 'exec steam'\nTryExec=steam\n", "steam");
     ASSERT_TRUE(viaTry);
     EXPECT_EQ(viaTry->program, "steam");
-}
 
-TEST(DesktopEntryTest, ItIsAnApplicationEntryOrNothing)
-{
+    // It is an application entry or nothing.
     for (const char* text : {"", "garbage\n\x01\x02", "[Desktop Entry]\nName=A\nExec=a\n",
              "[Desktop Entry]\nType=Link\nName=A\nURL=x\n", "[Desktop Entry]\nType=Application\nExec=a\n",
              "[Desktop Entry]\nType=Application\nName=A\n", "[Other]\nType=Application\nName=A\nExec=a\n",

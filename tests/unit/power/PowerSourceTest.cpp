@@ -81,7 +81,7 @@ TEST(PowerSource, EachCapturedMachineReadsAsItsUserWouldDescribeIt)
     }
 }
 
-TEST(PowerSource, ChargeRoundsToTheNearestPercentWithinRange)
+TEST(PowerSource, ChargeRoundsToTheNearestPercentAndTwentyIsLow)
 {
     CapturedTree tree("power_supply/laptop-discharging");
     const PowerSource power = sourceAt(tree.root());
@@ -102,12 +102,9 @@ TEST(PowerSource, ChargeRoundsToTheNearestPercentWithinRange)
         tree.set("BAT0/charge_full", row.chargeFull);
         EXPECT_EQ(power.current().percentage, row.percent) << row.chargeNow << " / " << row.chargeFull;
     }
-}
 
-TEST(PowerSource, BatteryCountsAsLowAtTwentyPercentAndBelow)
-{
-    CapturedTree tree("power_supply/laptop-discharging");
-    const PowerSource power = sourceAt(tree.root());
+    // The battery counts as low at 20 % and below.
+    tree.set("BAT0/charge_full", "5020000");
     tree.set("BAT0/charge_now", "1004000"); // 20 %
     EXPECT_EQ(power.renderPowerStatus().kind, RenderPowerStatus::Case::batteryLow);
     EXPECT_EQ(power.renderPowerStatus().percent, 20);

@@ -70,6 +70,19 @@ TEST_F(SleepAssertionsTest, EveryAssertionIsReleasedExactlyOnce)
     std::sort(released.begin(), released.end());
     EXPECT_EQ(std::adjacent_find(released.begin(), released.end()), released.end());
     EXPECT_EQ(released.size(), 3u);
+
+    // Two owners of one kind hold two assertions and let go independently;
+    // destroying an owner releases what it still holds.
+    auto lid = std::make_unique<SleepAssertions>(backend);
+    owner.start(Kind::system);
+    lid->start(Kind::system);
+    ASSERT_EQ(backend->live.size(), 2u);
+    EXPECT_NE(owner.ids().at(Kind::system), lid->ids().at(Kind::system));
+    owner.stop(Kind::system);
+    EXPECT_EQ(backend->live.count(lid->ids().at(Kind::system)), 1u);
+    lid->start(Kind::display);
+    lid.reset();
+    EXPECT_TRUE(backend->live.empty());
 }
 
 TEST_F(SleepAssertionsTest, ARefusedStartReportsFalseAndLeavesNothingHeld)
@@ -113,24 +126,6 @@ TEST_F(SleepAssertionsTest, AnAssertionTheSystemDropsLaterIsLetGoAndShownFailed)
     backend->settle(other.ids().at(Kind::system), SystemPhase::inForce);
     EXPECT_EQ(other.state(Kind::system).phase, Phase::inForce);
     EXPECT_EQ(changes, 2) << "started, then failed; the other owner's news is not ours";
-}
-
-TEST_F(SleepAssertionsTest, TwoOwnersOfOneKindHoldTwoAssertionsAndLetGoIndependently)
-{
-    SleepAssertions session(backend);
-    auto lid = std::make_unique<SleepAssertions>(backend);
-    session.start(Kind::system);
-    lid->start(Kind::system);
-    ASSERT_EQ(backend->live.size(), 2u);
-    EXPECT_NE(session.ids().at(Kind::system), lid->ids().at(Kind::system));
-
-    session.stop(Kind::system);
-    EXPECT_EQ(backend->live.count(lid->ids().at(Kind::system)), 1u);
-
-    // Destroying an owner releases what it still holds.
-    lid->start(Kind::display);
-    lid.reset();
-    EXPECT_TRUE(backend->live.empty());
 }
 
 TEST_F(SleepAssertionsTest, KindsHaveStableRawValuesAndLabelsInBothLanguages)
