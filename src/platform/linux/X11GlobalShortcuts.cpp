@@ -1,5 +1,7 @@
 #include "X11GlobalShortcuts.h"
 
+#include "QtXcb.h"
+
 #include <QCoreApplication>
 #include <QGuiApplication>
 #include <QStringList>
@@ -20,20 +22,6 @@ struct FreeDeleter {
     void operator()(void* p) const { std::free(p); }
 };
 template <typename T> using Reply = std::unique_ptr<T, FreeDeleter>;
-
-// The GUI application, if this process has one (qGuiApp would cast any
-// application object blindly).
-QGuiApplication* guiApplication()
-{
-    return qobject_cast<QGuiApplication*>(QCoreApplication::instance());
-}
-
-xcb_connection_t* qtConnection()
-{
-    QGuiApplication* app = guiApplication();
-    auto* x11 = app ? app->nativeInterface<QNativeInterface::QX11Application>() : nullptr;
-    return x11 ? x11->connection() : nullptr;
-}
 
 // The keyboard mapping: keysyms per keycode, from the first keycode on.
 struct KeyboardMap {
@@ -105,7 +93,7 @@ QString describe(char key)
 
 X11GlobalShortcuts::X11GlobalShortcuts(QObject* parent)
     : GlobalShortcuts(parent)
-    , m_connection(qtConnection())
+    , m_connection(QtXcb::connection())
 {
     if (m_connection)
         QCoreApplication::instance()->installNativeEventFilter(this);
@@ -114,7 +102,7 @@ X11GlobalShortcuts::X11GlobalShortcuts(QObject* parent)
 X11GlobalShortcuts::~X11GlobalShortcuts()
 {
     // The connection goes with the application: nothing to give back then.
-    if (m_connection && guiApplication()) {
+    if (m_connection && QtXcb::guiApplication()) {
         unregisterShortcuts();
         QCoreApplication::instance()->removeNativeEventFilter(this);
     }
@@ -122,7 +110,7 @@ X11GlobalShortcuts::~X11GlobalShortcuts()
 
 bool X11GlobalShortcuts::available()
 {
-    return qtConnection() != nullptr;
+    return QtXcb::connection() != nullptr;
 }
 
 void X11GlobalShortcuts::registerShortcuts(const QList<Shortcut>& shortcuts)

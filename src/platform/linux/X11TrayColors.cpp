@@ -1,19 +1,14 @@
 #include "X11TrayColors.h"
 
-#include <QGuiApplication>
+#include "QtXcb.h"
+
+#include <QCoreApplication>
 #include <cstdlib>
 #include <xcb/xcb.h>
 
 namespace quillon::platform::linux_ {
 
 namespace {
-
-xcb_connection_t* qtConnection()
-{
-    auto* app = qobject_cast<QGuiApplication*>(QCoreApplication::instance());
-    auto* x11 = app ? app->nativeInterface<QNativeInterface::QX11Application>() : nullptr;
-    return x11 ? x11->connection() : nullptr;
-}
 
 xcb_atom_t atom(xcb_connection_t* c, const QByteArray& name)
 {
@@ -41,7 +36,7 @@ void selectAlso(xcb_connection_t* c, xcb_window_t window, std::uint32_t events)
 
 X11TrayColors::X11TrayColors(QObject* parent)
     : TrayColors(parent)
-    , m_connection(qtConnection())
+    , m_connection(QtXcb::connection())
 {
     if (!m_connection)
         return;

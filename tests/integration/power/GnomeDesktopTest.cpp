@@ -55,13 +55,7 @@ TEST_F(GnomeDesktopTest, KeepAwakeIsHeldByTheSessionAndListedThere)
     if (IsSkipped())
         return;
     SleepAssertions owner(backend);
-    ASSERT_TRUE(owner.start(Kind::system));
-    ASSERT_TRUE(owner.start(Kind::display));
-    for (const auto kind : {Kind::system, Kind::display}) {
-        const auto held = settled(owner, kind);
-        EXPECT_EQ(held.phase, Phase::inForce) << held.problem.toStdString();
-        EXPECT_EQ(held.through, "GNOME session");
-    }
+    ASSERT_NO_FATAL_FAILURE(expectBothInForceThrough(owner, "GNOME session"));
     auto listed = inhibitors();
     std::sort(listed.begin(), listed.end());
     EXPECT_EQ(listed, both);

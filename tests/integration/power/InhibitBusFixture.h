@@ -82,6 +82,19 @@ protected:
         return owner.state(kind);
     }
 
+    // Starts system and display keep-awake and expects both to settle in
+    // force through this route.
+    void expectBothInForceThrough(SleepAssertions& owner, const QString& through)
+    {
+        ASSERT_TRUE(owner.start(Kind::system));
+        ASSERT_TRUE(owner.start(Kind::display));
+        for (const auto kind : {Kind::system, Kind::display}) {
+            const auto held = settled(owner, kind);
+            EXPECT_EQ(held.phase, Phase::inForce) << held.problem.toStdString();
+            EXPECT_EQ(held.through, through);
+        }
+    }
+
     // What a stand-in holds now, in the order taken.
     QList<Inhibition> held(const QString& service)
     {

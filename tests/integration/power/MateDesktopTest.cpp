@@ -41,13 +41,7 @@ TEST_F(MateDesktopTest, KeepAwakeIsHeldByTheSessionManagerAndListedThere)
     if (IsSkipped())
         return;
     SleepAssertions owner(backend);
-    ASSERT_TRUE(owner.start(Kind::system));
-    ASSERT_TRUE(owner.start(Kind::display));
-    for (const auto kind : {Kind::system, Kind::display}) {
-        const auto held = settled(owner, kind);
-        EXPECT_EQ(held.phase, Phase::inForce) << held.problem.toStdString();
-        EXPECT_EQ(held.through, "GNOME session");
-    }
+    ASSERT_NO_FATAL_FAILURE(expectBothInForceThrough(owner, "GNOME session"));
     EXPECT_EQ(sessionInhibitors(), 2);
     owner.stopAll();
     EXPECT_TRUE(waitUntil([&] { return sessionInhibitors() == 0; }));

@@ -82,13 +82,7 @@ TEST_F(XfceDesktopTest, KeepAwakeIsHeldByThePowerManagerAndListedThere)
     START_LOGIND();
     ASSERT_NO_FATAL_FAILURE(startXfce());
     SleepAssertions owner(backend);
-    ASSERT_TRUE(owner.start(Kind::system));
-    ASSERT_TRUE(owner.start(Kind::display));
-    for (const auto kind : {Kind::system, Kind::display}) {
-        const auto held = settled(owner, kind);
-        EXPECT_EQ(held.phase, SleepAssertions::KindState::Phase::inForce) << held.problem.toStdString();
-        EXPECT_EQ(held.through, "PowerManagement (Xfce)");
-    }
+    ASSERT_NO_FATAL_FAILURE(expectBothInForceThrough(owner, "PowerManagement (Xfce)"));
     EXPECT_EQ(inhibitors(), (QStringList{"Quillon", "Quillon"}));
 
     owner.stopAll();
