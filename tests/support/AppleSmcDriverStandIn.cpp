@@ -17,8 +17,10 @@ namespace quillon::test {
 
 namespace {
 
-// How long an answer waits for its reader to close: kReaderCloseWaits times kReaderCloseWaitMs.
-constexpr int kReaderCloseWaits = 20;
+// How long an answer waits for its reader to close: kReaderCloseWaits times
+// kReaderCloseWaitMs. Generous: on a loaded machine a reader may take over a
+// second to close, and answering again before it has would count twice.
+constexpr int kReaderCloseWaits = 100;
 constexpr int kReaderCloseWaitMs = 50;
 
 constexpr const char* kPipeFiles[]
