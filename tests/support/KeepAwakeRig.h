@@ -44,12 +44,12 @@ public:
     Owner current;
     int handOvers = 0;
     int restores = 0;
-    Owner owner() override { return current; }
-    bool handOver(QString& problem) override
+    // Answered at once.
+    void askOwner(OwnerAnswer done) override { done(current); }
+    void handOver(HandOverAnswer done) override
     {
         ++handOvers;
-        problem = current.canHandOver ? QString() : QStringLiteral("no way");
-        return current.canHandOver;
+        done(current.canHandOver, current.canHandOver ? QString() : QStringLiteral("no way"));
     }
     void restore() override { ++restores; }
 };
