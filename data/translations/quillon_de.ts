@@ -515,6 +515,46 @@ ist da.</translation>
         <translation>Wachhalten ist nicht aktiv: %1</translation>
     </message>
     <message>
+        <source>system</source>
+        <translation>System</translation>
+    </message>
+    <message>
+        <source>display</source>
+        <translation>Display</translation>
+    </message>
+    <message>
+        <source>network</source>
+        <translation>Netzwerk</translation>
+    </message>
+    <message>
+        <source>Keep-awake asked for, not confirmed: %1</source>
+        <translation>Wachhalten angefragt, nicht bestätigt: %1</translation>
+    </message>
+    <message>
+        <source>Keep-awake asked for, not confirmed: %1 · %2 left</source>
+        <translation>Wachhalten angefragt, nicht bestätigt: %1 · noch %2</translation>
+    </message>
+    <message>
+        <source>Auto keep-awake asked for, not confirmed (%1)</source>
+        <translation>Automatisch wach angefragt, nicht bestätigt (%1)</translation>
+    </message>
+    <message>
+        <source>Render Mode&apos;s keep-awake is asked for, not confirmed</source>
+        <translation>Wachhalten des Render Mode angefragt, nicht bestätigt</translation>
+    </message>
+    <message>
+        <source>Not confirmed · %1 left</source>
+        <translation>Nicht bestätigt · noch %1</translation>
+    </message>
+    <message>
+        <source>Not confirmed</source>
+        <translation>Nicht bestätigt</translation>
+    </message>
+    <message>
+        <source>On — %1 (asked for, not confirmed)</source>
+        <translation>An — %1 (angefragt, nicht bestätigt)</translation>
+    </message>
+    <message>
         <source>Not in force</source>
         <translation>Nicht aktiv</translation>
     </message>
@@ -1023,6 +1063,10 @@ ist da.</translation>
     <message>
         <source>the system refused</source>
         <translation>das System hat abgelehnt</translation>
+    </message>
+    <message>
+        <source>Asked %1, not confirmed: %2</source>
+        <translation>Bei %1 angefragt, nicht bestätigt: %2</translation>
     </message>
     <message>
         <source>Checking that %1 holds it…</source>

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <functional>
 
 namespace quillon::platform {
 
@@ -10,7 +11,9 @@ namespace quillon::platform {
 // setting can, so keep-awake must either have it hand the lid back or tell
 // the user what to change.
 //
-// Main thread only; each call is at most one bounded D-Bus round trip.
+// Main thread only. Nothing here waits: each question is answered later,
+// after at most a bounded D-Bus round trip or two, and never after the owner
+// object is gone.
 class LidSwitchOwner {
 public:
     // The desktops whose power managers are known to take the lid.
@@ -31,16 +34,22 @@ public:
         bool doesNothing = false;
     };
 
+    using OwnerAnswer = std::function<void(const Owner& owner)>;
+    // Whether a hand-over was accepted, or why not.
+    using HandOverAnswer = std::function<void(bool accepted, const QString& problem)>;
+
     virtual ~LidSwitchOwner() = default;
 
-    // Asks who holds the lid now.
-    virtual Owner owner() = 0;
-    // Asks the power manager to leave the lid to the login manager. True when
-    // the request was accepted (it lets go shortly after: poll owner()); false
-    // with problem set when not. Undone by restore().
-    virtual bool handOver(QString& problem) = 0;
-    // Puts the power manager's setting back as handOver() found it; nothing
-    // when nothing was changed.
+    // Asks who holds the lid now; done hears it once. Where that cannot be
+    // told (the login manager does not answer), the login manager is taken
+    // to act on the lid itself, whose own lock then says whether it can.
+    virtual void askOwner(OwnerAnswer done) = 0;
+    // Asks the power manager to leave the lid to the login manager; done
+    // hears whether it accepted (it lets go shortly after: ask again), or why
+    // not. Undone by restore().
+    virtual void handOver(HandOverAnswer done) = 0;
+    // Puts the power manager's setting back as handOver() found it, without
+    // waiting; nothing when nothing was changed.
     virtual void restore() = 0;
 };
 

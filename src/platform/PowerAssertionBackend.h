@@ -4,6 +4,7 @@
 #include <QString>
 #include <QStringList>
 #include <QtGlobal>
+#include <functional>
 #include <optional>
 
 namespace quillon::platform {
@@ -61,8 +62,17 @@ public:
     // nothing, but keeps its id until released.
     virtual PowerAssertionState state(AssertionId) const { return {}; }
     // What others hold against sleep right now, one line each ("who: why
-    // (what)"), ours left out. Asks the system (a bounded round trip).
-    virtual QStringList otherInhibitors() const { return {}; }
+    // (what)"), ours left out; or, when the system could not be asked (it
+    // did not answer in time), why not.
+    struct OtherInhibitors {
+        QStringList lines;
+        QString problem;
+    };
+    using OtherInhibitorsAnswer = std::function<void(const OtherInhibitors&)>;
+    // Asks the system without waiting; done hears the answer once, later
+    // (after one bounded round trip at most) or, where there is nothing to
+    // ask, at once. Never after this backend is gone.
+    virtual void askOtherInhibitors(OtherInhibitorsAnswer done) { done({}); }
 
 signals:
     // An assertion's state() changed (confirmed, or failed for good).

@@ -40,6 +40,16 @@ public:
         emit stateChanged(id);
     }
 
+    // Who else blocks sleep: answered at once with others, or, while
+    // holdOthers, kept in waiting until the test calls them.
+    void askOtherInhibitors(OtherInhibitorsAnswer done) override
+    {
+        if (holdOthers)
+            waitingForOthers.push_back(std::move(done));
+        else
+            done(others);
+    }
+
     void release(AssertionId id) override
     {
         released.push_back(id);
@@ -51,6 +61,9 @@ public:
     bool confirmLater = false;
     std::map<AssertionId, platform::PowerAssertionState> states;
     int createCalls = 0;
+    OtherInhibitors others;
+    bool holdOthers = false;
+    std::vector<OtherInhibitorsAnswer> waitingForOthers;
     std::map<AssertionId, Assertion> live;
     std::vector<AssertionId> released;
 

@@ -44,13 +44,19 @@ public:
     Owner current;
     int handOvers = 0;
     int restores = 0;
-    Owner owner() override { return current; }
-    bool handOver(QString& problem) override
+    // Answered at once; a hand-over, while answerLater, when the test calls pending.
+    void askOwner(OwnerAnswer done) override { done(current); }
+    void handOver(HandOverAnswer done) override
     {
         ++handOvers;
-        problem = current.canHandOver ? QString() : QStringLiteral("no way");
-        return current.canHandOver;
+        pending = [this, done] {
+            done(current.canHandOver, current.canHandOver ? QString() : QStringLiteral("no way"));
+        };
+        if (!answerLater)
+            pending();
     }
+    bool answerLater = false;
+    std::function<void()> pending;
     void restore() override { ++restores; }
 };
 

@@ -397,12 +397,16 @@ void TriggerManager::publish(const Reasons& reasons, std::optional<Kind> cooling
 
 void TriggerManager::updateActive()
 {
-    const bool active = ruleHolds()
-        && (m_assertions.holding(SleepAssertions::Kind::system)
-            || m_assertions.holding(SleepAssertions::Kind::display));
-    if (active == m_active)
+    const auto any = [this](SleepAssertions::KindState::Phase phase) {
+        return m_assertions.state(SleepAssertions::Kind::system).phase == phase
+            || m_assertions.state(SleepAssertions::Kind::display).phase == phase;
+    };
+    const bool active = ruleHolds() && any(SleepAssertions::KindState::Phase::inForce);
+    const bool unconfirmed = ruleHolds() && !active && any(SleepAssertions::KindState::Phase::confirming);
+    if (active == m_active && unconfirmed == m_unconfirmed)
         return;
     m_active = active;
+    m_unconfirmed = unconfirmed;
     emit activeChanged();
 }
 

@@ -31,9 +31,10 @@ class Settings;
 // applications listed, it asks which run and decides on the answer, which
 // the Linux probes give from a worker thread.
 //
-// Active means a rule holds and the system holds its assertions (system
-// and display, its own, so no other feature's are touched); a rule whose
-// assertions the system refuses shows in ruleHolds() without active().
+// Active means a rule holds and the system shows its assertions (system
+// and display, its own, so no other feature's are touched) in force; a rule
+// whose assertions the system refuses, or has taken without showing them in
+// force, shows in ruleHolds() without active().
 // Main thread only.
 class TriggerManager : public QObject {
     Q_OBJECT
@@ -130,6 +131,9 @@ public:
     const QTimer& pollTimer() const { return m_pollTimer; }
 
     bool active() const { return m_active; }
+    // A rule holds and its assertions are taken, but none is shown in force yet
+    // (being checked, or asked where nothing can confirm it).
+    bool unconfirmed() const { return m_unconfirmed; }
     bool ruleHolds() const
     {
         return m_reasons.onAC || m_reasons.extDisplay || !m_reasons.apps.isEmpty() || !m_reasons.fullScreen.isEmpty()
@@ -194,6 +198,7 @@ private:
     Seen m_seen;
     QList<TriggerApp> m_apps;
     bool m_active = false;
+    bool m_unconfirmed = false;
     Reasons m_reasons;
     std::optional<Kind> m_cooling;
     QTimer m_pollTimer;

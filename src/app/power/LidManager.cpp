@@ -10,6 +10,7 @@
 #include "platform/ThermalPressure.h"
 
 #include <QPointer>
+#include <utility>
 
 namespace quillon::app {
 
@@ -115,8 +116,27 @@ void LidManager::switchOn()
 
 void LidManager::claimLid()
 {
-    const platform::LidSwitchOwner::Owner owner
-        = m_parts.lidOwner ? m_parts.lidOwner->owner() : platform::LidSwitchOwner::Owner{};
+    if (!m_parts.lidOwner) {
+        onLidOwner({});
+        return;
+    }
+    if (m_askingOwner)
+        return; // the answer to the last question is still to come
+    m_askingOwner = true;
+    if (m_hold.phase == Phase::off)
+        setHold(Phase::confirming, QStringLiteral("logind"));
+    QPointer<LidManager> self(this);
+    m_parts.lidOwner->askOwner([self](const platform::LidSwitchOwner::Owner& owner) {
+        if (!self)
+            return;
+        self->m_askingOwner = false;
+        if (self->m_enabled && self->m_fan)
+            self->onLidOwner(owner);
+    });
+}
+
+void LidManager::onLidOwner(const platform::LidSwitchOwner::Owner& owner)
+{
     if (owner.desktop == platform::LidSwitchOwner::Desktop::none) {
         m_handOverAsked = QDateTime();
         lockLid();
@@ -138,14 +158,29 @@ void LidManager::claimLid()
         refuse(instructions);
         return;
     }
-    QString problem;
-    if (!m_parts.lidOwner->handOver(problem)) {
-        refuse(tr("%1 could not hand the lid back (%2). %3").arg(owner.who, problem, instructions));
+    if (m_handingOver)
         return;
-    }
-    m_handedOver = true;
-    m_handOverAsked = m_parts.clock->now();
-    setHold(Phase::confirming, tr("%1, handing the lid to logind").arg(owner.who));
+    m_handingOver = true;
+    QPointer<LidManager> self(this);
+    m_parts.lidOwner->handOver([self, owner, instructions](bool accepted, const QString& problem) {
+        if (!self)
+            return;
+        self->m_handingOver = false;
+        if (accepted)
+            self->m_handedOver = true; // ours to put back, whatever happens now
+        if (!self->m_enabled) {
+            // Switched off while it was being asked.
+            if (std::exchange(self->m_handedOver, false))
+                self->m_parts.lidOwner->restore();
+            return;
+        }
+        if (!accepted) {
+            self->refuse(tr("%1 could not hand the lid back (%2). %3").arg(owner.who, problem, instructions));
+            return;
+        }
+        self->m_handOverAsked = self->m_parts.clock->now();
+        self->setHold(Phase::confirming, tr("%1, handing the lid to logind").arg(owner.who));
+    });
 }
 
 void LidManager::lockLid()

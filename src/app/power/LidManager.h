@@ -1,6 +1,7 @@
 #pragma once
 
 #include "SleepAssertions.h"
+#include "platform/LidSwitchOwner.h"
 
 #include "core/CoolingProfile.h"
 
@@ -13,7 +14,6 @@
 namespace quillon::platform {
 class Clock;
 class LidSensor;
-class LidSwitchOwner;
 class ThermalPressure;
 } // namespace quillon::platform
 
@@ -101,8 +101,10 @@ private:
     void switchOn();
     void switchOff();
     void autoStop(const QString& reason);
-    // Takes the lid: hands it back from a power manager, then locks it.
+    // Takes the lid: asks who holds it, without waiting, then onLidOwner().
     void claimLid();
+    // Hands the lid back from a power manager, or locks it.
+    void onLidOwner(const platform::LidSwitchOwner::Owner& owner);
     void lockLid();
     // Switches off with the reason in holdState(). A hold lost after it was in
     // force (found by the watchdog or told by the system) is an automatic stop
@@ -126,6 +128,8 @@ private:
     SleepAssertions::KindState m_hold; // the lid lock's own state
     QDateTime m_handOverAsked;         // valid while waiting for a power manager to let go
     bool m_handedOver = false;         // a power manager's setting is ours to put back
+    bool m_askingOwner = false;        // who holds the lid is being asked
+    bool m_handingOver = false;        // a power manager is being asked to hand the lid back
     std::optional<platform::PowerAssertionBackend::AssertionId> m_ownLock; // without a helper
 };
 

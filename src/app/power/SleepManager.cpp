@@ -113,10 +113,14 @@ SleepManager::SleepManager(Services services, QObject* parent)
     connect(m_pause.get(), &KeepAwakePause::changed, this, &SleepManager::sessionChanged);
 }
 
-bool SleepManager::holdsAnything() const
+QList<SleepManager::Kind> SleepManager::kindsIn(SleepAssertions::KindState::Phase phase) const
 {
-    return std::any_of(
-        m_activeKinds.begin(), m_activeKinds.end(), [this](Kind kind) { return m_assertions.holding(kind); });
+    QList<Kind> kinds;
+    for (const Kind kind : SleepAssertions::allKinds) {
+        if (m_activeKinds.contains(kind) && m_assertions.state(kind).phase == phase)
+            kinds.append(kind);
+    }
+    return kinds;
 }
 
 QString SleepManager::firstProblem() const
@@ -331,10 +335,10 @@ void SleepManager::resetAll()
 
 bool SleepManager::anythingActive() const
 {
-    // Keep-awake counts only while something holds it: a refused session does
-    // not light the icon.
-    return holdsAnything() || m_fan->isBoosted() || m_fan->fansEnabled() || m_triggers->active() || m_lid->enabled()
-        || m_renderMode->enabled() || m_processes->active();
+    // Keep-awake counts only once the system shows it in force: a refused
+    // session, or one only asked for, does not light the icon.
+    return !kindsInForce().isEmpty() || m_fan->isBoosted() || m_fan->fansEnabled() || m_triggers->active()
+        || m_lid->enabled() || m_renderMode->enabled() || m_processes->active();
 }
 
 void SleepManager::notify(const QString& title, const QString& body)

@@ -124,12 +124,19 @@ public:
 
     // The kinds asked for (each may still be confirming, or have failed).
     const QSet<Kind>& activeKinds() const { return m_activeKinds; }
-    // Whether any kind asked for is held or being confirmed.
-    bool holdsAnything() const;
+    // The kinds asked for that the system shows in force, in the order of allKinds.
+    QList<Kind> kindsInForce() const { return kindsIn(SleepAssertions::KindState::Phase::inForce); }
+    // The kinds asked for that the system has taken but not (yet) shown in
+    // force: being checked, or asked where nothing can confirm it (the portal).
+    QList<Kind> kindsUnconfirmed() const { return kindsIn(SleepAssertions::KindState::Phase::confirming); }
     // Why the first kind asked for that nothing holds is not held; empty when none failed.
     QString firstProblem() const;
-    // Who else holds the system awake now, ours left out (asks the system).
-    QStringList otherInhibitors() const { return m_services.assertions->otherInhibitors(); }
+    // Who else holds the system awake now, ours left out: asks the system
+    // without waiting, and done hears it once.
+    void askOtherInhibitors(platform::PowerAssertionBackend::OtherInhibitorsAnswer done) const
+    {
+        m_services.assertions->askOtherInhibitors(std::move(done));
+    }
     QDateTime expiresAt() const { return m_expiresAt; }
     QDateTime now() const { return m_now; }
     const SleepAssertions& assertions() const { return m_assertions; }
@@ -163,6 +170,7 @@ private:
     void cancelExpiry();
     void endSession();
     void setActiveKinds(const QSet<Kind>& kinds);
+    QList<Kind> kindsIn(SleepAssertions::KindState::Phase phase) const;
     QStringList activeKindNames() const;
     QString remainingTextForView() const { return remainingText().value_or(QString()); }
     QString expiryDescriptionForView() const { return expiryDescription().value_or(QString()); }

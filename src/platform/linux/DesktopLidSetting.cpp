@@ -1,8 +1,10 @@
 #include "DesktopLidSetting.h"
 
+#include "DBusAsync.h"
 #include "DBusTimeouts.h"
 
 #include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
 #include <memory>
 #include <string>
 
@@ -34,11 +36,30 @@ std::optional<bool> DesktopLidSetting::mateDoesNothing()
 
 std::optional<bool> DesktopLidSetting::kdeDoesNothing(QDBusConnection sessionBus)
 {
-    const QDBusMessage reply = sessionBus.call(
-        QDBusMessage::createMethodCall(QStringLiteral("org.kde.Solid.PowerManagement"),
-            QStringLiteral("/org/kde/Solid/PowerManagement/Actions/HandleButtonEvents"),
-            QStringLiteral("org.kde.Solid.PowerManagement.Actions.HandleButtonEvents"), QStringLiteral("lidAction")),
-        QDBus::Block, DBusTimeouts::callMs);
+    return kdeAnswer(sessionBus.call(kdeLidAction(), QDBus::Block, DBusTimeouts::callMs));
+}
+
+void DesktopLidSetting::askKdeDoesNothing(
+    QDBusConnection sessionBus, QObject* context, std::function<void(std::optional<bool>)> done)
+{
+    auto* watcher
+        = new QDBusPendingCallWatcher(DBusAsync::call(sessionBus, kdeLidAction(), DBusTimeouts::callMs), context);
+    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, context,
+        [done = std::move(done)](QDBusPendingCallWatcher* finished) {
+            finished->deleteLater();
+            done(kdeAnswer(finished->reply()));
+        });
+}
+
+QDBusMessage DesktopLidSetting::kdeLidAction()
+{
+    return QDBusMessage::createMethodCall(QStringLiteral("org.kde.Solid.PowerManagement"),
+        QStringLiteral("/org/kde/Solid/PowerManagement/Actions/HandleButtonEvents"),
+        QStringLiteral("org.kde.Solid.PowerManagement.Actions.HandleButtonEvents"), QStringLiteral("lidAction"));
+}
+
+std::optional<bool> DesktopLidSetting::kdeAnswer(const QDBusMessage& reply)
+{
     const QVariant action = reply.arguments().value(0);
     if (reply.type() != QDBusMessage::ReplyMessage || !action.canConvert<int>())
         return std::nullopt;

@@ -1,6 +1,9 @@
 #pragma once
 
 #include <QDBusConnection>
+#include <QDBusMessage>
+#include <QObject>
+#include <functional>
 #include <optional>
 
 namespace quillon::platform::linux_ {
@@ -19,6 +22,13 @@ public:
     // KDE: PowerDevil's HandleButtonEvents lidAction() 0 ("Do nothing") for
     // the profile in use, asked of its session service (one bounded round trip).
     static std::optional<bool> kdeDoesNothing(QDBusConnection sessionBus);
+    // The same without waiting: done hears it once, never after context is gone.
+    static void askKdeDoesNothing(
+        QDBusConnection sessionBus, QObject* context, std::function<void(std::optional<bool>)> done);
+
+private:
+    static QDBusMessage kdeLidAction();
+    static std::optional<bool> kdeAnswer(const QDBusMessage& reply);
 };
 
 } // namespace quillon::platform::linux_

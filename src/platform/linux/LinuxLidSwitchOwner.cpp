@@ -1,16 +1,19 @@
 #include "LinuxLidSwitchOwner.h"
 
+#include "DBusAsync.h"
 #include "DBusTimeouts.h"
 #include "DesktopLidSetting.h"
 #include "Inhibition.h"
 #include "LogindInhibitorList.h"
 
 #include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
 #include <QDBusVariant>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QSaveFile>
+#include <algorithm>
 
 namespace quillon::platform::linux_ {
 
@@ -95,7 +98,20 @@ LinuxLidSwitchOwner::LinuxLidSwitchOwner(QDBusConnection sessionBus, QDBusConnec
     restore(); // what a crash left changed
 }
 
-LinuxLidSwitchOwner::~LinuxLidSwitchOwner() = default;
+LinuxLidSwitchOwner::~LinuxLidSwitchOwner()
+{
+    // The app is quitting: a setting on its way back is seen through, as
+    // there is nothing left to draw. Otherwise the marker stays for the next start.
+    if (m_restoring.isEmpty())
+        return;
+    bool back = true;
+    for (QDBusPendingCall& call : m_restoring) {
+        call.waitForFinished();
+        back = back && !call.isError();
+    }
+    if (back)
+        QFile::remove(m_markerPath);
+}
 
 QString LinuxLidSwitchOwner::defaultMarkerPath()
 {
@@ -105,51 +121,86 @@ QString LinuxLidSwitchOwner::defaultMarkerPath()
     return state + QStringLiteral("/quillon/xfce-lid-handover");
 }
 
-LidSwitchOwner::Owner LinuxLidSwitchOwner::owner()
+void LinuxLidSwitchOwner::askOwner(OwnerAnswer done)
 {
-    for (const LogindLock& lock : LogindInhibitorList::fetch(m_system)) {
-        // Ours (the fan helper's or this app's), and GNOME's short hold around display changes.
-        if (lock.mode != u"block" || !lock.covers(QStringLiteral("handle-lid-switch")) || lock.who == u"Quillon"
-            || lock.why.startsWith(QLatin1String("External monitor attached")))
-            continue;
-        Owner owner = ownerOf(lock);
-        if (owner.desktop == Desktop::kde)
-            owner.doesNothing = DesktopLidSetting::kdeDoesNothing(m_session).value_or(false);
-        else if (owner.desktop == Desktop::mate)
-            owner.doesNothing = DesktopLidSetting::mateDoesNothing().value_or(false);
-        return owner;
-    }
-    return {};
+    LogindInhibitorList::ask(
+        m_system, &m_calls, [this, done = std::move(done)](const QList<LogindLock>& locks, const QString&) {
+            for (const LogindLock& lock : locks) {
+                // Ours (the fan helper's or this app's), and GNOME's short hold around display changes.
+                if (lock.mode != u"block" || !lock.covers(QStringLiteral("handle-lid-switch")) || lock.who == u"Quillon"
+                    || lock.why.startsWith(QLatin1String("External monitor attached")))
+                    continue;
+                Owner owner = ownerOf(lock);
+                if (owner.desktop == Desktop::kde) {
+                    DesktopLidSetting::askKdeDoesNothing(
+                        m_session, &m_calls, [owner, done](std::optional<bool> nothing) mutable {
+                            owner.doesNothing = nothing.value_or(false);
+                            done(owner);
+                        });
+                    return;
+                }
+                if (owner.desktop == Desktop::mate)
+                    owner.doesNothing = DesktopLidSetting::mateDoesNothing().value_or(false);
+                done(owner);
+                return;
+            }
+            done({});
+        });
 }
 
-bool LinuxLidSwitchOwner::handOver(QString& problem)
+void LinuxLidSwitchOwner::handOver(HandOverAnswer done)
 {
-    const QDBusMessage current = m_session.call(
-        xfconf(QStringLiteral("GetProperty"), {kChannel, kProperty}), QDBus::Block, DBusTimeouts::activatingCallMs);
-    QByteArray before = kWasAbsent;
-    if (current.type() == QDBusMessage::ReplyMessage)
-        before = current.arguments().value(0).value<QDBusVariant>().variant().toBool() ? "true" : "false";
-    if (before == "true")
-        return true; // already left to logind; nothing of ours to put back
+    const auto asked = DBusAsync::call(
+        m_session, xfconf(QStringLiteral("GetProperty"), {kChannel, kProperty}), DBusTimeouts::activatingCallMs);
+    auto* watcher = new QDBusPendingCallWatcher(asked, &m_calls);
+    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, &m_calls,
+        [this, done = std::move(done)](QDBusPendingCallWatcher* finished) {
+            finished->deleteLater();
+            const QDBusMessage current = finished->reply();
+            QByteArray before = kWasAbsent;
+            if (current.type() == QDBusMessage::ReplyMessage) {
+                before = current.arguments().value(0).value<QDBusVariant>().variant().toBool() ? "true" : "false";
+            } else if (current.errorName() == QDBusError::errorString(QDBusError::NoReply)
+                || current.errorName() == QDBusError::errorString(QDBusError::Timeout)) {
+                // An unset property is an error too; a service that hangs is not asked on.
+                done(false, QStringLiteral("Xfce's settings service (xfconf) did not answer in time"));
+                return;
+            }
+            if (before == "true") {
+                done(true, {}); // already left to logind; nothing of ours to put back
+                return;
+            }
+            setHandingOver(before, done);
+        });
+}
 
+void LinuxLidSwitchOwner::setHandingOver(const QByteArray& before, const HandOverAnswer& done)
+{
     // Written first: whatever happens next, a later start can put it back.
     QDir().mkpath(QFileInfo(m_markerPath).path());
     QSaveFile marker(m_markerPath);
     if (!marker.open(QIODevice::WriteOnly) || marker.write(before) != before.size() || !marker.commit()) {
-        problem = QStringLiteral("cannot record the setting to put back (%1)").arg(m_markerPath);
-        return false;
+        done(false, QStringLiteral("cannot record the setting to put back (%1)").arg(m_markerPath));
+        return;
     }
-    const QDBusMessage set = m_session.call(
+    const auto set = DBusAsync::call(m_session,
         xfconf(QStringLiteral("SetProperty"), {kChannel, kProperty, QVariant::fromValue(QDBusVariant(true))}),
-        QDBus::Block, DBusTimeouts::activatingCallMs);
-    if (set.type() != QDBusMessage::ReplyMessage) {
-        QFile::remove(m_markerPath);
-        problem = Inhibition::callProblem(set);
-        if (problem.isEmpty())
-            problem = QStringLiteral("Xfce's settings service (xfconf) is not running");
-        return false;
-    }
-    return true;
+        DBusTimeouts::activatingCallMs);
+    auto* watcher = new QDBusPendingCallWatcher(set, &m_calls);
+    QObject::connect(
+        watcher, &QDBusPendingCallWatcher::finished, &m_calls, [this, done](QDBusPendingCallWatcher* finished) {
+            finished->deleteLater();
+            const QDBusMessage reply = finished->reply();
+            if (reply.type() == QDBusMessage::ReplyMessage) {
+                done(true, {});
+                return;
+            }
+            QFile::remove(m_markerPath);
+            QString problem = Inhibition::callProblem(reply);
+            if (problem.isEmpty())
+                problem = QStringLiteral("Xfce's settings service (xfconf) is not running");
+            done(false, problem);
+        });
 }
 
 void LinuxLidSwitchOwner::restore()
@@ -162,15 +213,26 @@ void LinuxLidSwitchOwner::restore()
     // xfce4-power-manager does not hear a reset of this property (it only
     // follows values it is sent), so it gets false first, which has it take
     // the lid again; the reset then leaves the setting absent, as it was.
-    QDBusMessage reply = m_session.call(xfconf(QStringLiteral("SetProperty"),
-                                            {kChannel, kProperty, QVariant::fromValue(QDBusVariant(before == "true"))}),
-        QDBus::Block, DBusTimeouts::callMs);
-    if (reply.type() == QDBusMessage::ReplyMessage && before == kWasAbsent)
-        reply = m_session.call(
-            xfconf(QStringLiteral("ResetProperty"), {kChannel, kProperty, false}), QDBus::Block, DBusTimeouts::callMs);
-    // Kept for the next start when xfconf cannot be reached now.
-    if (reply.type() == QDBusMessage::ReplyMessage)
-        QFile::remove(m_markerPath);
+    // xfconf takes the two in the order sent.
+    QList<QDBusPendingCall> calls{DBusAsync::call(m_session,
+        xfconf(
+            QStringLiteral("SetProperty"), {kChannel, kProperty, QVariant::fromValue(QDBusVariant(before == "true"))}),
+        DBusTimeouts::callMs)};
+    if (before == kWasAbsent)
+        calls << DBusAsync::call(
+            m_session, xfconf(QStringLiteral("ResetProperty"), {kChannel, kProperty, false}), DBusTimeouts::callMs);
+    m_restoring << calls;
+    auto* watcher = new QDBusPendingCallWatcher(calls.last(), &m_calls);
+    QObject::connect(
+        watcher, &QDBusPendingCallWatcher::finished, &m_calls, [this, calls](QDBusPendingCallWatcher* finished) {
+            finished->deleteLater();
+            m_restoring.removeIf([](const QDBusPendingCall& call) { return call.isFinished(); });
+            // Kept for the next start when xfconf cannot be reached now.
+            const bool back
+                = std::all_of(calls.begin(), calls.end(), [](const QDBusPendingCall& call) { return !call.isError(); });
+            if (back)
+                QFile::remove(m_markerPath);
+        });
 }
 
 } // namespace quillon::platform::linux_

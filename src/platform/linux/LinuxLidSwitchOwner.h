@@ -3,6 +3,9 @@
 #include "platform/LidSwitchOwner.h"
 
 #include <QDBusConnection>
+#include <QDBusPendingCall>
+#include <QList>
+#include <QObject>
 #include <QVariant>
 
 namespace quillon::platform::linux_ {
@@ -21,23 +24,29 @@ namespace quillon::platform::linux_ {
 // interface: its xfconf setting "logind-handle-lid-switch" makes it drop its
 // lock and leave the lid to logind. The value found before is written to
 // markerPath until restored, so a crash in between is put right by the next
-// start (the constructor restores what the file says).
+// start (the constructor restores what the file says). Nothing waits on a
+// service, except that the destructor sees a restore in flight through.
 class LinuxLidSwitchOwner : public LidSwitchOwner {
 public:
     LinuxLidSwitchOwner(QDBusConnection sessionBus, QDBusConnection systemBus, QString markerPath);
     ~LinuxLidSwitchOwner() override;
 
-    Owner owner() override;
-    bool handOver(QString& problem) override;
+    void askOwner(OwnerAnswer done) override;
+    void handOver(HandOverAnswer done) override;
     void restore() override;
 
     // The default marker: $XDG_STATE_HOME/quillon/xfce-lid-handover.
     static QString defaultMarkerPath();
 
 private:
+    // Records before, then sets the setting that hands the lid to logind.
+    void setHandingOver(const QByteArray& before, const HandOverAnswer& done);
+
     QDBusConnection m_session;
     QDBusConnection m_system;
     QString m_markerPath;
+    QList<QDBusPendingCall> m_restoring; // the calls putting the setting back, until answered
+    QObject m_calls;                     // the context of every call in flight: none answers after this object is gone
 };
 
 } // namespace quillon::platform::linux_

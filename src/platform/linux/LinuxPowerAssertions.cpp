@@ -198,24 +198,29 @@ PowerAssertionState LinuxPowerAssertions::state(AssertionId id) const
                                        : found->second.state;
 }
 
-QStringList LinuxPowerAssertions::otherInhibitors() const
+void LinuxPowerAssertions::askOtherInhibitors(OtherInhibitorsAnswer done)
 {
-    const quint32 ourPid = static_cast<quint32>(QCoreApplication::applicationPid());
-    // gnome-session turns suspend inhibitions into a logind lock of its own.
-    const bool sessionLockIsOurs = std::any_of(m_assertions.begin(), m_assertions.end(), [this](const auto& entry) {
-        const Assertion& assertion = entry.second;
-        return assertion.routes == &m_suspendRoutes && assertion.held
-            && m_suspendRoutes[assertion.route]->serviceName() == u"org.gnome.SessionManager";
-    });
-    QStringList lines;
-    for (const LogindLock& lock : LogindInhibitorList::fetch(m_systemBus)) {
-        // Ours: this process's locks, the fan helper's, and the session's for ours.
-        if (lock.mode != u"block" || lock.pid == ourPid || lock.who == AppIdentity::displayName()
-            || (sessionLockIsOurs && lock.why == u"user session inhibited"))
-            continue;
-        lines << QStringLiteral("%1: %2 (%3)").arg(lock.who, lock.why, lock.what);
-    }
-    return lines;
+    LogindInhibitorList::ask(
+        m_systemBus, this, [this, done = std::move(done)](const QList<LogindLock>& locks, const QString& problem) {
+            const quint32 ourPid = static_cast<quint32>(QCoreApplication::applicationPid());
+            // gnome-session turns suspend inhibitions into a logind lock of
+            // its own. Judged by what holds now, when the answer is here.
+            const bool sessionLockIsOurs
+                = std::any_of(m_assertions.begin(), m_assertions.end(), [this](const auto& entry) {
+                      const Assertion& assertion = entry.second;
+                      return assertion.routes == &m_suspendRoutes && assertion.held
+                          && m_suspendRoutes[assertion.route]->serviceName() == u"org.gnome.SessionManager";
+                  });
+            OtherInhibitors others{{}, problem};
+            for (const LogindLock& lock : locks) {
+                // Ours: this process's locks, the fan helper's, and the session's for ours.
+                if (lock.mode != u"block" || lock.pid == ourPid || lock.who == AppIdentity::displayName()
+                    || (sessionLockIsOurs && lock.why == u"user session inhibited"))
+                    continue;
+                others.lines << QStringLiteral("%1: %2 (%3)").arg(lock.who, lock.why, lock.what);
+            }
+            done(others);
+        });
 }
 
 QString LinuxPowerAssertions::summary(const QStringList& problems)

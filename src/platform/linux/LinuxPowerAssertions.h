@@ -53,7 +53,7 @@ public:
     std::optional<AssertionId> create(PowerAssertionType type, const QString& name) override;
     void release(AssertionId id) override;
     PowerAssertionState state(AssertionId id) const override;
-    QStringList otherInhibitors() const override;
+    void askOtherInhibitors(OtherInhibitorsAnswer done) override;
 
 private:
     using Routes = std::vector<std::unique_ptr<Inhibitor>>;

@@ -1,8 +1,11 @@
 #include "LogindInhibitorList.h"
 
+#include "DBusAsync.h"
 #include "DBusTimeouts.h"
+#include "Inhibition.h"
 
 #include <QDBusArgument>
+#include <QDBusPendingCallWatcher>
 #include <QSet>
 
 namespace quillon::platform::linux_ {
@@ -42,12 +45,20 @@ QList<LogindLock> LogindInhibitorList::parse(const QDBusMessage& reply)
     return locks;
 }
 
-QList<LogindLock> LogindInhibitorList::fetch(QDBusConnection systemBus, bool* ok)
+void LogindInhibitorList::ask(QDBusConnection systemBus, QObject* context, Answer done)
 {
-    const QDBusMessage reply = systemBus.call(query(), QDBus::Block, DBusTimeouts::callMs);
-    if (ok)
-        *ok = reply.type() == QDBusMessage::ReplyMessage;
-    return parse(reply);
+    auto* watcher = new QDBusPendingCallWatcher(DBusAsync::call(systemBus, query(), DBusTimeouts::callMs), context);
+    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, context,
+        [done = std::move(done)](QDBusPendingCallWatcher* finished) {
+            finished->deleteLater();
+            const QDBusMessage reply = finished->reply();
+            if (reply.type() == QDBusMessage::ReplyMessage) {
+                done(parse(reply), {});
+                return;
+            }
+            const QString problem = Inhibition::callProblem(reply);
+            done({}, QStringLiteral("logind: %1").arg(problem.isEmpty() ? QStringLiteral("not running") : problem));
+        });
 }
 
 } // namespace quillon::platform::linux_

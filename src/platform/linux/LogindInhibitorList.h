@@ -3,7 +3,9 @@
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QList>
+#include <QObject>
 #include <QString>
+#include <functional>
 
 namespace quillon::platform::linux_ {
 
@@ -31,9 +33,12 @@ public:
     static QDBusMessage query();
     // The locks in a reply to query(); empty for an error or a malformed reply.
     static QList<LogindLock> parse(const QDBusMessage& reply);
-    // Asks logind now (blocks for at most one bounded round trip); ok says
-    // whether logind answered.
-    static QList<LogindLock> fetch(QDBusConnection systemBus, bool* ok = nullptr);
+    // What logind said: its locks, or why there are none to tell (it did
+    // not answer in time, no system bus); problem is empty when it answered.
+    using Answer = std::function<void(const QList<LogindLock>& locks, const QString& problem)>;
+    // Asks logind without waiting; done hears the answer once, on context's
+    // thread, and never after context is gone.
+    static void ask(QDBusConnection systemBus, QObject* context, Answer done);
 };
 
 } // namespace quillon::platform::linux_

@@ -21,6 +21,26 @@ QString whole(double value)
     return QString::number(std::lround(value));
 }
 
+// "system, display", as the head names kinds.
+QString kindNames(const QList<app::SleepAssertions::Kind>& kinds)
+{
+    QStringList names;
+    for (const auto kind : kinds) {
+        switch (kind) {
+        case app::SleepAssertions::Kind::system:
+            names << PanelTexts::tr("system");
+            break;
+        case app::SleepAssertions::Kind::display:
+            names << PanelTexts::tr("display");
+            break;
+        case app::SleepAssertions::Kind::network:
+            names << PanelTexts::tr("network");
+            break;
+        }
+    }
+    return names.join(QStringLiteral(", "));
+}
+
 } // namespace
 
 QStringList PanelTexts::statusLines(const app::SleepManager& manager)
@@ -29,13 +49,20 @@ QStringList PanelTexts::statusLines(const app::SleepManager& manager)
     const bool paused = manager.pause()->paused();
     if (paused)
         lines.append(tr("⏸ %1 · Render Mode, closed lid and fan control go on").arg(pausedText(manager)));
-    if (manager.holdsAnything()) {
-        const auto remaining = manager.remainingText();
+    // "Awake" only for what the system shows in force; a kind it has taken
+    // without showing it (the portal's) is named as only asked for.
+    const auto inForce = manager.kindsInForce();
+    const auto unconfirmed = manager.kindsUnconfirmed();
+    const auto remaining = manager.remainingText();
+    if (!inForce.isEmpty())
         lines.append(remaining ? tr("Awake · %1 left").arg(*remaining) : tr("Awake until you turn it off"));
-    } else if (paused && !manager.activeKinds().isEmpty()) {
-        const auto remaining = manager.remainingText();
+    if (!unconfirmed.isEmpty()) {
+        lines.append(inForce.isEmpty() && remaining
+                ? tr("Keep-awake asked for, not confirmed: %1 · %2 left").arg(kindNames(unconfirmed), *remaining)
+                : tr("Keep-awake asked for, not confirmed: %1").arg(kindNames(unconfirmed)));
+    } else if (inForce.isEmpty() && paused && !manager.activeKinds().isEmpty()) {
         lines.append(remaining ? tr("Session paused · %1 left").arg(*remaining) : tr("Session paused"));
-    } else if (!manager.activeKinds().isEmpty()) {
+    } else if (inForce.isEmpty() && !manager.activeKinds().isEmpty()) {
         lines.append(tr("Keep-awake is not in force: %1").arg(manager.firstProblem()));
     }
     const app::TriggerManager& triggers = *manager.triggers();
@@ -43,6 +70,8 @@ QStringList PanelTexts::statusLines(const app::SleepManager& manager)
         lines.append(tr("🤖 Auto keep-awake (%1)").arg(triggers.activeReason()));
     } else if (paused && triggers.ruleHolds()) {
         lines.append(tr("Auto keep-awake paused (%1)").arg(triggers.activeReason()));
+    } else if (triggers.unconfirmed()) {
+        lines.append(tr("Auto keep-awake asked for, not confirmed (%1)").arg(triggers.activeReason()));
     } else if (triggers.ruleHolds()) {
         lines.append(tr("Auto keep-awake is not in force: %1")
                          .arg(triggers.assertions().state(app::SleepAssertions::Kind::system).problem));
@@ -59,8 +88,11 @@ QStringList PanelTexts::statusLines(const app::SleepManager& manager)
         lines.append(tr("Stays awake with the lid closed"));
     const app::RenderModeManager& render = *manager.renderMode();
     if (render.enabled()) {
-        if (render.assertions().holding(app::SleepAssertions::Kind::system))
+        const auto system = render.assertions().state(app::SleepAssertions::Kind::system).phase;
+        if (system == app::SleepAssertions::KindState::Phase::inForce)
             lines.append(tr("🎬 Render Mode keeps the system and network awake"));
+        else if (system == app::SleepAssertions::KindState::Phase::confirming)
+            lines.append(tr("Render Mode's keep-awake is asked for, not confirmed"));
         else
             lines.append(tr("Render Mode's keep-awake is not in force: %1").arg(render.assertions().firstProblem()));
     }
@@ -105,9 +137,12 @@ QString PanelTexts::awakeSummary(const app::SleepManager& manager)
         return tr("Off");
     if (manager.pause()->paused())
         return pausedText(manager);
-    if (!manager.holdsAnything())
-        return tr("Not in force");
     const auto remaining = manager.remainingText();
+    if (manager.kindsInForce().isEmpty()) {
+        if (manager.kindsUnconfirmed().isEmpty())
+            return tr("Not in force");
+        return remaining ? tr("Not confirmed · %1 left").arg(*remaining) : tr("Not confirmed");
+    }
     if (!remaining)
         return tr("On until you turn it off");
     return tr("%1 left · ends %2").arg(*remaining, manager.expiryDescription().value_or(QString()));
@@ -121,6 +156,8 @@ QString PanelTexts::automationSummary(const app::TriggerManager& triggers)
         return tr("On — %1").arg(triggers.activeReason());
     if (triggers.ruleHolds() && triggers.assertions().paused())
         return tr("On — paused");
+    if (triggers.unconfirmed())
+        return tr("On — %1 (asked for, not confirmed)").arg(triggers.activeReason());
     if (triggers.ruleHolds())
         return tr("Not in force");
     return tr("On — waiting for a rule");

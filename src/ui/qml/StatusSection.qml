@@ -34,7 +34,8 @@ ColumnLayout {
         Button {
             objectName: "allOff"
             text: qsTr("All off")
-            visible: status.manager.anythingActive
+            // Also for a session the system has not (yet) confirmed: it is still there to switch off.
+            visible: status.manager.anythingActive || status.manager.activeKinds.length > 0
             onClicked: status.manager.resetAll()
         }
     }

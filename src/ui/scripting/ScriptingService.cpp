@@ -12,13 +12,12 @@
 #include "app/power/LidManager.h"
 #include "app/power/ProcessKeepAwake.h"
 #include "app/power/SleepManager.h"
+#include "platform/linux/DBusAsync.h"
 #include "quillonadaptor.h"
 
 #include "core/FanFloor.h"
 
-#include <QDBusConnectionInterface>
 #include <QDBusPendingCallWatcher>
-#include <QDBusPendingReply>
 #include <QJsonDocument>
 #include <QPointer>
 #include <QTimer>
@@ -44,7 +43,7 @@ ScriptingService::ScriptingService(
     , m_manager(manager)
     , m_link(link)
     , m_hooks(std::move(hooks))
-    , m_servedUid(servedUid)
+    , m_admission(servedUid)
 {
     new QuillonAdaptor(this); // owned by this
 }
@@ -64,7 +63,7 @@ bool ScriptingService::registerOn(QDBusConnection bus, QString& error)
         error = QStringLiteral("cannot take %1: %2").arg(service, bus.lastError().message());
         return false;
     }
-    m_callers.insert(bus.baseService(), true); // the calls it relays to itself
+    m_admission.trust(bus.baseService()); // the calls it relays to itself
     return true;
 }
 
@@ -73,82 +72,100 @@ bool ScriptingService::admitted()
     if (!calledFromDBus())
         return true;
     const QDBusMessage call = message();
-    const auto known = m_callers.constFind(call.service());
-    if (known != m_callers.cend() && *known)
+    switch (m_admission.verdict(call.service())) {
+    case CallerAdmission::Verdict::served:
         return true;
-    QDBusConnection bus = connection();
-    if (known != m_callers.cend()) {
-        sendErrorReply(QDBusError::AccessDenied, QStringLiteral("Quillon serves only the user it runs as"));
+    case CallerAdmission::Verdict::refused:
+        sendErrorReply(QDBusError::AccessDenied, CallerAdmission::refusal());
         return false;
+    case CallerAdmission::Verdict::unknown:
+        break;
     }
     // A caller not seen before: its user is asked of the bus without
     // waiting, and the call answered once that is known.
     setDelayedReply(true);
-    const QDBusMessage ask = QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.DBus"),
-                                 QStringLiteral("/org/freedesktop/DBus"), QStringLiteral("org.freedesktop.DBus"),
-                                 QStringLiteral("GetConnectionUnixUser"))
-        << call.service();
-    auto* watcher = new QDBusPendingCallWatcher(bus.asyncCall(ask), this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, bus, call](QDBusPendingCallWatcher* w) mutable {
-        w->deleteLater();
-        const QDBusPendingReply<uint> uid = *w;
-        const bool own = !uid.isError() && uid.value() == m_servedUid;
-        if (m_callers.size() >= kMaxCallers)
-            m_callers.removeIf([&](auto entry) { return entry.key() != bus.baseService(); });
-        m_callers.insert(call.service(), own);
-        if (!own) {
-            bus.send(call.createErrorReply(
-                QDBusError::AccessDenied, QStringLiteral("Quillon serves only the user it runs as")));
+    QDBusConnection bus = connection();
+    m_admission.ask(bus, call, [this, bus, call](bool served) mutable {
+        if (!served) {
+            bus.send(call.createErrorReply(QDBusError::AccessDenied, CallerAdmission::refusal()));
             return;
         }
-        // The flows that wait for the password dialog answer the call themselves.
-        if (call.member() == QLatin1String("InstallHelper")) {
-            installHelperFor(call.arguments().value(0).toBool(), bus, call);
-            return;
-        }
-        if (call.member() == QLatin1String("Uninstall")) {
-            uninstallFor(bus, call);
-            return;
-        }
-        // Answered once the desktop has confirmed what they ask for, which
-        // a call to itself could not wait for.
-        const QVariantList args = call.arguments();
-        std::optional<bool> now;
-        QString text;
-        const Answer reply = replyTo(bus, call);
-        if (call.member() == QLatin1String("StayAwake"))
-            now = stayAwake(args.value(0).toStringList(), args.value(1).toString(), text, reply);
-        else if (call.member() == QLatin1String("SetAutomation"))
-            now = setAutomation(args.value(0).toBool(), text, reply);
-        if (call.member() == QLatin1String("StayAwake") || call.member() == QLatin1String("SetAutomation")) {
-            if (now)
-                reply(*now, text);
-            return;
-        }
-        // Served now by calling itself with the same arguments, and the
-        // answer handed on to the caller.
-        QDBusMessage again
-            = QDBusMessage::createMethodCall(bus.baseService(), call.path(), call.interface(), call.member());
-        again.setArguments(call.arguments());
-        auto* relay = new QDBusPendingCallWatcher(bus.asyncCall(again), this);
-        connect(relay, &QDBusPendingCallWatcher::finished, this, [bus, call](QDBusPendingCallWatcher* r) mutable {
-            r->deleteLater();
-            const QDBusMessage answer = r->reply();
-            bus.send(answer.type() == QDBusMessage::ErrorMessage
-                    ? call.createErrorReply(answer.errorName(), answer.errorMessage())
-                    : call.createReply(answer.arguments()));
-        });
+        serveAdmitted(bus, call);
     });
     return false;
+}
+
+void ScriptingService::serveAdmitted(QDBusConnection bus, const QDBusMessage& call)
+{
+    // The flows that wait for the password dialog answer the call themselves.
+    if (call.member() == QLatin1String("InstallHelper")) {
+        installHelperFor(call.arguments().value(0).toBool(), bus, call);
+        return;
+    }
+    if (call.member() == QLatin1String("Uninstall")) {
+        uninstallFor(bus, call);
+        return;
+    }
+    // Answered once logind has told who else blocks sleep, or once the
+    // desktop has confirmed what they ask for, which a call to itself could
+    // not wait for.
+    if (call.member() == QLatin1String("Status")) {
+        statusFor(bus, call);
+        return;
+    }
+    const QVariantList args = call.arguments();
+    std::optional<bool> now;
+    QString text;
+    const DelayedReplies::Answer reply = DelayedReplies::replyTo(bus, call);
+    if (call.member() == QLatin1String("StayAwake"))
+        now = stayAwake(args.value(0).toStringList(), args.value(1).toString(), text, reply);
+    else if (call.member() == QLatin1String("SetAutomation"))
+        now = setAutomation(args.value(0).toBool(), text, reply);
+    if (call.member() == QLatin1String("StayAwake") || call.member() == QLatin1String("SetAutomation")) {
+        if (now)
+            reply(*now, text);
+        return;
+    }
+    // Served now by calling itself with the same arguments, and the
+    // answer handed on to the caller.
+    QDBusMessage again
+        = QDBusMessage::createMethodCall(bus.baseService(), call.path(), call.interface(), call.member());
+    again.setArguments(call.arguments());
+    auto* relay = new QDBusPendingCallWatcher(platform::linux_::DBusAsync::call(bus, again), this);
+    connect(relay, &QDBusPendingCallWatcher::finished, this, [bus, call](QDBusPendingCallWatcher* r) mutable {
+        r->deleteLater();
+        const QDBusMessage answer = r->reply();
+        bus.send(answer.type() == QDBusMessage::ErrorMessage
+                ? call.createErrorReply(answer.errorName(), answer.errorMessage())
+                : call.createReply(answer.arguments()));
+    });
 }
 
 QString ScriptingService::Status()
 {
     if (!admitted())
         return {};
-    const QJsonObject report = StatusReport::build(m_manager, m_link.isOpen(), m_hooks.iconState(),
-        m_hooks.hotkeys ? m_hooks.hotkeys() : StatusReport::HotkeyStatus{});
-    return QString::fromUtf8(QJsonDocument(report).toJson(QJsonDocument::Compact));
+    if (calledFromDBus()) {
+        setDelayedReply(true);
+        statusFor(connection(), message());
+    }
+    return {};
+}
+
+void ScriptingService::statusFor(QDBusConnection bus, QDBusMessage call)
+{
+    // Who else blocks sleep is logind's to tell; the report is made when it
+    // has (or has failed to), so it shows the rest as it is then.
+    QPointer<ScriptingService> self(this);
+    m_manager.askOtherInhibitors(
+        [self, bus, call](const platform::PowerAssertionBackend::OtherInhibitors& others) mutable {
+            if (!self)
+                return;
+            const QJsonObject report
+                = StatusReport::build(self->m_manager, self->m_link.isOpen(), self->m_hooks.iconState(),
+                    self->m_hooks.hotkeys ? self->m_hooks.hotkeys() : StatusReport::HotkeyStatus{}, others);
+            bus.send(call.createReply(QString::fromUtf8(QJsonDocument(report).toJson(QJsonDocument::Compact))));
+        });
 }
 
 bool ScriptingService::StayAwake(const QStringList& kinds, const QString& until, QString& text)
@@ -157,21 +174,14 @@ bool ScriptingService::StayAwake(const QStringList& kinds, const QString& until,
         return false;
     if (!calledFromDBus())
         return stayAwake(kinds, until, text, {}).value_or(false);
-    const auto now = stayAwake(kinds, until, text, replyTo(connection(), message()));
+    const auto now = stayAwake(kinds, until, text, DelayedReplies::replyTo(connection(), message()));
     if (!now)
         setDelayedReply(true);
     return now.value_or(false);
 }
 
-ScriptingService::Answer ScriptingService::replyTo(QDBusConnection bus, QDBusMessage call)
-{
-    return [bus, call](bool ok, const QString& text) mutable {
-        bus.send(call.createReply({ok, text}));
-    };
-}
-
 std::optional<bool> ScriptingService::stayAwake(
-    const QStringList& kinds, const QString& until, QString& text, Answer later)
+    const QStringList& kinds, const QString& until, QString& text, DelayedReplies::Answer later)
 {
     if (kinds.isEmpty()) {
         text = QStringLiteral("no kind given");
@@ -200,9 +210,9 @@ std::optional<bool> ScriptingService::stayAwake(
         text = QStringLiteral("keeping %1 awake once the pause ends (quillon ctl resume)").arg(kindList(kinds));
         return true;
     }
-    if (later && !confirming(m_manager.assertions()).isEmpty()) {
+    if (later && !DelayedReplies::confirming(m_manager.assertions()).isEmpty()) {
         // Answered once the desktop has said yes or no, without waiting here.
-        answerOnceConfirmed(
+        m_replies.answerOnceConfirmed(
             m_manager.assertions(), [this, kinds, end](QString& answer) { return awakeAnswer(kinds, end, answer); },
             std::move(later));
         return std::nullopt;
@@ -210,42 +220,18 @@ std::optional<bool> ScriptingService::stayAwake(
     return awakeAnswer(kinds, end, text);
 }
 
-QStringList ScriptingService::confirming(const app::SleepAssertions& holder)
-{
-    QStringList asked;
-    for (const auto kind : app::SleepAssertions::allKinds) {
-        // One that cannot be confirmed (a portal's) is as settled as it gets.
-        const auto state = holder.state(kind);
-        if (state.phase == app::SleepAssertions::KindState::Phase::confirming && state.problem.isEmpty())
-            asked << app::SleepAssertions::rawValue(kind);
-    }
-    return asked;
-}
-
-void ScriptingService::answerOnceConfirmed(
-    const app::SleepAssertions& holder, std::function<bool(QString& text)> compose, Answer later)
-{
-    auto* waiter = new QObject(this);
-    auto answer = [compose, later, waiter, sent = std::make_shared<bool>(false)]() mutable {
-        if (std::exchange(*sent, true))
-            return;
-        QString text;
-        const bool ok = compose(text);
-        later(ok, text);
-        waiter->deleteLater();
-    };
-    connect(&holder, &app::SleepAssertions::stateChanged, waiter, [&holder, answer]() mutable {
-        if (confirming(holder).isEmpty())
-            answer();
-    });
-    // Within the caller's own wait; what is still unconfirmed then is said so.
-    QTimer::singleShot(kAwakeAnswerMs, waiter, answer);
-}
-
 bool ScriptingService::awakeAnswer(const QStringList& kinds, const QDateTime& end, QString& text) const
 {
-    if (!m_manager.holdsAnything()) {
-        text = QStringLiteral("keep-awake refused: %1").arg(m_manager.firstProblem());
+    // Done only once the system shows something in force; a kind it took
+    // without showing it is no promise a script may rely on.
+    if (m_manager.kindsInForce().isEmpty()) {
+        if (m_manager.kindsUnconfirmed().isEmpty()) {
+            text = QStringLiteral("keep-awake refused: %1").arg(m_manager.firstProblem());
+            return false;
+        }
+        text = QStringLiteral("keep-awake asked for, not confirmed") + unconfirmedNotes(m_manager.assertions());
+        if (const QString problem = m_manager.firstProblem(); !problem.isEmpty())
+            text += QStringLiteral("; refused: %1").arg(problem);
         return false;
     }
     const auto remaining = m_manager.remainingText();
@@ -254,15 +240,22 @@ bool ScriptingService::awakeAnswer(const QStringList& kinds, const QDateTime& en
                      : QStringLiteral("keeping %1 awake until turned off").arg(kindList(kinds));
     if (const QString problem = m_manager.firstProblem(); !problem.isEmpty())
         text += QStringLiteral("; not everything holds: %1").arg(problem);
-    if (const QStringList asked = confirming(m_manager.assertions()); !asked.isEmpty())
-        text += QStringLiteral("; asked for, not yet confirmed: %1").arg(kindList(asked));
-    for (const auto kind : app::SleepAssertions::allKinds) {
-        const auto state = m_manager.assertions().state(kind);
-        if (state.phase == app::SleepAssertions::KindState::Phase::confirming && !state.problem.isEmpty())
-            text += QStringLiteral("; %1 asked through %2, not confirmed: %3")
-                        .arg(app::SleepAssertions::rawValue(kind), state.through, state.problem);
-    }
+    text += unconfirmedNotes(m_manager.assertions());
     return true;
+}
+
+QString ScriptingService::unconfirmedNotes(const app::SleepAssertions& holder)
+{
+    QString notes;
+    if (const QStringList asked = DelayedReplies::confirming(holder); !asked.isEmpty())
+        notes += QStringLiteral("; asked for, not yet confirmed: %1").arg(kindList(asked));
+    for (const auto kind : app::SleepAssertions::allKinds) {
+        const auto state = holder.state(kind);
+        if (state.phase == app::SleepAssertions::KindState::Phase::confirming && !state.problem.isEmpty())
+            notes += QStringLiteral("; %1 asked through %2, not confirmed: %3")
+                         .arg(app::SleepAssertions::rawValue(kind), state.through, state.problem);
+    }
+    return notes;
 }
 
 bool ScriptingService::StopAwake(QString& text)
@@ -448,13 +441,13 @@ bool ScriptingService::SetAutomation(bool on, QString& text)
         return false;
     if (!calledFromDBus())
         return setAutomation(on, text, {}).value_or(false);
-    const auto now = setAutomation(on, text, replyTo(connection(), message()));
+    const auto now = setAutomation(on, text, DelayedReplies::replyTo(connection(), message()));
     if (!now)
         setDelayedReply(true);
     return now.value_or(false);
 }
 
-std::optional<bool> ScriptingService::setAutomation(bool on, QString& text, Answer later)
+std::optional<bool> ScriptingService::setAutomation(bool on, QString& text, DelayedReplies::Answer later)
 {
     app::TriggerManager& triggers = *m_manager.triggers();
     if (on && later) {
@@ -476,15 +469,15 @@ std::optional<bool> ScriptingService::setAutomation(bool on, QString& text, Answ
     return settleAutomation(on, text, later);
 }
 
-std::optional<bool> ScriptingService::settleAutomation(bool on, QString& text, Answer later)
+std::optional<bool> ScriptingService::settleAutomation(bool on, QString& text, DelayedReplies::Answer later)
 {
     app::TriggerManager& triggers = *m_manager.triggers();
     if (on && m_manager.pause()->paused()) {
         text = QStringLiteral("automation on; it holds nothing until the pause ends (quillon ctl resume)");
         return saved(triggers, text);
     }
-    if (later && !confirming(triggers.assertions()).isEmpty()) {
-        answerOnceConfirmed(
+    if (later && !DelayedReplies::confirming(triggers.assertions()).isEmpty()) {
+        m_replies.answerOnceConfirmed(
             triggers.assertions(), [this, on](QString& answer) { return automationAnswer(on, answer); },
             std::move(later));
         return std::nullopt;
@@ -495,6 +488,12 @@ std::optional<bool> ScriptingService::settleAutomation(bool on, QString& text, A
 bool ScriptingService::automationAnswer(bool on, QString& text)
 {
     app::TriggerManager& triggers = *m_manager.triggers();
+    if (on && triggers.unconfirmed()) {
+        text = QStringLiteral("automation on, but its keep-awake is asked for, not confirmed (%1)")
+                   .arg(triggers.activeReason())
+            + unconfirmedNotes(triggers.assertions());
+        return false;
+    }
     if (on && !triggers.active() && triggers.ruleHolds()) {
         text = QStringLiteral("automation on, but its keep-awake is refused (%1): %2")
                    .arg(triggers.activeReason(), triggers.assertions().firstProblem());

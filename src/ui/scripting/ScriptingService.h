@@ -1,5 +1,7 @@
 #pragma once
 
+#include "ui/scripting/CallerAdmission.h"
+#include "ui/scripting/DelayedReplies.h"
 #include "ui/scripting/StatusReport.h"
 #include "ui/tray/IconState.h"
 
@@ -7,7 +9,6 @@
 #include <QDBusContext>
 #include <QDBusMessage>
 #include <QDateTime>
-#include <QHash>
 #include <QObject>
 #include <QString>
 #include <QStringList>
@@ -87,33 +88,29 @@ public:
     void Quit();
 
 private:
-    static constexpr qsizetype kMaxCallers = 256;
-    // Below the ctl client's 10 s wait; long enough for PowerDevil's 5 s.
-    static constexpr int kAwakeAnswerMs = 8000;
-
     // Whether the current call may be served now. When not, it is answered
     // later (once its caller's user is known) or refused, and the method
     // returns at once with a value nobody reads.
     bool admitted();
+    // Serves a call whose caller has just been admitted: the flows that
+    // answer later themselves, or the method called again, by itself.
+    void serveAdmitted(QDBusConnection bus, const QDBusMessage& call);
     bool fanControlAvailable(QString& text) const;
-    // Sends a call's answer (ok, text).
-    using Answer = std::function<void(bool ok, const QString& text)>;
-    static Answer replyTo(QDBusConnection bus, QDBusMessage call);
+    // Answers a Status call once the report is whole.
+    void statusFor(QDBusConnection bus, QDBusMessage call);
     // StayAwake's work: its answer now, or nullopt when it goes to later
     // once the desktop has confirmed or refused (later given only where the
     // call can be answered later).
-    std::optional<bool> stayAwake(const QStringList& kinds, const QString& until, QString& text, Answer later);
-    std::optional<bool> setAutomation(bool on, QString& text, Answer later);
-    // The kinds the holder has asked for that the desktop has not yet confirmed or refused.
-    static QStringList confirming(const app::SleepAssertions& holder);
-    // Answers with compose() once nothing of holder's is being confirmed any
-    // more, or after kAwakeAnswerMs with what holds by then.
-    void answerOnceConfirmed(
-        const app::SleepAssertions& holder, std::function<bool(QString& text)> compose, Answer later);
+    std::optional<bool> stayAwake(
+        const QStringList& kinds, const QString& until, QString& text, DelayedReplies::Answer later);
+    std::optional<bool> setAutomation(bool on, QString& text, DelayedReplies::Answer later);
+    // "; asked for, not yet confirmed: …" and, per kind asked where nothing
+    // can confirm it, through what and why; empty when nothing is.
+    static QString unconfirmedNotes(const app::SleepAssertions& holder);
     bool awakeAnswer(const QStringList& kinds, const QDateTime& end, QString& text) const;
     // After automation was switched: the answer now, or nullopt when it goes
     // to later once the desktop has confirmed what the rules hold.
-    std::optional<bool> settleAutomation(bool on, QString& text, Answer later);
+    std::optional<bool> settleAutomation(bool on, QString& text, DelayedReplies::Answer later);
     // What automation holds now, switched on or off, as SetAutomation answers.
     bool automationAnswer(bool on, QString& text);
     // Answers call later, with (ok, text) from the outcome; then, after a
@@ -130,8 +127,8 @@ private:
     app::SleepManager& m_manager;
     app::HelperLink& m_link;
     Hooks m_hooks;
-    uid_t m_servedUid;
-    QHash<QString, bool> m_callers; // unique bus name -> runs as the served user
+    CallerAdmission m_admission;
+    DelayedReplies m_replies;
 };
 
 } // namespace quillon::ui

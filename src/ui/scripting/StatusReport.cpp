@@ -55,7 +55,7 @@ QJsonObject heldKinds(const app::SleepAssertions& assertions)
     return held;
 }
 
-QJsonObject awake(const app::SleepManager& manager)
+QJsonObject awake(const app::SleepManager& manager, const platform::PowerAssertionBackend::OtherInhibitors& others)
 {
     QJsonArray kinds;
     for (const auto kind : app::SleepAssertions::allKinds) {
@@ -64,7 +64,8 @@ QJsonObject awake(const app::SleepManager& manager)
     }
     return {{"kinds", kinds}, {"held", heldKinds(manager.assertions())}, {"until", time(manager.expiresAt())},
         {"remaining", text(manager.remainingText().value_or(QString()))},
-        {"otherInhibitors", QJsonArray::fromStringList(manager.otherInhibitors())}};
+        {"otherInhibitors", QJsonArray::fromStringList(others.lines)},
+        {"otherInhibitorsProblem", text(others.problem)}};
 }
 
 QJsonObject render(const app::RenderModeManager& render)
@@ -143,12 +144,12 @@ QJsonObject temperatures(const app::FanController& fan)
 
 } // namespace
 
-QJsonObject StatusReport::build(
-    const app::SleepManager& manager, bool helperConnected, const IconState& icon, const HotkeyStatus& hotkeys)
+QJsonObject StatusReport::build(const app::SleepManager& manager, bool helperConnected, const IconState& icon,
+    const HotkeyStatus& hotkeys, const platform::PowerAssertionBackend::OtherInhibitors& others)
 {
     const app::FanController& fan = *manager.fan();
     const app::LidManager& lid = *manager.lid();
-    return {{"awake", awake(manager)},
+    return {{"awake", awake(manager, others)},
         {"lid",
             QJsonObject{{"enabled", lid.enabled()}, {"held", holdState(lid.holdState())},
                 {"lastAutoOff", text(lid.lastAutoOff())}}},

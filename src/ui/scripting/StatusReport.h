@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/GlobalShortcuts.h"
+#include "platform/PowerAssertionBackend.h"
 #include "ui/tray/IconState.h"
 
 #include <QJsonObject>
@@ -24,8 +25,9 @@ public:
         platform::GlobalShortcuts::State state;
     };
 
-    static QJsonObject build(
-        const app::SleepManager& manager, bool helperConnected, const IconState& icon, const HotkeyStatus& hotkeys);
+    // others: who else holds the system awake, as the manager was told.
+    static QJsonObject build(const app::SleepManager& manager, bool helperConnected, const IconState& icon,
+        const HotkeyStatus& hotkeys, const platform::PowerAssertionBackend::OtherInhibitors& others);
 };
 
 } // namespace quillon::ui

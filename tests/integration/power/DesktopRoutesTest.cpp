@@ -143,7 +143,7 @@ TEST_F(DesktopRoutesTest, OtherInhibitorsListEveryoneButUs)
     const auto lid = backend->create(quillon::platform::PowerAssertionType::preventLidSleep, "lid");
     ASSERT_TRUE(lid);
     ASSERT_TRUE(logindHolds(2));
-    EXPECT_EQ(backend->otherInhibitors(),
+    EXPECT_EQ(otherInhibitors().lines,
         QStringList{
             "xfce4-power-manager: xfce4-power-manager handles power events (handle-power-key:handle-lid-switch)"});
     backend->release(*lid);

@@ -113,6 +113,14 @@ protected:
         array.endArray();
         return list;
     }
+    // Who else blocks sleep, as the backend tells it once logind has answered.
+    platform::PowerAssertionBackend::OtherInhibitors otherInhibitors()
+    {
+        std::optional<platform::PowerAssertionBackend::OtherInhibitors> told;
+        backend->askOtherInhibitors([&](const auto& others) { told = others; });
+        EXPECT_TRUE(waitUntil([&] { return told.has_value(); }));
+        return told.value_or(platform::PowerAssertionBackend::OtherInhibitors{{}, "never told"});
+    }
     // logind lists its locks in an order of its own: compared sorted.
     QList<LogindLock> logindLocks() { return sorted(logindLocksOn(systemBus.connection())); }
     static QList<LogindLock> sorted(QList<LogindLock> locks)

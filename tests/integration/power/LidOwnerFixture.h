@@ -19,10 +19,29 @@ protected:
     {
         return std::make_unique<LinuxLidSwitchOwner>(sessionBus.connection(), systemBus.connection(), marker);
     }
+    // Who holds the lid, once the owner has been told.
+    LidSwitchOwner::Owner ownerOf(LinuxLidSwitchOwner& owner)
+    {
+        std::optional<LidSwitchOwner::Owner> told;
+        owner.askOwner([&](const LidSwitchOwner::Owner& found) { told = found; });
+        EXPECT_TRUE(waitUntil([&] { return told.has_value(); }));
+        return told.value_or(LidSwitchOwner::Owner{LidSwitchOwner::Desktop::other, "never told"});
+    }
+    // Whether the hand-over was accepted, once answered; problem says why not.
+    bool handOver(LinuxLidSwitchOwner& owner, QString& problem)
+    {
+        std::optional<bool> accepted;
+        owner.handOver([&](bool ok, const QString& why) {
+            accepted = ok;
+            problem = why;
+        });
+        EXPECT_TRUE(waitUntil([&] { return accepted.has_value(); }, std::chrono::seconds(10)));
+        return accepted.value_or(false);
+    }
     // A real power manager answers a changed setting in its own time, slower on a loaded machine.
     bool ownedBy(LinuxLidSwitchOwner& owner, LidSwitchOwner::Desktop desktop)
     {
-        return waitUntil([&] { return owner.owner().desktop == desktop; }, std::chrono::seconds(10));
+        return waitUntil([&] { return ownerOf(owner).desktop == desktop; }, std::chrono::seconds(10));
     }
     // Xfce's setting as xfconf holds it: "absent", "true" or "false".
     QString xfceLidSetting()

@@ -5,6 +5,7 @@
 #include "LidOwnerFixture.h"
 
 #include <QFile>
+#include <QTimer>
 
 using namespace quillon::test;
 using quillon::platform::LidSwitchOwner;
@@ -18,7 +19,7 @@ TEST_F(LidOwnerTest, WhereLogindOwnsTheLidTheAppsOwnLockIsListed)
     // GNOME, wlroots compositors, bare sessions.
     START_LOGIND();
     auto owner = makeOwner();
-    EXPECT_EQ(owner->owner().desktop, LidSwitchOwner::Desktop::none);
+    EXPECT_EQ(ownerOf(*owner).desktop, LidSwitchOwner::Desktop::none);
 
     const auto lock = backend->create(quillon::platform::PowerAssertionType::preventLidSleep, "lid closed");
     ASSERT_TRUE(lock);
@@ -26,7 +27,7 @@ TEST_F(LidOwnerTest, WhereLogindOwnsTheLidTheAppsOwnLockIsListed)
         [&] { return backend->state(*lock).phase == quillon::platform::PowerAssertionState::Phase::inForce; }));
     EXPECT_EQ(logindLocks(), QList<LogindLock>({{"handle-lid-switch", "Quillon", "lid closed", "block"}}));
     // Our own lock does not make the lid someone else's.
-    EXPECT_EQ(owner->owner().desktop, LidSwitchOwner::Desktop::none);
+    EXPECT_EQ(ownerOf(*owner).desktop, LidSwitchOwner::Desktop::none);
     backend->release(*lock);
     EXPECT_TRUE(logindHolds(0));
 }
@@ -36,7 +37,7 @@ TEST_F(LidOwnerTest, KdeKeepsTheLidAndCannotHandItBackYetMayDoNothingWithIt)
     START_LOGIND();
     auto& kde = startDesktop("kde", "org.kde.Solid.PowerManagement");
     auto owner = makeOwner();
-    const auto found = owner->owner();
+    const auto found = ownerOf(*owner);
     EXPECT_EQ(found.desktop, LidSwitchOwner::Desktop::kde);
     EXPECT_EQ(found.who, "PowerDevil");
     EXPECT_FALSE(found.canHandOver);
@@ -44,7 +45,7 @@ TEST_F(LidOwnerTest, KdeKeepsTheLidAndCannotHandItBackYetMayDoNothingWithIt)
     kde.stop();
     // PowerDevil's HandleButtonEvents says 0: "Do nothing".
     startDesktop("kde", "org.kde.Solid.PowerManagement", 0.2, 0);
-    EXPECT_TRUE(owner->owner().doesNothing);
+    EXPECT_TRUE(ownerOf(*owner).doesNothing);
 }
 
 TEST_F(LidOwnerTest, MatesLockIsKnownByWhatItSaysNotByTheUserItIsSignedWith)
@@ -52,7 +53,7 @@ TEST_F(LidOwnerTest, MatesLockIsKnownByWhatItSaysNotByTheUserItIsSignedWith)
     START_LOGIND();
     startDesktop("mate", "org.mate.PowerManager");
     auto owner = makeOwner();
-    const auto found = owner->owner();
+    const auto found = ownerOf(*owner);
     EXPECT_EQ(found.desktop, LidSwitchOwner::Desktop::mate);
     EXPECT_EQ(found.who, "mate-power-manager");
     EXPECT_FALSE(found.canHandOver);
@@ -63,9 +64,42 @@ TEST_F(LidOwnerTest, WithoutXfconfTheHandOverFailsWithAReasonAndNothingToPutBack
     START_LOGIND();
     auto owner = makeOwner();
     QString problem;
-    EXPECT_FALSE(owner->handOver(problem));
+    EXPECT_FALSE(handOver(*owner, problem));
     EXPECT_TRUE(problem.contains("xfconf")) << problem.toStdString();
     EXPECT_FALSE(QFile::exists(marker));
+}
+
+// logind and xfconf that take every call and never answer: asking who else
+// blocks sleep, who holds the lid, and for Xfce's hand-over all return at
+// once, the GUI thread's timer goes on ticking, and each answer arrives
+// after its bound, saying why.
+TEST_F(LidOwnerTest, HungServicesAreAskedWithoutWaitingAndAnswerWithTheReason)
+{
+    services.push_back(std::make_unique<BusService>(
+        QUILLON_PYTHON, QStringList{QUILLON_INHIBIT_STANDIN, "hung-logind"}, systemBus, "org.freedesktop.login1"));
+    ASSERT_TRUE(services.back()->started());
+    startStandIn("hung-xfconf", "org.xfce.Xfconf");
+    auto owner = makeOwner();
+    int ticks = 0;
+    QTimer gui;
+    QObject::connect(&gui, &QTimer::timeout, [&] { ++ticks; });
+    gui.start(20);
+
+    std::optional<quillon::platform::PowerAssertionBackend::OtherInhibitors> others;
+    std::optional<LidSwitchOwner::Owner> lid;
+    std::optional<QString> handOverRefused;
+    backend->askOtherInhibitors([&](const auto& told) { others = told; });
+    owner->askOwner([&](const LidSwitchOwner::Owner& told) { lid = told; });
+    owner->handOver([&](bool accepted, const QString& why) { handOverRefused = accepted ? QString() : why; });
+    EXPECT_FALSE(others || lid || handOverRefused) << "answered before asking returned: it waited";
+
+    ASSERT_TRUE(waitUntil([&] { return others && lid && handOverRefused; }, std::chrono::seconds(10)));
+    EXPECT_GT(ticks, 20) << "the timer stood still";
+    EXPECT_EQ(others->problem, "logind: it did not answer in time");
+    EXPECT_TRUE(others->lines.isEmpty());
+    EXPECT_EQ(lid->desktop, LidSwitchOwner::Desktop::none) << "logind's own lock says whether it can";
+    EXPECT_EQ(*handOverRefused, "Xfce's settings service (xfconf) did not answer in time");
+    EXPECT_FALSE(QFile::exists(marker)) << "nothing was changed, nothing to put back";
 }
 
 } // namespace

@@ -56,10 +56,10 @@ TEST_F(MateDesktopTest, TheLidIsHeldOnlyWhereMatesOwnLidActionIsNothing)
     startDesktop("mate", "org.mate.PowerManager");
     auto lid = makeOwner();
     ASSERT_TRUE(ownedBy(*lid, LidSwitchOwner::Desktop::mate));
-    EXPECT_EQ(lid->owner().who, "mate-power-manager");
-    EXPECT_FALSE(lid->owner().doesNothing) << "suspend";
+    EXPECT_EQ(ownerOf(*lid).who, "mate-power-manager");
+    EXPECT_FALSE(ownerOf(*lid).doesNothing) << "suspend";
     mate->setLidAction("nothing");
-    EXPECT_TRUE(waitUntil([&] { return lid->owner().doesNothing; }));
+    EXPECT_TRUE(waitUntil([&] { return ownerOf(*lid).doesNothing; }));
 }
 
 } // namespace

@@ -80,7 +80,7 @@ TEST_F(PlainLogindTest, ALogindRestartKeepsEveryLockInForce)
     EXPECT_TRUE(logindHolds(2)) << logindLocks().size();
     EXPECT_EQ(owner.state(Kind::system).phase, Phase::inForce);
     EXPECT_EQ(backend->state(*lid).phase, PowerAssertionState::Phase::inForce);
-    EXPECT_TRUE(backend->otherInhibitors().isEmpty()) << backend->otherInhibitors().join('\n').toStdString();
+    EXPECT_EQ(otherInhibitors().lines, QStringList{});
 
     // And the restarted logind notices the release.
     backend->release(*lid);

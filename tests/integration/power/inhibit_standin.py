@@ -16,6 +16,9 @@ private bus. One service per process, chosen by the first argument:
                  GetAppId, GetReason and GetFlags
   hung           KDE's PolicyAgent name, whose AddInhibition never answers,
                  as a service that hangs
+  hung-logind    logind's name, whose ListInhibitors never answers (to be
+                 started on the system bus)
+  hung-xfconf    Xfce's settings service, whose property calls never answer
 
 org.quillon.Test.Inhibitions() at /org/quillon/Test lists the inhibitions in
 force as (flags, reason); the screen saver's are idle inhibitions (flags 8).
@@ -140,6 +143,27 @@ class HungPolicyAgent(dbus.service.Object):
         pass  # never answers
 
 
+class HungLogind(dbus.service.Object):
+    @dbus.service.method('org.freedesktop.login1.Manager', out_signature='a(ssssuu)',
+                         async_callbacks=('reply', 'error'))
+    def ListInhibitors(self, reply, error):
+        pass  # never answers
+
+
+class HungXfconf(dbus.service.Object):
+    @dbus.service.method('org.xfce.Xfconf', in_signature='ss', out_signature='v', async_callbacks=('reply', 'error'))
+    def GetProperty(self, channel, prop, reply, error):
+        pass  # never answers
+
+    @dbus.service.method('org.xfce.Xfconf', in_signature='ssv', async_callbacks=('reply', 'error'))
+    def SetProperty(self, channel, prop, value, reply, error):
+        pass
+
+    @dbus.service.method('org.xfce.Xfconf', in_signature='ssb', async_callbacks=('reply', 'error'))
+    def ResetProperty(self, channel, prop, recursive, reply, error):
+        pass
+
+
 class RefusingPortal(Portal):
     answer = 2
 
@@ -156,6 +180,8 @@ SERVICES = {
     'gnome-session': ('org.gnome.SessionManager', '/org/gnome/SessionManager', GnomeSession),
     'hung': ('org.kde.Solid.PowerManagement.PolicyAgent', '/org/kde/Solid/PowerManagement/PolicyAgent',
              HungPolicyAgent),
+    'hung-logind': ('org.freedesktop.login1', '/org/freedesktop/login1', HungLogind),
+    'hung-xfconf': ('org.xfce.Xfconf', '/org/xfce/Xfconf', HungXfconf),
 }
 
 if __name__ == '__main__':

@@ -129,6 +129,16 @@ TEST_F(LidManagerTest, XfceHandsTheLidBackFirstAndGetsItsSettingBackWhenOff)
 
     lid().setEnabled(false);
     EXPECT_EQ(lidOwner.restores, 1);
+
+    // Switched off before Xfce answered: the setting it then changed is put back.
+    lidOwner.current = {Desktop::xfce, "xfce4-power-manager", true};
+    lidOwner.answerLater = true;
+    lid().setEnabled(true);
+    lid().setEnabled(false);
+    EXPECT_EQ(lidOwner.restores, 1);
+    lidOwner.pending();
+    EXPECT_EQ(lidOwner.restores, 2);
+    EXPECT_FALSE(lid().enabled());
 }
 
 TEST_F(LidManagerTest, APowerManagerThatNeverLetsGoIsRefusedAndItsSettingRestored)

@@ -230,7 +230,8 @@ TEST_F(TriggerManagerTest, FullScreenAndMediaRulesHoldByTheirOwnSwitchesAndSayWh
     EXPECT_EQ(why("fullScreen"), "this Wayland desktop tells no other app which window is full screen");
 }
 
-// Shown active only while the system holds what it asked for.
+// Shown active only while the system shows what it asked for in force;
+// taken but not (yet) shown, it is only asked for.
 TEST_F(TriggerManagerTest, ActiveOnlyWhileTheSystemHoldsItsAssertions)
 {
     backend->refuse = true;
@@ -243,12 +244,17 @@ TEST_F(TriggerManagerTest, ActiveOnlyWhileTheSystemHoldsItsAssertions)
     backend->refuse = false;
     backend->confirmLater = true;
     triggers().evaluate(); // the next poll asks again
-    EXPECT_TRUE(triggers().active());
-    const auto ids = triggers().assertions().ids();
-    backend->settle(ids.at(Kind::system), Phase::failed, "went away");
-    EXPECT_TRUE(triggers().active()) << "display is still being confirmed";
-    backend->settle(ids.at(Kind::display), Phase::failed, "went away");
     EXPECT_FALSE(triggers().active());
+    EXPECT_TRUE(triggers().unconfirmed());
+    const auto ids = triggers().assertions().ids();
+    backend->settle(ids.at(Kind::display), Phase::inForce);
+    EXPECT_TRUE(triggers().active());
+    EXPECT_FALSE(triggers().unconfirmed());
+    backend->settle(ids.at(Kind::display), Phase::failed, "went away");
+    EXPECT_FALSE(triggers().active()) << "system is still being confirmed";
+    EXPECT_TRUE(triggers().unconfirmed());
+    backend->settle(ids.at(Kind::system), Phase::failed, "went away");
+    EXPECT_FALSE(triggers().unconfirmed());
 }
 
 // Its assertions are its own: the session ending leaves them, and it leaves

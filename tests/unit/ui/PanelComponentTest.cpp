@@ -147,9 +147,12 @@ TEST_F(PanelComponentTest, KeepAwakeShowsItsCountdownAndEnd)
 
 // A kind nothing holds is shown off with the reason, and the head does not
 // claim the computer is kept awake; one being confirmed or in force says
-// through what.
+// through what. "Awake" is said only of what the system shows in force: a
+// kind it took without showing it (the portal's) is named as only asked
+// for, and lights neither the icon nor the head.
 TEST_F(PanelComponentTest, KeepAwakeShowsWhatHoldsEachKindAndWhyNot)
 {
+    using SystemPhase = quillon::platform::PowerAssertionState::Phase;
     backend->refuse = true;
     views->awake().stayAwakeFor(3600);
     EXPECT_EQ(texts("statusLine"), QStringList{"Keep-awake is not in force: nothing here"});
@@ -160,16 +163,32 @@ TEST_F(PanelComponentTest, KeepAwakeShowsWhatHoldsEachKindAndWhyNot)
 
     backend->refuse = false;
     backend->confirmLater = true;
+    views->awake().toggleKind("display");
+    backend->settle(manager->assertions().ids().at(Kind::display), SystemPhase::confirming, "cannot show it");
+    EXPECT_EQ(texts("statusLine"), QStringList{"Keep-awake asked for, not confirmed: display · 1:00:00 left"});
+    EXPECT_EQ(text("awakeSummary"), "Not confirmed · 1:00:00 left");
+    EXPECT_EQ(text("kindNote_display"), "Asked fake, not confirmed: cannot show it");
+    EXPECT_FALSE(manager->anythingActive()) << "the tray icon stays idle";
+    EXPECT_TRUE(shown("allOff"));
+
     views->awake().toggleKind("network");
     EXPECT_EQ(item("kind_network")->property("checked"), true);
     EXPECT_EQ(text("kindNote_network"), "Checking that fake holds it…");
-    backend->settle(
-        manager->assertions().ids().at(Kind::network), quillon::platform::PowerAssertionState::Phase::inForce);
+    EXPECT_EQ(texts("statusLine"), QStringList{"Keep-awake asked for, not confirmed: display, network · 1:00:00 left"});
+    backend->settle(manager->assertions().ids().at(Kind::network), SystemPhase::inForce);
     EXPECT_EQ(text("kindNote_network"), "In force through fake");
-    EXPECT_EQ(texts("statusLine"), QStringList{"Awake · 1:00:00 left"});
+    EXPECT_EQ(
+        texts("statusLine"), QStringList({"Awake · 1:00:00 left", "Keep-awake asked for, not confirmed: display"}));
+    EXPECT_TRUE(manager->anythingActive());
     speak("de");
+    EXPECT_EQ(
+        texts("statusLine"), QStringList({"Wach · noch 1:00:00", "Wachhalten angefragt, nicht bestätigt: Display"}));
     EXPECT_EQ(text("kindNote_network"), "Aktiv über fake");
     EXPECT_EQ(text("kindNote_system"), "Nicht aktiv: nothing here");
+    EXPECT_EQ(text("kindNote_display"), "Bei fake angefragt, nicht bestätigt: cannot show it");
+    views->awake().toggleKind("network");
+    EXPECT_EQ(texts("statusLine"), QStringList{"Wachhalten angefragt, nicht bestätigt: Display · noch 1:00:00"});
+    EXPECT_EQ(text("awakeSummary"), "Nicht bestätigt · noch 1:00:00");
 }
 
 // Render Mode's section: the switch, DaVinci Resolve's progress or that it
@@ -565,11 +584,16 @@ TEST_F(PanelComponentTest, AutomationIsSwitchedOnAndGivenAnApp)
 
     backend->confirmLater = true;
     runningApps.set("org.blender.Blender", true);
-    // First what keeps it awake, then the fans that its cooling drives.
+    // First what keeps it awake, then the fans that its cooling drives; "Auto
+    // keep-awake" only once the system shows it in force.
+    EXPECT_EQ(texts("statusLine").value(0), "Auto keep-awake asked for, not confirmed (Blender)");
+    EXPECT_EQ(text("automationSummary"), "On — Blender (asked for, not confirmed)");
+    EXPECT_EQ(text("automationNote"), "Checking that fake holds it…");
+    backend->settle(
+        triggers.assertions().ids().at(Kind::system), quillon::platform::PowerAssertionState::Phase::inForce);
     EXPECT_EQ(texts("statusLine").value(0), "🤖 Auto keep-awake (Blender)");
     EXPECT_TRUE(texts("statusLine").value(1).startsWith("Fan control"));
     EXPECT_EQ(text("automationSummary"), "On — Blender");
-    EXPECT_EQ(text("automationNote"), "Checking that fake holds it…");
     EXPECT_EQ(text("triggerNote"), "In force: Max, asked for by closed lid or automation");
     picture("automation-en.png");
 

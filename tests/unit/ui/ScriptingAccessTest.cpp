@@ -12,6 +12,9 @@
 #include <QDBusMessage>
 #include <QDBusPendingCall>
 #include <QDBusPendingCallWatcher>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <unistd.h>
 
 namespace quillon::test {
@@ -72,6 +75,30 @@ TEST_F(ScriptingAccessTest, AnotherUserIsRefusedAndChangesNothing)
     }
     EXPECT_FALSE(manager->triggers()->automationEnabled());
     EXPECT_EQ(call("Status").errorName(), "org.freedesktop.DBus.Error.AccessDenied");
+}
+
+// Status waits for logind to tell who else blocks sleep; meanwhile other
+// calls are served, and logind's silence comes back as the reason.
+TEST_F(ScriptingAccessTest, StatusWaitsForLogindWithoutHoldingUpOtherCalls)
+{
+    serve(::getuid());
+    backend->holdOthers = true;
+    QDBusConnection caller = QDBusConnection::connectToBus(bus.address(), "scripting-caller");
+    QDBusPendingCall status = caller.asyncCall(QDBusMessage::createMethodCall(
+        ui::ScriptingService::kService, ui::ScriptingService::kObjectPath, "org.quillon.Quillon", "Status"));
+    EXPECT_EQ(call("SetAutomation", {true}).arguments().value(0), true);
+    EXPECT_FALSE(status.isFinished());
+    ASSERT_EQ(backend->waitingForOthers.size(), 1u);
+
+    backend->waitingForOthers.front()({{}, "logind: it did not answer in time"});
+    ASSERT_TRUE(waitUntil([&] { return status.isFinished(); }, 5s));
+    ASSERT_FALSE(status.isError()) << status.error().message().toStdString();
+    const QJsonObject awake = QJsonDocument::fromJson(status.reply().arguments().value(0).toString().toUtf8())
+                                  .object()
+                                  .value("awake")
+                                  .toObject();
+    EXPECT_EQ(awake.value("otherInhibitorsProblem").toString(), "logind: it did not answer in time");
+    EXPECT_TRUE(awake.value("otherInhibitors").toArray().isEmpty());
 }
 
 } // namespace
