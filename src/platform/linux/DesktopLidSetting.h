@@ -17,8 +17,15 @@ public:
     // itself, without a process or a D-Bus round trip.
     static std::optional<bool> mateDoesNothing();
     // KDE: PowerDevil's HandleButtonEvents lidAction() 0 ("Do nothing") for
-    // the profile in use, asked of its session service (one bounded round trip).
-    static std::optional<bool> kdeDoesNothing(QDBusConnection sessionBus);
+    // the profile in use, asked of its session service (one bounded round
+    // trip), and 0 too in its settings for every profile it switches to on
+    // its own (on AC, on battery, on low battery), so that unplugging the
+    // machine cannot turn a closed lid into sleep. The settings are read from
+    // configHome (PowerDevil 5's powermanagementprofilesrc, 6's powerdevilrc);
+    // a profile they do not set counts as sleeping, PowerDevil's default.
+    static std::optional<bool> kdeDoesNothing(QDBusConnection sessionBus, const QString& configHome);
+    // $XDG_CONFIG_HOME, or ~/.config.
+    static QString configHome();
 };
 
 } // namespace quillon::platform::linux_

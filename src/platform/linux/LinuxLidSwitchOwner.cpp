@@ -114,7 +114,7 @@ LidSwitchOwner::Owner LinuxLidSwitchOwner::owner()
             continue;
         Owner owner = ownerOf(lock);
         if (owner.desktop == Desktop::kde)
-            owner.doesNothing = DesktopLidSetting::kdeDoesNothing(m_session).value_or(false);
+            owner.doesNothing = DesktopLidSetting::kdeDoesNothing(m_session, DesktopLidSetting::configHome()).value_or(false);
         else if (owner.desktop == Desktop::mate)
             owner.doesNothing = DesktopLidSetting::mateDoesNothing().value_or(false);
         return owner;

@@ -1,7 +1,7 @@
 // Who acts on the lid, read from logind's locks: logind itself, or a desktop
-// power manager that keeps it (KDE's: no interface lets go). Xfce's, which
-// hands it back, is XfceDesktopTest's. Stand-ins as in DesktopRoutesTest;
-// logind is the real one.
+// power manager that keeps it. Xfce's, which hands it back, is
+// XfceDesktopTest's; KDE's is KdeDesktopTest's. Stand-ins as in
+// DesktopRoutesTest; logind is the real one.
 #include "LidOwnerFixture.h"
 
 #include <QFile>
@@ -29,22 +29,6 @@ TEST_F(LidOwnerTest, WhereLogindOwnsTheLidTheAppsOwnLockIsListed)
     EXPECT_EQ(owner->owner().desktop, LidSwitchOwner::Desktop::none);
     backend->release(*lock);
     EXPECT_TRUE(logindHolds(0));
-}
-
-TEST_F(LidOwnerTest, KdeKeepsTheLidAndCannotHandItBackYetMayDoNothingWithIt)
-{
-    START_LOGIND();
-    auto& kde = startDesktop("kde", "org.kde.Solid.PowerManagement");
-    auto owner = makeOwner();
-    const auto found = owner->owner();
-    EXPECT_EQ(found.desktop, LidSwitchOwner::Desktop::kde);
-    EXPECT_EQ(found.who, "PowerDevil");
-    EXPECT_FALSE(found.canHandOver);
-    EXPECT_FALSE(found.doesNothing) << "its lid action is to sleep";
-    kde.stop();
-    // PowerDevil's HandleButtonEvents says 0: "Do nothing".
-    startDesktop("kde", "org.kde.Solid.PowerManagement", 0.2, 0);
-    EXPECT_TRUE(owner->owner().doesNothing);
 }
 
 TEST_F(LidOwnerTest, MatesLockIsKnownByWhatItSaysNotByTheUserItIsSignedWith)
