@@ -192,7 +192,7 @@ std::unique_ptr<CookieInhibitor> CookieInhibitor::powerDevil(QDBusConnection ses
             },
             QStringLiteral("PowerDevil (KDE)"),
             [types, path, interface](const QDBusConnection& bus, const QString& owner, quint32, const QString& reason) {
-                // Listed from the call on; applied (HasInhibition) only once PowerDevil's delay has passed.
+                // Both listed and applied (HasInhibition) only once PowerDevil's delay has passed.
                 const Inhibition::Check listed
                     = Inhibition::oneQuery(bus, callOn(owner, path, interface, QStringLiteral("ListInhibitions")),
                         [reason](const QDBusMessage& reply) {
