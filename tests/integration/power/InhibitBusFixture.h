@@ -57,7 +57,7 @@ protected:
     {
         return startScript(QUILLON_INHIBIT_STANDIN, {kind}, name);
     }
-    // A desktop power manager's stand-in ("kde" settling after settleS seconds, or "xfce", "mate").
+    // A desktop power manager's stand-in ("kde" settling after settleS seconds, or "xfce").
     BusService& startDesktop(const QString& desktop, const QString& lastName, double settleS = 0.2)
     {
         return startScript(QUILLON_DESKTOP_STANDIN, {desktop, QString::number(settleS)}, lastName);

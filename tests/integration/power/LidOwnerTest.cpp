@@ -1,7 +1,6 @@
 // Who acts on the lid, read from logind's locks: logind itself, or a desktop
-// power manager that keeps it. Xfce's, which hands it back, is
-// XfceDesktopTest's; KDE's is KdeDesktopTest's. Stand-ins as in
-// DesktopRoutesTest; logind is the real one.
+// power manager that keeps it: those are the real desktops' tests
+// (KdeDesktopTest, XfceDesktopTest, MateDesktopTest). logind is the real one.
 #include "LidOwnerFixture.h"
 
 #include <QFile>
@@ -29,17 +28,6 @@ TEST_F(LidOwnerTest, WhereLogindOwnsTheLidTheAppsOwnLockIsListed)
     EXPECT_EQ(owner->owner().desktop, LidSwitchOwner::Desktop::none);
     backend->release(*lock);
     EXPECT_TRUE(logindHolds(0));
-}
-
-TEST_F(LidOwnerTest, MatesLockIsKnownByWhatItSaysNotByTheUserItIsSignedWith)
-{
-    START_LOGIND();
-    startDesktop("mate", "org.mate.PowerManager");
-    auto owner = makeOwner();
-    const auto found = owner->owner();
-    EXPECT_EQ(found.desktop, LidSwitchOwner::Desktop::mate);
-    EXPECT_EQ(found.who, "mate-power-manager");
-    EXPECT_FALSE(found.canHandOver);
 }
 
 TEST_F(LidOwnerTest, WithoutXfconfTheHandOverFailsWithAReasonAndNothingToPutBack)

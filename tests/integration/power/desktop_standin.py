@@ -1,6 +1,6 @@
 #!/usr/bin/python3
-"""Stand-ins for three desktop power managers, for tests on private buses, for
-what the real ones (run by KdeDesktopTest, XfceDesktopTest, MateDesktopTest)
+"""Stand-ins for two desktop power managers, for tests on private buses, for
+what the real ones (run by KdeDesktopTest, XfceDesktopTest)
 cannot be made to do. Each behaves as the real one does in what the app relies
 on. One per process, chosen by the first argument; the second, if given, is
 how many seconds KDE's takes to apply an inhibition (5 in PowerDevil; a longer
@@ -18,16 +18,12 @@ delay stands for one that never applies it).
          (who "xfce4-power-manager"), dropped while the setting
          /xfce4-power-manager/logind-handle-lid-switch is true and taken again
          when it turns false (a reset goes unheard, as in 4.18).
-  mate   MATE's power manager as far as the lid goes: the org.mate.PowerManager
-         name and logind's lid lock, signed with the user's login name and the
-         why "Mate power manager handles these events".
 
 The session bus is DBUS_SESSION_BUS_ADDRESS; logind is looked for on
 DBUS_SYSTEM_BUS_ADDRESS. org.quillon.Test.Inhibitions() at /org/quillon/Test
 lists the inhibitions asked for as (flags, reason): KDE's by type (applied or
 not yet), Xfce's as 4.
 """
-import getpass
 import os
 import sys
 import time
@@ -160,9 +156,6 @@ if __name__ == '__main__':
     if sys.argv[1] == 'kde':
         keep.append(PolicyAgent(bus, '/org/kde/Solid/PowerManagement/PolicyAgent'))
         names = ['org.kde.Solid.PowerManagement.PolicyAgent', 'org.kde.Solid.PowerManagement']
-    elif sys.argv[1] == 'mate':
-        lid = LidLock(getpass.getuser(), 'Mate power manager handles these events')
-        names = ['org.mate.PowerManager']
     else:
         lid = LidLock('xfce4-power-manager')
         keep.append(FdoInhibit(bus, '/org/freedesktop/PowerManagement/Inhibit'))
