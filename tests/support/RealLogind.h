@@ -19,8 +19,11 @@ public:
     static constexpr const char* logindProgram = "/lib/systemd/systemd-logind";
     static bool canRun() { return geteuid() == 0; }
 
-    explicit RealLogind(PrivateBus& bus)
+    // wrapper, when given, is a command line that runs the rest (logind in
+    // its mount namespace) in a setting of its own.
+    explicit RealLogind(PrivateBus& bus, QStringList wrapper = {})
         : m_bus(bus)
+        , m_wrapper(std::move(wrapper))
     {
         // No virtual terminals to allocate on a machine without a console.
         QDir(m_run.path()).mkpath("systemd/logind.conf.d");
@@ -50,12 +53,13 @@ public:
 private:
     void start()
     {
-        // unshare and sh exec in turn, so the process stopped is logind itself.
-        m_service
-            = std::make_unique<BusService>("unshare", inItsRun(logindProgram, {}), m_bus, "org.freedesktop.login1");
+        // The wrapper, unshare and sh exec in turn, so the process stopped is logind itself.
+        const QStringList command = m_wrapper + QStringList{"unshare"} + inItsRun(logindProgram, {});
+        m_service = std::make_unique<BusService>(command.first(), command.mid(1), m_bus, "org.freedesktop.login1");
     }
 
     PrivateBus& m_bus;
+    QStringList m_wrapper;
     QTemporaryDir m_run;
     std::unique_ptr<BusService> m_service;
 };

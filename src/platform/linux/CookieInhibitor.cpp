@@ -69,7 +69,8 @@ public:
                 return;
             }
             confirmWith(m_service.confirmDelayMs, m_service.confirm(m_bus, m_owner, *m_cookie, reason),
-                QStringLiteral("%1 accepted the request but does not list it").arg(m_service.through));
+                QStringLiteral("%1 accepted the request but does not list it").arg(m_service.through),
+                m_service.confirmLateMs);
         });
     }
 
@@ -192,7 +193,7 @@ std::unique_ptr<CookieInhibitor> CookieInhibitor::powerDevil(QDBusConnection ses
             },
             QStringLiteral("PowerDevil (KDE)"),
             [types, path, interface](const QDBusConnection& bus, const QString& owner, quint32, const QString& reason) {
-                // Listed from the call on; applied (HasInhibition) only once PowerDevil's delay has passed.
+                // Both listed and applied (HasInhibition) only once PowerDevil's delay has passed.
                 const Inhibition::Check listed
                     = Inhibition::oneQuery(bus, callOn(owner, path, interface, QStringLiteral("ListInhibitions")),
                         [reason](const QDBusMessage& reply) {
@@ -226,7 +227,8 @@ std::unique_ptr<CookieInhibitor> CookieInhibitor::powerDevil(QDBusConnection ses
                     });
                 });
             },
-            settleMs});
+            // A busy machine runs PowerDevil's timer late: asked again for half as long again.
+            settleMs, settleMs / 2});
 }
 
 std::unique_ptr<CookieInhibitor> CookieInhibitor::powerManagement(QDBusConnection sessionBus)

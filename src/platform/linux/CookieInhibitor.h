@@ -25,8 +25,8 @@ public:
     static constexpr quint32 gnomeIdle = 8;
     static std::unique_ptr<CookieInhibitor> gnomeSession(QDBusConnection sessionBus, quint32 flags);
     // KDE's PolicyAgent: AddInhibition(types, who, why), confirmed once
-    // PowerDevil applies it (settleMs later): ListInhibitions names it and
-    // HasInhibition(types) holds.
+    // PowerDevil applies it (settleMs later, or up to half as long again
+    // on a busy machine): ListInhibitions names it and HasInhibition(types) holds.
     static constexpr quint32 kdeInterruptSession = 1;
     static constexpr quint32 kdeChangeScreenSettings = 4;
     static std::unique_ptr<CookieInhibitor> powerDevil(QDBusConnection sessionBus, quint32 types, int settleMs);
@@ -50,6 +50,7 @@ public:
         QString through;
         Confirm confirm; // empty: taken as in force once accepted
         int confirmDelayMs = 0;
+        int confirmLateMs = 0; // how long after confirmDelayMs it is checked again until listed
     };
     CookieInhibitor(QDBusConnection bus, Service service);
 

@@ -2,9 +2,11 @@
 
 #include "DBusAsync.h"
 #include "DBusTimeouts.h"
+#include "RegularFile.h"
 
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
+#include <QStandardPaths>
 #include <memory>
 #include <string>
 
@@ -14,6 +16,51 @@
 #include <gio/gio.h>
 
 namespace quillon::platform::linux_ {
+
+namespace {
+
+// Where each PowerDevil keeps a profile's lid action: the file, the group
+// below the profile's and the key.
+struct KdeLidKey {
+    const char* file;
+    const char* group;
+    const char* key;
+};
+constexpr KdeLidKey kdeLidKeys[] = {
+    {"powermanagementprofilesrc", "HandleButtonEvents", "lidAction"}, // Plasma 5
+    {"powerdevilrc", "SuspendAndShutdown", "LidAction"},              // Plasma 6
+};
+
+// The profiles (KConfig groups "[AC]", …) whose lid action a KConfig file
+// sets to 0, "Do nothing".
+QStringList profilesDoingNothing(const QByteArray& text, const KdeLidKey& where)
+{
+    QStringList profiles;
+    QByteArray group;
+    for (const QByteArray& raw : text.split('\n')) {
+        const QByteArray line = raw.trimmed();
+        if (line.startsWith('[')) {
+            group = line;
+            continue;
+        }
+        const qsizetype equals = line.indexOf('=');
+        // A key may carry flags ("lidAction[$i]"): its name ends there.
+        QByteArray key = line.left(equals).trimmed();
+        key = key.left(key.indexOf('[') < 0 ? key.size() : key.indexOf('['));
+        const QByteArray suffix = QByteArray("][") + where.group + ']';
+        if (equals < 0 || key != where.key || !group.endsWith(suffix) || line.mid(equals + 1).trimmed() != "0")
+            continue;
+        profiles << QString::fromUtf8(group.mid(1, group.size() - 1 - suffix.size()));
+    }
+    return profiles;
+}
+
+} // namespace
+
+QString DesktopLidSetting::configHome()
+{
+    return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation);
+}
 
 std::optional<bool> DesktopLidSetting::mateDoesNothing()
 {
@@ -34,20 +81,15 @@ std::optional<bool> DesktopLidSetting::mateDoesNothing()
     return nothing("button-lid-ac") && nothing("button-lid-battery");
 }
 
-std::optional<bool> DesktopLidSetting::kdeDoesNothing(QDBusConnection sessionBus)
-{
-    return kdeAnswer(sessionBus.call(kdeLidAction(), QDBus::Block, DBusTimeouts::callMs));
-}
-
-void DesktopLidSetting::askKdeDoesNothing(
-    QDBusConnection sessionBus, QObject* context, std::function<void(std::optional<bool>)> done)
+void DesktopLidSetting::askKdeDoesNothing(QDBusConnection sessionBus, const QString& configHome, QObject* context,
+    std::function<void(std::optional<bool>)> done)
 {
     auto* watcher
         = new QDBusPendingCallWatcher(DBusAsync::call(sessionBus, kdeLidAction(), DBusTimeouts::callMs), context);
     QObject::connect(watcher, &QDBusPendingCallWatcher::finished, context,
-        [done = std::move(done)](QDBusPendingCallWatcher* finished) {
+        [configHome, done = std::move(done)](QDBusPendingCallWatcher* finished) {
             finished->deleteLater();
-            done(kdeAnswer(finished->reply()));
+            done(kdeAnswer(finished->reply(), configHome));
         });
 }
 
@@ -58,12 +100,18 @@ QDBusMessage DesktopLidSetting::kdeLidAction()
         QStringLiteral("org.kde.Solid.PowerManagement.Actions.HandleButtonEvents"), QStringLiteral("lidAction"));
 }
 
-std::optional<bool> DesktopLidSetting::kdeAnswer(const QDBusMessage& reply)
+std::optional<bool> DesktopLidSetting::kdeAnswer(const QDBusMessage& reply, const QString& configHome)
 {
     const QVariant action = reply.arguments().value(0);
     if (reply.type() != QDBusMessage::ReplyMessage || !action.canConvert<int>())
         return std::nullopt;
-    return action.toInt() == 0;
+    if (action.toInt() != 0)
+        return false;
+    QStringList quiet;
+    for (const KdeLidKey& where : kdeLidKeys)
+        quiet += profilesDoingNothing(
+            RegularFile::read(configHome + u'/' + QLatin1String(where.file), 1 << 20).value_or(QByteArray()), where);
+    return quiet.contains(u"AC") && quiet.contains(u"Battery") && quiet.contains(u"LowBattery");
 }
 
 } // namespace quillon::platform::linux_

@@ -7,6 +7,7 @@
 #include <QDBusPendingCallWatcher>
 #include <QPointer>
 #include <QTimer>
+#include <algorithm>
 
 namespace quillon::platform::linux_ {
 
@@ -27,13 +28,19 @@ void Inhibition::leaveUnconfirmed(const QString& why)
     emit unconfirmed();
 }
 
-void Inhibition::confirmWith(int delayMs, Check check, QString notListed)
+void Inhibition::confirmWith(int delayMs, Check check, QString notListed, int lateMs)
 {
-    QTimer::singleShot(delayMs, this, [this, check = std::move(check), notListed = std::move(notListed)] {
+    QTimer::singleShot(delayMs, this, [this, check = std::move(check), notListed = std::move(notListed), lateMs] {
         QPointer<Inhibition> self(this);
-        check(*this, [self, notListed](bool listed) {
-            if (self)
-                self->settle(listed ? Phase::inForce : Phase::failed, listed ? QString() : notListed);
+        check(*this, [self, check, notListed, lateMs](bool listed) {
+            if (!self)
+                return;
+            if (!listed && lateMs > 0) {
+                const int next = std::min(lateMs, recheckMs);
+                self->confirmWith(next, check, notListed, lateMs - next);
+                return;
+            }
+            self->settle(listed ? Phase::inForce : Phase::failed, listed ? QString() : notListed);
         });
     });
 }

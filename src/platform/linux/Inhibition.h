@@ -38,8 +38,10 @@ public:
     // stays confirming, with why as its problem, and says so once.
     void leaveUnconfirmed(const QString& why);
     // Runs check after delayMs (0: at once, still asynchronously): in force
-    // when it says so, else failed with notListed.
-    void confirmWith(int delayMs, Check check, QString notListed);
+    // when it says so, else, for up to lateMs more, again every
+    // recheckMs, and failed with notListed once that has passed.
+    static constexpr int recheckMs = 250;
+    void confirmWith(int delayMs, Check check, QString notListed, int lateMs = 0);
 
     // Sends call without waiting; a reply comes to onReply, an error (also
     // no answer within timeoutMs) fails this inhibition with its reason.

@@ -133,7 +133,7 @@ void LinuxLidSwitchOwner::askOwner(OwnerAnswer done)
                 Owner owner = ownerOf(lock);
                 if (owner.desktop == Desktop::kde) {
                     DesktopLidSetting::askKdeDoesNothing(
-                        m_session, &m_calls, [owner, done](std::optional<bool> nothing) mutable {
+                        m_session, DesktopLidSetting::configHome(), &m_calls, [owner, done](std::optional<bool> nothing) mutable {
                             owner.doesNothing = nothing.value_or(false);
                             done(owner);
                         });

@@ -1,8 +1,10 @@
 // Which route holds each kind on each desktop, and that it counts only once
-// the desktop confirms it: KDE (PowerDevil), Xfce (its power manager), GNOME
-// (the session), wlroots compositors and bare sessions (logind), and a
-// sandbox (the portal alone). The desktops are stand-ins (desktop_standin.py,
-// inhibit_standin.py); logind is the real one.
+// the desktop confirms it: Xfce (its power manager), wlroots compositors and
+// bare sessions (logind), a sandbox (the portal alone), and desktop services
+// that never confirm or never answer, which the real ones cannot be made to
+// be. The desktops are stand-ins (desktop_standin.py, inhibit_standin.py);
+// logind is the real one. The real desktops' own tests are KdeDesktopTest,
+// XfceDesktopTest, GnomeDesktopTest, MateDesktopTest and PortalDesktopTest.
 #include "InhibitBusFixture.h"
 
 using namespace quillon::test;
@@ -11,32 +13,19 @@ namespace {
 
 using DesktopRoutesTest = InhibitBusFixture;
 
-TEST_F(DesktopRoutesTest, KdeCountsOnlyOncePowerDevilHasAppliedIt)
+TEST_F(DesktopRoutesTest, APowerManagerLateToConfirmIsWaitedForAWhileOneThatNeverConfirmsIsLeft)
 {
     START_LOGIND();
-    startStandIn("portal", "org.freedesktop.portal.Desktop");
-    startDesktop("kde", "org.kde.Solid.PowerManagement", 0.2);
-
-    SleepAssertions owner(backend);
-    ASSERT_TRUE(owner.start(Kind::system));
-    ASSERT_TRUE(owner.start(Kind::display));
-    // PowerDevil applies it late: until then it is not shown as in force.
-    EXPECT_EQ(owner.state(Kind::system).phase, Phase::confirming);
-    EXPECT_EQ(settled(owner, Kind::system).phase, Phase::inForce);
-    EXPECT_EQ(owner.state(Kind::system).through, "PowerDevil (KDE)");
-    EXPECT_EQ(settled(owner, Kind::display).phase, Phase::inForce);
-    // Idle sleep (1) and the screen (4), each as its own inhibition.
-    EXPECT_EQ(held("org.kde.Solid.PowerManagement"), (QList<Inhibition>{{1, systemReason}, {4, displayReason}}));
-    EXPECT_TRUE(logindLocks().size() == 1) << "only PowerDevil's own lid lock";
-    EXPECT_TRUE(held("org.freedesktop.portal.Desktop").isEmpty());
-
-    owner.stopAll();
-    EXPECT_TRUE(waitUntil([&] { return held("org.kde.Solid.PowerManagement").isEmpty(); }));
-}
-
-TEST_F(DesktopRoutesTest, APowerManagerThatNeverConfirmsIsLeftForTheNextRoute)
-{
-    START_LOGIND();
+    {
+        // Applies it a third later than it should, as on a busy machine.
+        startDesktop("kde", "org.kde.Solid.PowerManagement", timing.kdeSettleMs * 1.33 / 1000);
+        SleepAssertions owner(backend);
+        ASSERT_TRUE(owner.start(Kind::system));
+        const auto state = settled(owner, Kind::system);
+        EXPECT_EQ(state.phase, Phase::inForce);
+        EXPECT_EQ(state.through, "PowerDevil (KDE)") << state.problem.toStdString();
+        services.clear();
+    }
     // Accepts everything and applies nothing within the wait.
     startDesktop("kde", "org.kde.Solid.PowerManagement", 60);
 

@@ -57,12 +57,10 @@ protected:
     {
         return startScript(QUILLON_INHIBIT_STANDIN, {kind}, name);
     }
-    // A desktop power manager's stand-in ("kde" settling after settleS seconds
-    // with the lid action lidAction, or "xfce", "mate").
-    BusService& startDesktop(const QString& desktop, const QString& lastName, double settleS = 0.2, int lidAction = 1)
+    // A desktop power manager's stand-in ("kde" settling after settleS seconds, or "xfce").
+    BusService& startDesktop(const QString& desktop, const QString& lastName, double settleS = 0.2)
     {
-        return startScript(
-            QUILLON_DESKTOP_STANDIN, {desktop, QString::number(settleS), QString::number(lidAction)}, lastName);
+        return startScript(QUILLON_DESKTOP_STANDIN, {desktop, QString::number(settleS)}, lastName);
     }
     BusService& startScript(const QString& script, const QStringList& args, const QString& name)
     {

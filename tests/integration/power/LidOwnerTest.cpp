@@ -1,7 +1,6 @@
 // Who acts on the lid, read from logind's locks: logind itself, or a desktop
-// power manager that keeps it (KDE's: no interface lets go). Xfce's, which
-// hands it back, is XfceDesktopTest's. Stand-ins as in DesktopRoutesTest;
-// logind is the real one.
+// power manager that keeps it: those are the real desktops' tests
+// (KdeDesktopTest, XfceDesktopTest, MateDesktopTest). logind is the real one.
 #include "LidOwnerFixture.h"
 
 #include <QFile>
@@ -30,33 +29,6 @@ TEST_F(LidOwnerTest, WhereLogindOwnsTheLidTheAppsOwnLockIsListed)
     EXPECT_EQ(ownerOf(*owner).desktop, LidSwitchOwner::Desktop::none);
     backend->release(*lock);
     EXPECT_TRUE(logindHolds(0));
-}
-
-TEST_F(LidOwnerTest, KdeKeepsTheLidAndCannotHandItBackYetMayDoNothingWithIt)
-{
-    START_LOGIND();
-    auto& kde = startDesktop("kde", "org.kde.Solid.PowerManagement");
-    auto owner = makeOwner();
-    const auto found = ownerOf(*owner);
-    EXPECT_EQ(found.desktop, LidSwitchOwner::Desktop::kde);
-    EXPECT_EQ(found.who, "PowerDevil");
-    EXPECT_FALSE(found.canHandOver);
-    EXPECT_FALSE(found.doesNothing) << "its lid action is to sleep";
-    kde.stop();
-    // PowerDevil's HandleButtonEvents says 0: "Do nothing".
-    startDesktop("kde", "org.kde.Solid.PowerManagement", 0.2, 0);
-    EXPECT_TRUE(ownerOf(*owner).doesNothing);
-}
-
-TEST_F(LidOwnerTest, MatesLockIsKnownByWhatItSaysNotByTheUserItIsSignedWith)
-{
-    START_LOGIND();
-    startDesktop("mate", "org.mate.PowerManager");
-    auto owner = makeOwner();
-    const auto found = ownerOf(*owner);
-    EXPECT_EQ(found.desktop, LidSwitchOwner::Desktop::mate);
-    EXPECT_EQ(found.who, "mate-power-manager");
-    EXPECT_FALSE(found.canHandOver);
 }
 
 TEST_F(LidOwnerTest, WithoutXfconfTheHandOverFailsWithAReasonAndNothingToPutBack)

@@ -1,8 +1,8 @@
-// MATE, against Debian's own mate-session and the real logind: keep-awake is
-// held by the session manager and confirmed in its own list of inhibitors.
-// MATE's power manager holds logind's lid lock whatever its lid action (its
-// lock here is the stand-in's), so the lid counts as held where that action,
-// read from MATE's own settings store, is "nothing".
+// MATE, against Debian's own mate-session and mate-power-manager and the real
+// logind: keep-awake is held by the session manager and confirmed in its own
+// list of inhibitors. The power manager holds logind's lid lock whatever its
+// lid action, signed with the user's login name, so the lid counts as held
+// where that action, read from MATE's own settings store, is "nothing".
 #include "LidOwnerFixture.h"
 #include "RealMateDesktop.h"
 
@@ -53,7 +53,7 @@ TEST_F(MateDesktopTest, TheLidIsHeldOnlyWhereMatesOwnLidActionIsNothing)
     ASSERT_NO_FATAL_FAILURE(startMate());
     if (IsSkipped())
         return;
-    startDesktop("mate", "org.mate.PowerManager");
+    ASSERT_TRUE(mate->startPowerManager(sessionBus, systemBus, *logind));
     auto lid = makeOwner();
     ASSERT_TRUE(ownedBy(*lid, LidSwitchOwner::Desktop::mate));
     EXPECT_EQ(ownerOf(*lid).who, "mate-power-manager");

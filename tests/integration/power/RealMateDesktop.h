@@ -3,6 +3,7 @@
 #include "VirtualDisplay.h"
 
 #include "support/BusService.h"
+#include "support/RealLogind.h"
 
 #include <QDir>
 #include <QFile>
@@ -11,11 +12,10 @@
 namespace quillon::test {
 
 // MATE's own session manager (Debian's mate-session) on a virtual X display,
-// with logind on the private system bus. MATE's settings are a GSettings key
-// file in a folder of this object's, which this process reads too
-// (environment()). mate-power-manager is not started: under Xvfb it mostly
-// exits at once or never takes logind's lid lock, so its lock is the
-// stand-in's (desktop_standin.py mate).
+// with logind on the private system bus, and on request MATE's power manager
+// (Debian's mate-power-manager) beside it, with the UPower it needs (without
+// one it crashes at start). MATE's settings are a GSettings key file in a
+// folder of this object's, which this process reads too (environment()).
 class RealMateDesktop {
 public:
     static bool installed() { return QFile::exists("/usr/bin/mate-session"); }
@@ -31,6 +31,20 @@ public:
     // What a process reading MATE's settings here needs in its environment.
     QStringList environment() const { return {"XDG_CONFIG_HOME=" + m_home.path(), "GSETTINGS_BACKEND=keyfile"}; }
     bool started() const { return m_manager->started(); }
+    // Starts UPower (its state in a folder of this object's) and the power
+    // manager, in logind's /run; whether both run.
+    bool startPowerManager(PrivateBus& session, PrivateBus& system, const RealLogind& logind)
+    {
+        m_upower = std::make_unique<BusService>("unshare",
+            QStringList{"--mount", "sh", "-c", "mount --bind \"$0\" /var/lib/upower && exec /usr/libexec/upowerd",
+                m_upowerState.path()},
+            system, "org.freedesktop.UPower");
+        if (!m_upower->started())
+            return false;
+        m_powerManager = std::make_unique<BusService>("unshare", logind.inItsRun("/usr/bin/mate-power-manager", {}),
+            session, "org.mate.PowerManager", system.address(), m_env);
+        return m_powerManager->started();
+    }
     // The lid action on AC and on battery ("nothing", "suspend", …).
     void setLidAction(const QString& action)
     {
@@ -48,6 +62,9 @@ private:
     VirtualDisplay m_x;
     QStringList m_env;
     std::unique_ptr<BusService> m_manager;
+    QTemporaryDir m_upowerState;
+    std::unique_ptr<BusService> m_upower;
+    std::unique_ptr<BusService> m_powerManager;
 };
 
 } // namespace quillon::test

@@ -1,18 +1,15 @@
 #!/usr/bin/python3
-"""Stand-ins for three desktop power managers, for tests on private buses. Each
-behaves as the real one does in what the app relies on (taken from their
-sources and D-Bus interfaces, not run against them). One per process, chosen
-by the first argument; the second, if given, is how many seconds KDE's takes
-to apply an inhibition (5 in PowerDevil); the third KDE's lid action (0 "Do
-nothing", 1 sleep).
+"""Stand-ins for two desktop power managers, for tests on private buses, for
+what the real ones (run by KdeDesktopTest, XfceDesktopTest)
+cannot be made to do. Each behaves as the real one does in what the app relies
+on. One per process, chosen by the first argument; the second, if given, is
+how many seconds KDE's takes to apply an inhibition (5 in PowerDevil; a longer
+delay stands for one that never applies it).
 
-  kde    KDE's PowerDevil: the PolicyAgent (AddInhibition, ReleaseInhibition,
-         ListInhibitions as (who, why) from the call on, HasInhibition, which
-         answers true only once the delay has passed),
-         the org.kde.Solid.PowerManagement name, and logind's lid lock
-         ("handle-power-key:handle-lid-switch", block, who "PowerDevil"),
-         held for good: no interface makes PowerDevil leave the lid; its
-         HandleButtonEvents lidAction().
+  kde    KDE's PowerDevil's PolicyAgent: AddInhibition, ReleaseInhibition, and
+         ListInhibitions as (who, why) and HasInhibition, which both show an
+         inhibition only once the delay has passed; the
+         org.kde.Solid.PowerManagement name.
   xfce   Xfce's power manager: org.freedesktop.PowerManagement.Inhibit
          (Inhibit, UnInhibit, HasInhibit, GetInhibitors naming the applications;
          applied at once), the
@@ -21,16 +18,12 @@ nothing", 1 sleep).
          (who "xfce4-power-manager"), dropped while the setting
          /xfce4-power-manager/logind-handle-lid-switch is true and taken again
          when it turns false (a reset goes unheard, as in 4.18).
-  mate   MATE's power manager as far as the lid goes: the org.mate.PowerManager
-         name and logind's lid lock, signed with the user's login name and the
-         why "Mate power manager handles these events".
 
 The session bus is DBUS_SESSION_BUS_ADDRESS; logind is looked for on
 DBUS_SYSTEM_BUS_ADDRESS. org.quillon.Test.Inhibitions() at /org/quillon/Test
 lists the inhibitions asked for as (flags, reason): KDE's by type (applied or
 not yet), Xfce's as 4.
 """
-import getpass
 import os
 import sys
 import time
@@ -43,7 +36,6 @@ from gi.repository import GLib
 live = {}
 cookies = iter(range(21, 1 << 31))
 settle_s = float(sys.argv[2]) if len(sys.argv) > 2 else 0.0
-lid_action = int(sys.argv[3]) if len(sys.argv) > 3 else 1
 
 
 class LidLock:
@@ -89,19 +81,14 @@ class PolicyAgent(dbus.service.Object):
 
     @dbus.service.method(IFACE, out_signature='a(ss)')
     def ListInhibitions(self):
-        # Every caller's, applied or not yet, as PowerDevil lists them.
-        return dbus.Array([(who, why) for _, why, _, who in live.values()], signature='(ss)')
+        # Every caller's, once applied.
+        now = time.monotonic()
+        return dbus.Array([(who, why) for _, why, since, who in live.values() if since <= now], signature='(ss)')
 
     @dbus.service.method(IFACE, in_signature='u', out_signature='b')
     def HasInhibition(self, types):
         now = time.monotonic()
         return any(held & types and since <= now for held, _, since, _ in live.values())
-
-
-class HandleButtonEvents(dbus.service.Object):
-    @dbus.service.method('org.kde.Solid.PowerManagement.Actions.HandleButtonEvents', out_signature='i')
-    def lidAction(self):
-        return lid_action
 
 
 class FdoInhibit(dbus.service.Object):
@@ -165,20 +152,17 @@ if __name__ == '__main__':
     dbus.mainloop.glib.DBusGMainLoop(set_as_default=True)
     bus = dbus.SessionBus()
     keep = [Probe(bus, '/org/quillon/Test')]
+    lid = None
     if sys.argv[1] == 'kde':
-        lid = LidLock('PowerDevil')
         keep.append(PolicyAgent(bus, '/org/kde/Solid/PowerManagement/PolicyAgent'))
-        keep.append(HandleButtonEvents(bus, '/org/kde/Solid/PowerManagement/Actions/HandleButtonEvents'))
         names = ['org.kde.Solid.PowerManagement.PolicyAgent', 'org.kde.Solid.PowerManagement']
-    elif sys.argv[1] == 'mate':
-        lid = LidLock(getpass.getuser(), 'Mate power manager handles these events')
-        names = ['org.mate.PowerManager']
     else:
         lid = LidLock('xfce4-power-manager')
         keep.append(FdoInhibit(bus, '/org/freedesktop/PowerManagement/Inhibit'))
         keep.append(Xfconf(bus, '/org/xfce/Xfconf', lid))
         names = ['org.xfce.Xfconf', 'org.xfce.PowerManager', 'org.freedesktop.PowerManagement']
-    lid.take()
+    if lid:
+        lid.take()
     # Claimed last, so that everything is in place once the last name shows.
     keep += [dbus.service.BusName(name, bus) for name in names]
     GLib.MainLoop().run()
