@@ -9,10 +9,12 @@
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusVariant>
+#include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QSaveFile>
+#include <QTimer>
 #include <algorithm>
 
 namespace quillon::platform::linux_ {
@@ -101,16 +103,10 @@ LinuxLidSwitchOwner::LinuxLidSwitchOwner(QDBusConnection sessionBus, QDBusConnec
 LinuxLidSwitchOwner::~LinuxLidSwitchOwner()
 {
     // The app is quitting: a setting on its way back is seen through, as
-    // there is nothing left to draw. Otherwise the marker stays for the next start.
-    if (m_restoring.isEmpty())
-        return;
-    bool back = true;
-    for (QDBusPendingCall& call : m_restoring) {
+    // there is nothing left to draw. The marker stays; the next start puts
+    // back whatever step is still missing (setting a value twice is harmless).
+    for (QDBusPendingCall& call : m_restoring)
         call.waitForFinished();
-        back = back && !call.isError();
-    }
-    if (back)
-        QFile::remove(m_markerPath);
 }
 
 QString LinuxLidSwitchOwner::defaultMarkerPath()
@@ -212,27 +208,51 @@ void LinuxLidSwitchOwner::restore()
     marker.close();
     // xfce4-power-manager does not hear a reset of this property (it only
     // follows values it is sent), so it gets false first, which has it take
-    // the lid again; the reset then leaves the setting absent, as it was.
-    // xfconf takes the two in the order sent.
-    QList<QDBusPendingCall> calls{DBusAsync::call(m_session,
+    // the lid again. A reset that reaches it before it has acted on the false
+    // loses the false too, so the reset waits until its lid lock is back.
+    const auto set = DBusAsync::call(m_session,
         xfconf(
             QStringLiteral("SetProperty"), {kChannel, kProperty, QVariant::fromValue(QDBusVariant(before == "true"))}),
-        DBusTimeouts::callMs)};
-    if (before == kWasAbsent)
-        calls << DBusAsync::call(
-            m_session, xfconf(QStringLiteral("ResetProperty"), {kChannel, kProperty, false}), DBusTimeouts::callMs);
-    m_restoring << calls;
-    auto* watcher = new QDBusPendingCallWatcher(calls.last(), &m_calls);
-    QObject::connect(
-        watcher, &QDBusPendingCallWatcher::finished, &m_calls, [this, calls](QDBusPendingCallWatcher* finished) {
+        DBusTimeouts::callMs);
+    m_restoring << set;
+    auto* watcher = new QDBusPendingCallWatcher(set, &m_calls);
+    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, &m_calls,
+        [this, absent = before == kWasAbsent](QDBusPendingCallWatcher* finished) {
             finished->deleteLater();
-            m_restoring.removeIf([](const QDBusPendingCall& call) { return call.isFinished(); });
+            forgetFinished();
             // Kept for the next start when xfconf cannot be reached now.
-            const bool back
-                = std::all_of(calls.begin(), calls.end(), [](const QDBusPendingCall& call) { return !call.isError(); });
-            if (back)
+            if (finished->isError())
+                return;
+            if (absent)
+                resetOnceTaken(QDeadlineTimer(kRetakeWaitMs));
+            else
                 QFile::remove(m_markerPath);
         });
+}
+
+void LinuxLidSwitchOwner::resetOnceTaken(QDeadlineTimer deadline)
+{
+    askOwner([this, deadline](const Owner& owner) {
+        if (owner.desktop != Desktop::xfce && !deadline.hasExpired()) {
+            QTimer::singleShot(kRetakePollMs, &m_calls, [this, deadline] { resetOnceTaken(deadline); });
+            return;
+        }
+        const auto reset = DBusAsync::call(
+            m_session, xfconf(QStringLiteral("ResetProperty"), {kChannel, kProperty, false}), DBusTimeouts::callMs);
+        m_restoring << reset;
+        auto* watcher = new QDBusPendingCallWatcher(reset, &m_calls);
+        QObject::connect(watcher, &QDBusPendingCallWatcher::finished, &m_calls, [this](QDBusPendingCallWatcher* finished) {
+            finished->deleteLater();
+            forgetFinished();
+            if (!finished->isError())
+                QFile::remove(m_markerPath);
+        });
+    });
+}
+
+void LinuxLidSwitchOwner::forgetFinished()
+{
+    m_restoring.removeIf([](const QDBusPendingCall& call) { return call.isFinished(); });
 }
 
 } // namespace quillon::platform::linux_

@@ -4,6 +4,7 @@
 
 #include <QDBusConnection>
 #include <QDBusPendingCall>
+#include <QDeadlineTimer>
 #include <QList>
 #include <QObject>
 #include <QVariant>
@@ -41,6 +42,13 @@ public:
 private:
     // Records before, then sets the setting that hands the lid to logind.
     void setHandingOver(const QByteArray& before, const HandOverAnswer& done);
+    // Resets the setting once Xfce's power manager holds the lid again, or at
+    // deadline if it never does; the marker goes once the reset is answered.
+    void resetOnceTaken(QDeadlineTimer deadline);
+    void forgetFinished();
+
+    static constexpr int kRetakeWaitMs = 3000;
+    static constexpr int kRetakePollMs = 100;
 
     QDBusConnection m_session;
     QDBusConnection m_system;
