@@ -1,6 +1,7 @@
 #include "ResidentFilePages.h"
 
 #include <QFile>
+#include <algorithm>
 #include <cstdint>
 #include <sys/mman.h>
 #include <vector>
