@@ -6,7 +6,9 @@
 //      starts its own simulated Mac and helper;
 //   2. resident memory of the app (panel never opened; with the panel, the
 //      settings window and the welcome window open; a minute after each
-//      closed, when its QML is released) and of the helper;
+//      closed, when its QML is released) and of the helper; the time from a
+//      click on the icon to the panel on the screen (first, once released,
+//      while kept);
 //   3. CPU time of the app and the helper over a minute idle, panel closed
 //      (never opened, and again after it was shown once), and the app's
 //      requests to the helper per second;
@@ -219,6 +221,18 @@ QList<XDisplay::Window> appWindows(const XDisplay& display)
     return windows;
 }
 
+// Clicks the icon; milliseconds until a window of the app other than the
+// icon is on the screen (-1: none within 10 s).
+double openPanel(const XDisplay& display)
+{
+    QElapsedTimer clock;
+    clock.start();
+    clickIcon(display);
+    if (!quillon::test::waitUntil([&] { return !appWindows(display).isEmpty(); }, 10s))
+        return -1;
+    return static_cast<double>(clock.nsecsElapsed()) / 1e6;
+}
+
 // Waits until `since` is a minute and a few seconds old: a closed window's QML is released by then.
 void waitPastRelease(const QElapsedTimer& since)
 {
@@ -304,7 +318,7 @@ int main(int argc, char** argv)
     row("requests from the app to the helper", static_cast<double>(calls) / closed.seconds, "per second");
 
     // Open the panel once (a click on the icon), then close it again.
-    clickIcon(display);
+    const double firstOpen = openPanel(display);
     QTest::qWait(3000);
     const double residentAfterPanel = residentMiB(appPid);
     clickIcon(display);
@@ -315,11 +329,22 @@ int main(int argc, char** argv)
     const Usage after = measure(appPid, helperPid, std::min<std::chrono::milliseconds>(idle, 55s));
     waitPastRelease(shut);
     const QString residentPanelReleased = residentParts(appPid);
+    // Opened again once released, and again while its window is kept.
+    const double reopenReleased = openPanel(display);
+    QTest::qWait(1000);
+    clickIcon(display);
+    QTest::qWait(1000);
+    const double reopenKept = openPanel(display);
+    QTest::qWait(1000);
+    clickIcon(display);
     std::printf("\nAfter the panel was shown once and closed again:\n");
     row("app resident memory, panel open", residentAfterPanel, "MiB");
     row("app resident memory, panel closed a few seconds", residentPanelJustClosed, "MiB");
     std::printf("  %-58s %s\n", "app resident memory, panel closed a minute", qPrintable(residentPanelReleased));
     row("app CPU time per minute, panel closed", after.appCpu * 60.0 / after.seconds * 1000.0, "ms");
+    row("panel shown, from the click: first time", firstOpen, "ms");
+    row("the same, once released", reopenReleased, "ms");
+    row("the same, window kept (closed a second before)", reopenKept, "ms");
 
     // The settings window, opened and closed (Ctrl+W).
     app.ctl({"settings"});
@@ -361,6 +386,7 @@ int main(int argc, char** argv)
             ? 0.0
             : (fields[13].toDouble() + fields[14].toDouble()) / static_cast<double>(::sysconf(_SC_CLK_TCK));
     };
+    const double residentBeforeOverlay = residentMiB(appPid);
     if (app.ctl({"render", "on"}).exitCode != 0) {
         std::fprintf(stderr, "ctl render on failed\n");
         return 1;
@@ -374,7 +400,7 @@ int main(int argc, char** argv)
     std::printf("\nRender Mode on (overlay up, DaVinci Resolve polled every 3 s), over %.0f s:\n", rendering.seconds);
     row("app CPU time per minute", rendering.appCpu * 60.0 / rendering.seconds * 1000.0, "ms");
     row("CPU time per minute of the Python runs it waits for", python * 60.0 / rendering.seconds * 1000.0, "ms");
-    row("resident memory the overlay adds", residentWithOverlay - residentAfterPanel, "MiB");
+    row("resident memory the overlay adds", residentWithOverlay - residentBeforeOverlay, "MiB");
     // Automation on, with an installed application listed that does not run.
     if (app.ctl({"auto", "add", "org.quillon.BenchEditor", "--cooling", "max"}).exitCode != 0
         || app.ctl({"auto", "on"}).exitCode != 0) {

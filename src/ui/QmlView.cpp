@@ -1,6 +1,7 @@
 #include "QmlView.h"
 
 #include "panel/AppIconProvider.h"
+#include "platform/linux/ResidentFilePages.h"
 
 #include <QQmlEngine>
 #include <malloc.h>
@@ -25,6 +26,17 @@ std::shared_ptr<QQmlEngine> engine()
     return made;
 }
 
+// The files the windows' scenes run on and the tray icon hardly needs: Qt
+// Quick and QML with their plugins, the compiled QML, text shaping and
+// fonts. Only this thread maps them, and libraries stay loaded once loaded.
+bool usedByWindows(QByteArrayView path)
+{
+    const QByteArrayView name = path.sliced(path.lastIndexOf('/') + 1);
+    return name.startsWith("libQt6Qml") || name.startsWith("libQt6Quick") || path.contains("/qml/")
+        || name.endsWith(".qmlc") || name.startsWith("libharfbuzz.") || name.startsWith("libfreetype.")
+        || name.endsWith(".ttf") || name.endsWith(".otf") || name.endsWith(".ttc");
+}
+
 } // namespace
 
 QmlView::QmlView(const QString& source, const QVariantMap& properties, QQuickView::ResizeMode mode)
@@ -45,10 +57,13 @@ QmlView::~QmlView()
     m_view.reset();
     const bool lastWindow = m_engine.use_count() == 1;
     m_engine.reset();
-    // The allocator keeps what a scene freed for later; with no window
-    // left there is no later soon, so it goes back to the system.
-    if (lastWindow)
+    // The allocator keeps what a scene freed for later, and the libraries'
+    // pages the scene ran stay mapped; with no window left there is no later
+    // soon, so both go back to the system.
+    if (lastWindow) {
         ::malloc_trim(0);
+        platform::linux_::ResidentFilePages::release(usedByWindows);
+    }
 }
 
 void QmlView::expireWhenHiddenFor(int ms)
