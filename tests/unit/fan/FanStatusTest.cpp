@@ -144,12 +144,14 @@ TEST_F(FanStatus, HeatAlertsComeOncePerEpisodeWhileSwitchedOnAndHeard)
 
     settings.setFlag(quillon::app::Settings::Key::heatAlerts, false);
     thermal.set(Level::serious);
-    pollTemps({99});
+    for (int i = 0; i < 15; ++i)
+        poll(status(87));
+    pollTemps({99, 99, 99, 99, 99, 99, 99, 99});
     EXPECT_EQ(center.shown.size(), 4) << "alerts off";
+    thermal.set(Level::nominal);
     center.present = false;
     settings.setFlag(quillon::app::Settings::Key::heatAlerts, true);
-    thermal.set(Level::critical);
-    pollTemps({99});
+    thermal.set(Level::serious);
     EXPECT_EQ(center.shown.size(), 4) << "no notification service: silent";
 }
 
