@@ -16,6 +16,7 @@ namespace quillon::test {
 //   /drip/NAME        promises 1 MB more than NAME, then sends NAME and after
 //                     it spaces, a byte every 0.2 s: never silent, never done
 //   /huge/NAME        says its body is 200 MB, sends NAME and then stalls
+//   /silent/NAME      reads the request and never answers
 class FeedServer {
 public:
     FeedServer()
@@ -70,6 +71,8 @@ class Handler(http.server.SimpleHTTPRequestHandler):
                     self.wfile.write(bytes([byte]))
                     self.wfile.flush()
                     time.sleep(0.2)
+            elif parts[0] == 'silent':
+                time.sleep(3600)
             elif parts[0] == 'huge':
                 self.head(200 * 1000 * 1000)
                 self.wfile.write(self.body(parts[1]))

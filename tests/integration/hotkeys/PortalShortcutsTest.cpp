@@ -164,30 +164,19 @@ TEST_F(PortalShortcutsTest, APartialBindIsNoFullHold)
 // portal where it binds, otherwise nothing, and why.
 TEST_F(PortalShortcutsTest, WithoutX11OnlyThePortalCanHoldThem)
 {
-    {
+    // Without X11 the portal has longer to answer (its desktop may ask the user first).
+    const std::pair<const char*, const char*> cases[] = {{nullptr, "no GlobalShortcuts portal"},
+        {"portal-refusing", "the GlobalShortcuts portal refused the shortcuts (response 2)"},
+        {"portal-silent", "the GlobalShortcuts portal did not answer within 0.5 s"}};
+    for (const auto& [kind, problem] : cases) {
+        portal.reset();
+        if (kind)
+            startPortal(kind);
         LinuxGlobalShortcuts shortcuts(bus.connection(), 100, 500);
         shortcuts.registerShortcuts(kShortcuts);
         ASSERT_TRUE(settled(shortcuts));
         EXPECT_FALSE(shortcuts.state().held);
-        EXPECT_EQ(shortcuts.state().problem, "no GlobalShortcuts portal and not an X11 session");
-    }
-    startPortal("portal-refusing");
-    {
-        LinuxGlobalShortcuts shortcuts(bus.connection(), 100, 500);
-        shortcuts.registerShortcuts(kShortcuts);
-        ASSERT_TRUE(settled(shortcuts));
-        EXPECT_EQ(shortcuts.state().problem,
-            "the GlobalShortcuts portal refused the shortcuts (response 2) and not an X11 session");
-    }
-    // Without X11 the portal has longer to answer (its desktop may ask the user first).
-    portal.reset();
-    startPortal("portal-silent");
-    {
-        LinuxGlobalShortcuts shortcuts(bus.connection(), 100, 500);
-        shortcuts.registerShortcuts(kShortcuts);
-        ASSERT_TRUE(settled(shortcuts));
-        EXPECT_EQ(
-            shortcuts.state().problem, "the GlobalShortcuts portal did not answer within 0.5 s and not an X11 session");
+        EXPECT_EQ(shortcuts.state().problem, QString(problem) + " and not an X11 session");
     }
     portal.reset();
     startPortal("portal");

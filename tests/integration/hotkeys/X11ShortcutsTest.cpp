@@ -10,6 +10,7 @@
 
 #include "support/BusService.h"
 #include "support/ChildProcess.h"
+#include "support/LogCapture.h"
 #include "support/QStringPrinter.h"
 
 #include <QSignalSpy>
@@ -50,26 +51,6 @@ void linger()
 {
     waitUntil([] { return false; }, 300ms);
 }
-
-// Warnings and errors logged while it lives.
-class LogCapture {
-public:
-    LogCapture() { m_previous = qInstallMessageHandler(&LogCapture::handle); }
-    ~LogCapture() { qInstallMessageHandler(m_previous); }
-    static QStringList& lines()
-    {
-        static QStringList captured;
-        return captured;
-    }
-
-private:
-    static void handle(QtMsgType type, const QMessageLogContext&, const QString& message)
-    {
-        if (type != QtDebugMsg && type != QtInfoMsg)
-            lines().append(message);
-    }
-    QtMessageHandler m_previous;
-};
 
 // Another X client of the same display, with a connection of its own.
 class OtherClient {

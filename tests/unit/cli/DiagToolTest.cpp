@@ -46,25 +46,20 @@ TEST_F(DiagToolTest, ParsesItsModes)
         EXPECT_FALSE(DiagTool::parseMode(std::string(bad))) << bad;
 }
 
-TEST_F(DiagToolTest, HeaderAndFanKeysWithTheirBytes)
+TEST_F(DiagToolTest, DumpShowsTheFanKeysAndListsEveryKeyByIndexAndStops)
 {
     ASSERT_EQ(run(Mode::dumpKeys, true), ExitStatus::ok);
-    EXPECT_EQ(output().rfind("=== Boilerhouse SMC Diagnostics ===\nrunning as root: true\n"
-                             "FNum (fan count) = 2  ok=true\n\n--- Fan 0 ---\n",
+    const std::uint32_t count = rig.smc.keyCount();
+    const std::string text = output();
+    EXPECT_EQ(text.rfind("=== Boilerhouse SMC Diagnostics ===\nrunning as root: true\n"
+                         "FNum (fan count) = 2  ok=true\n\n--- Fan 0 ---\n",
                   0),
         0u)
-        << output();
-    EXPECT_TRUE(printed("  F0Ac: size=4 type=flt  attrs=0x80  bytes=[00 00 96 44]  flt=1200.0\n")) << output();
+        << text;
+    EXPECT_TRUE(printed("  F0Ac: size=4 type=flt  attrs=0x80  bytes=[00 00 96 44]  flt=1200.0\n")) << text;
     EXPECT_TRUE(printed("  F0Md: size=1 type=ui8  attrs=0xc0  bytes=[00]  ui8=0\n"));
     EXPECT_TRUE(printed("  F1Sf: size=2 type=fpe2 attrs=0x80  bytes=[14 50]  fpe2≈1300 rpm\n"));
     EXPECT_TRUE(printed("\n--- Fan 1 ---\n"));
-}
-
-TEST_F(DiagToolTest, DumpListsEveryKeyByIndexAndStops)
-{
-    ASSERT_EQ(run(Mode::dumpKeys), ExitStatus::ok);
-    const std::uint32_t count = rig.smc.keyCount();
-    const std::string text = output();
     const std::regex line(R"(  \[ *(\d+)\] (.{4})  (.{4})  bytes=\[([0-9a-f ]*)\]\n)");
     std::uint32_t expectedIndex = 0;
     for (auto it = std::sregex_iterator(text.begin(), text.end(), line); it != std::sregex_iterator(); ++it)
@@ -76,7 +71,7 @@ TEST_F(DiagToolTest, DumpListsEveryKeyByIndexAndStops)
     EXPECT_EQ(pacer.sleeps, 0);
 }
 
-TEST_F(DiagToolTest, ForcedWriteSpinsTheFanUpAndRestoresModeAndTarget)
+TEST_F(DiagToolTest, ForcedWriteSpinsTheFanUpAndRestoresModeAndTargetAlsoWhenInterrupted)
 {
     const float targetBefore = rig.smc.readFlt("F0Tg");
     ASSERT_EQ(run(Mode::standard), ExitStatus::ok);
@@ -89,6 +84,13 @@ TEST_F(DiagToolTest, ForcedWriteSpinsTheFanUpAndRestoresModeAndTarget)
     EXPECT_TRUE(printed("  Restored F0Md=0, F0Tg=1200\n"));
     EXPECT_TRUE(output().ends_with("\n=== Done ===\n"));
     EXPECT_FALSE(printed("Re-run with"));
+    expectFan0Restored(0, targetBefore);
+
+    // Interrupted while the fan spins up: restored all the same.
+    out.str("");
+    pacer.interruptAfterSleeps = pacer.sleeps + 1;
+    ASSERT_EQ(run(Mode::standard), ExitStatus::ok);
+    EXPECT_TRUE(printed("Interrupted: restoring now"));
     expectFan0Restored(0, targetBefore);
 }
 
@@ -104,15 +106,7 @@ TEST_F(DiagToolTest, RefusedWritesAskForRootOnlyWhenNotRoot)
     EXPECT_FALSE(printed("Re-run with")) << output();
 }
 
-TEST_F(DiagToolTest, InterruptedForcedWriteStillRestores)
-{
-    pacer.interruptAfterSleeps = 1;
-    ASSERT_EQ(run(Mode::standard), ExitStatus::ok);
-    EXPECT_TRUE(printed("Interrupted: restoring now"));
-    expectFan0Restored(0, 1200.0f);
-}
-
-TEST_F(DiagToolTest, LoopDrivesBothFansForFifteenSecondsThenRestores)
+TEST_F(DiagToolTest, LoopDrivesBothFansForFifteenSecondsThenRestoresAlsoWhenInterrupted)
 {
     rig.smc.writeU8("F1Md", 0);
     ASSERT_EQ(run(Mode::loop), ExitStatus::ok);
@@ -123,13 +117,11 @@ TEST_F(DiagToolTest, LoopDrivesBothFansForFifteenSecondsThenRestores)
     EXPECT_EQ(rig.smc.readU8("F0Md"), 0);
     EXPECT_EQ(rig.smc.readU8("F1Md"), 0);
     EXPECT_FALSE(printed("=== Done ==="));
-}
 
-TEST_F(DiagToolTest, InterruptedLoopRestoresAtOnce)
-{
-    pacer.interruptAfterSleeps = 3;
+    // Interrupted after three more steps: restored at once.
+    pacer.interruptAfterSleeps = 78;
     ASSERT_EQ(run(Mode::loop), ExitStatus::ok);
-    EXPECT_EQ(pacer.sleeps, 3);
+    EXPECT_EQ(pacer.sleeps, 78);
     EXPECT_TRUE(printed("Interrupted: restoring now"));
     EXPECT_EQ(rig.smc.readU8("F0Md"), 0);
     EXPECT_EQ(rig.smc.readU8("F1Md"), 0);
@@ -146,11 +138,10 @@ TEST_F(DiagToolTest, ProbeReadsBackModeAndTargetAndRestores)
     EXPECT_TRUE(printed("\n=== Final state ===\nF0Md=1 F0Tg=4500 F0Ac="));
     EXPECT_TRUE(printed("\nRestoring originals\n"));
     expectFan0Restored(0, 1200.0f);
-}
 
-TEST_F(DiagToolTest, ModeThatDoesNotStickShowsInTheProbe)
-{
+    // A mode that does not stick shows.
     rig.smc.writeU8("QFLT", SimulatedMac::modeReadsBackManual);
+    out.str("");
     ASSERT_EQ(run(Mode::probe), ExitStatus::ok);
     EXPECT_TRUE(printed("  write F0Md=0: rc=0  read back 1 ok=true\n")) << output();
 }

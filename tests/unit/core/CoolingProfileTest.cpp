@@ -15,8 +15,8 @@ struct FloorRow {
     double percent;
 };
 
-// Worked values, breakpoints from both neighbouring segments, and the flat
-// ends of each curve.
+// Worked values, breakpoints reached from both neighbouring segments, the
+// flat ends of each curve, and no reading.
 TEST(CoolingProfile, FloorsAcrossEachCurve)
 {
     const FloorRow rows[] = {
@@ -42,18 +42,9 @@ TEST(CoolingProfile, FloorsAcrossEachCurve)
     for (const FloorRow& row : rows)
         EXPECT_DOUBLE_EQ(CoolingProfile::floorPercent(row.kind, row.tempC), row.percent)
             << CoolingProfile::rawValue(row.kind) << " at " << row.tempC << " °C";
-}
-
-TEST(CoolingProfile, BreakpointIsReachedFromBothSides)
-{
-    const double below = CoolingProfile::floorPercent(Kind::balanced, 62.0 - 1e-9);
-    const double above = CoolingProfile::floorPercent(Kind::balanced, 62.0 + 1e-9);
-    EXPECT_NEAR(below, 25.0, 1e-6);
-    EXPECT_NEAR(above, 25.0, 1e-6);
-}
-
-TEST(CoolingProfile, UnreadableTemperatureAsksForFullFloor)
-{
+    EXPECT_NEAR(CoolingProfile::floorPercent(Kind::balanced, 62.0 - 1e-9), 25.0, 1e-6);
+    EXPECT_NEAR(CoolingProfile::floorPercent(Kind::balanced, 62.0 + 1e-9), 25.0, 1e-6);
+    // An unreadable temperature asks for the full floor.
     for (const Kind kind : CoolingProfile::allCases)
         EXPECT_EQ(CoolingProfile::floorPercent(kind, std::numeric_limits<double>::quiet_NaN()), 100.0)
             << CoolingProfile::rawValue(kind);

@@ -54,20 +54,22 @@ TEST_F(FanCooling, AutoSendsOnEngageThenOnlyOnTwoPointChanges)
     EXPECT_EQ(settings.coolingProfile(), "max");
 }
 
-TEST_F(FanCooling, GpuCountsWhenItIsTheHotterOne)
+// The hotter of CPU and GPU counts, and max holds a floor even when cold.
+TEST_F(FanCooling, TheFirstFloorFollowsTheHotterReadingAndTheProfile)
 {
-    autoOn(Kind::balanced);
-    poll(status(40, 75));
-    ASSERT_EQ(link.floors.size(), 1);
-    EXPECT_NEAR(link.floors[0], 65.0, 0.001);
-}
-
-TEST_F(FanCooling, MaxEngagesWhenCold)
-{
-    autoOn(Kind::max);
-    poll(status(25));
-    ASSERT_EQ(link.floors.size(), 1);
-    EXPECT_EQ(link.floors[0], 35.0);
+    const struct {
+        Kind profile;
+        double cpu, gpu, floor;
+    } cases[] = {{Kind::balanced, 40, 75, 65.0}, {Kind::max, 25, qQNaN(), 35.0}};
+    for (const auto& c : cases) {
+        link.boosted = false;
+        link.clear();
+        create();
+        autoOn(c.profile);
+        poll(status(c.cpu, c.gpu));
+        ASSERT_EQ(link.floors.size(), 1) << c.cpu;
+        EXPECT_NEAR(link.floors[0], c.floor, 0.001) << c.cpu;
+    }
 }
 
 TEST_F(FanCooling, AutoLetsGoOnlyOnTheSixthQuietEvaluation)
@@ -150,35 +152,29 @@ TEST_F(FanCooling, ManualBoostRunsForItsDurationThenTurnsOff)
     EXPECT_EQ(center.shown[0].body, "The boost timer ended — fans are back on automatic.");
 }
 
-TEST_F(FanCooling, BoostNeverRunsLongerThanAnHour)
+// At most an hour whatever is asked; re-sent without a duration, the running
+// expiry stays; a zero floor switches the fans off and NaN is ignored.
+TEST_F(FanCooling, BoostNeverRunsLongerThanAnHourAndAZeroFloorEndsIt)
 {
     manualOn();
+    clock.advance(100);
+    EXPECT_TRUE(fc->applyBoost(std::nullopt, false));
+    EXPECT_EQ(secondsUntilExpiry(), 500.0);
     fc->setBoostDuration(7200);
     fc->setManualFloor(60);
     EXPECT_EQ(link.floors.last(), 60.0);
     EXPECT_EQ(secondsUntilExpiry(), 3600.0);
     EXPECT_TRUE(fc->applyBoost(5400, false));
     EXPECT_EQ(secondsUntilExpiry(), 3600.0);
-}
 
-TEST_F(FanCooling, ResendingWithoutDurationKeepsTheRunningExpiry)
-{
-    manualOn();
-    clock.advance(100);
-    EXPECT_TRUE(fc->applyBoost(std::nullopt, false));
-    EXPECT_EQ(secondsUntilExpiry(), 500.0);
-}
-
-TEST_F(FanCooling, ZeroManualFloorSwitchesTheFansOff)
-{
-    manualOn();
+    const auto sent = link.floors.size();
+    fc->setManualFloor(qQNaN()); // ignored, not sent
+    EXPECT_EQ(link.floors.size(), sent);
     fc->setManualFloor(0);
     link.deliver();
     EXPECT_FALSE(fc->fansEnabled());
     EXPECT_FALSE(fc->isBoosted());
     EXPECT_EQ(link.count("stopBoost"), 1);
-    fc->setManualFloor(qQNaN()); // ignored, not sent
-    EXPECT_EQ(link.floors.size(), 1);
 }
 
 TEST_F(FanCooling, SwitchingModesHandsOverCleanly)
@@ -242,39 +238,36 @@ TEST_F(FanCooling, AFloorTheHelperDroppedIsSentAgainOnce)
 
 TEST_F(FanCooling, SpinUpIndicatorEndsAtEightyFivePercentOrAfterTwentySeconds)
 {
+    // The status with one fan turning at `rpm` towards its 5700 maximum.
+    const auto turning = [](int rpm) {
+        QVariantMap s = status(50);
+        s.insert("fans", QVariantList{QVariantMap{
+                             {"index", 0}, {"currentRPM", rpm}, {"minRPM", 1200}, {"maxRPM", 5700}, {"targetRPM", 5700}}});
+        return s;
+    };
     manualOn();
     EXPECT_TRUE(fc->spinningUp());
     EXPECT_EQ(fc->spinUpRemaining(), 5);
-    QVariantMap s = status(50);
-    s.insert("fans",
-        QVariantList{
-            QVariantMap{{"index", 0}, {"currentRPM", 2000}, {"minRPM", 1200}, {"maxRPM", 5700}, {"targetRPM", 5700}}});
-    poll(s);
+    poll(turning(2000));
     EXPECT_TRUE(fc->spinningUp());
     EXPECT_EQ(fc->spinUpRemaining(), 4);
     for (int i = 0; i < 8; ++i)
-        poll(s);
+        poll(turning(2000));
     EXPECT_EQ(fc->spinUpRemaining(), 0);
-    s["fans"] = QVariantList{
-        QVariantMap{{"index", 0}, {"currentRPM", 4844}, {"minRPM", 1200}, {"maxRPM", 5700}, {"targetRPM", 5700}}};
-    poll(s);
+    poll(turning(4844));
     EXPECT_TRUE(fc->spinningUp());
-    s["fans"] = QVariantList{
-        QVariantMap{{"index", 0}, {"currentRPM", 4845}, {"minRPM", 1200}, {"maxRPM", 5700}, {"targetRPM", 5700}}};
-    poll(s);
+    poll(turning(4845));
     EXPECT_FALSE(fc->spinningUp()); // 85 % of 5700
 
     fc->setFansEnabled(false);
     link.deliver();
-    s["fans"] = QVariantList{
-        QVariantMap{{"index", 0}, {"currentRPM", 1300}, {"minRPM", 1200}, {"maxRPM", 5700}, {"targetRPM", 5700}}};
-    link.status = s;
+    link.status = turning(1300);
     fc->setFansEnabled(true);
     link.deliver();
     for (int i = 0; i < 20; ++i)
-        poll(s);
+        poll(turning(1300));
     EXPECT_TRUE(fc->spinningUp());
-    poll(s);
+    poll(turning(1300));
     EXPECT_FALSE(fc->spinningUp());
 }
 
@@ -309,7 +302,9 @@ TEST_F(FanCooling, TriggerReplacesTheUsersProfileAndLiftsAManualFloor)
     EXPECT_EQ(link.floors, QList<double>{40.0}); // max(40, 35 at 30 °C)
 }
 
-TEST_F(FanCooling, TriggerWithdrawalWithFansOffReleases)
+// A request withdrawn hands back to what the user had: nothing with the fans
+// off, the user's floor (on a fresh timer) in manual, the profile in auto.
+TEST_F(FanCooling, TriggerWithdrawalHandsBackToWhatTheUserHad)
 {
     poll(status(60));
     fc->requestCooling(Kind::balanced, "lid");
@@ -320,11 +315,7 @@ TEST_F(FanCooling, TriggerWithdrawalWithFansOffReleases)
     EXPECT_FALSE(fc->autoEngaged());
     EXPECT_FALSE(fc->isBoosted());
     EXPECT_EQ(link.count("stopBoost"), 1);
-}
 
-TEST_F(FanCooling, TriggerWithdrawalInManualModeRestoresTheUsersFloor)
-{
-    poll(status(60));
     manualOn();
     fc->setManualFloor(30);
     fc->requestCooling(Kind::max, "apps");
@@ -334,10 +325,8 @@ TEST_F(FanCooling, TriggerWithdrawalInManualModeRestoresTheUsersFloor)
     EXPECT_EQ(link.floors, QList<double>{30.0});
     EXPECT_EQ(secondsUntilExpiry(), 600.0); // a fresh boost timer
     EXPECT_FALSE(fc->autoEngaged());
-}
 
-TEST_F(FanCooling, TriggerWithdrawalInAutoModeFallsBackToTheProfile)
-{
+    fc->setCoolingMode(CoolingMode::automatic);
     autoOn(Kind::silent);
     poll(status(30));
     fc->requestCooling(Kind::max, "render");

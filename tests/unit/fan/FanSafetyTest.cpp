@@ -121,10 +121,6 @@ TEST_F(FanSafety, AnUnverifiedHandBackIsShownAndNotifiedOncePerEpisode)
     EXPECT_EQ(center.titles().size(), 2);
 }
 
-} // namespace
-
-namespace {
-
 TEST_F(FanSafety, AComputerWithoutControllableFansSaysWhyInsteadOfOfferingThem)
 {
     QVariantMap s = status(50);

@@ -119,7 +119,7 @@ TEST_F(FanStatus, SelfHealActsOnTheFifthMismatchingPollOnlyAndOnlyOnWhatTheAppDo
     EXPECT_EQ(link.count("stopBoost"), 2);
 }
 
-TEST_F(FanStatus, HeatAlertsComeOncePerEpisode)
+TEST_F(FanStatus, HeatAlertsComeOncePerEpisodeWhileSwitchedOnAndHeard)
 {
     thermal.set(Level::serious);
     thermal.set(Level::critical);
@@ -144,18 +144,15 @@ TEST_F(FanStatus, HeatAlertsComeOncePerEpisode)
 
     settings.setFlag(quillon::app::Settings::Key::heatAlerts, false);
     thermal.set(Level::serious);
+    for (int i = 0; i < 15; ++i)
+        poll(status(87));
+    pollTemps({99, 99, 99, 99, 99, 99, 99, 99});
     EXPECT_EQ(center.shown.size(), 4) << "alerts off";
-}
-
-TEST_F(FanStatus, HeatAlertsFollowTheSettingAndItsDefault)
-{
-    settings.setFlag(quillon::app::Settings::Key::heatAlerts, false);
-    pollTemps({99});
-    EXPECT_TRUE(center.shown.isEmpty());
+    thermal.set(Level::nominal);
     center.present = false;
     settings.setFlag(quillon::app::Settings::Key::heatAlerts, true);
-    pollTemps({99});
-    EXPECT_TRUE(center.shown.isEmpty()); // no notification service: silent
+    thermal.set(Level::serious);
+    EXPECT_EQ(center.shown.size(), 4) << "no notification service: silent";
 }
 
 TEST_F(FanStatus, LinkEventsBecomeStatusMessagesAndPollsNeverOpenAConnection)
@@ -180,13 +177,21 @@ TEST_F(FanStatus, LinkEventsBecomeStatusMessagesAndPollsNeverOpenAConnection)
 
 class FanInstall : public FanControllerTest { };
 
-TEST_F(FanInstall, ResultsMapToTheirMessages)
+TEST_F(FanInstall, NothingIsSentWithoutAHelperAndResultsMapToTheirMessages)
 {
     link.available = false;
     InstallResult next = InstallResult::cancelled();
     create([&next](auto done) { done(next); });
     EXPECT_FALSE(fc->helperInstalled());
     EXPECT_FALSE(link.isOpen());
+    // Without a helper nothing is sent.
+    fc->setFansEnabled(true);
+    fc->requestCooling(Kind::max, "render");
+    poll(status(90));
+    EXPECT_FALSE(fc->fansEnabled());
+    EXPECT_TRUE(link.requests.isEmpty());
+    EXPECT_FALSE(fc->applyBoost(600, false));
+    fc->requestCooling(std::nullopt, "render");
 
     fc->installHelper();
     EXPECT_EQ(fc->statusMessage(), "Installation abgebrochen");
@@ -220,18 +225,6 @@ TEST_F(FanInstall, NeedsUpdateIsByteIdentity)
     link.available = false;
     create({}, bundled, dir.path() + "/older");
     EXPECT_FALSE(fc->helperNeedsUpdate()); // only asked of an installed helper
-}
-
-TEST_F(FanInstall, WithoutAHelperNothingIsSent)
-{
-    link.available = false;
-    create();
-    fc->setFansEnabled(true);
-    fc->requestCooling(Kind::max, "render");
-    poll(status(90));
-    EXPECT_FALSE(fc->fansEnabled());
-    EXPECT_TRUE(link.requests.isEmpty());
-    EXPECT_FALSE(fc->applyBoost(600, false));
 }
 
 TEST_F(FanInstall, RefusedFloorSaysSoInTheInterfaceLanguage)

@@ -153,13 +153,16 @@ TEST(SmcConnectionOpen, OpensOnceAndLazilyButRetriesAFailedOpen)
     EXPECT_EQ(failing.transport->opens, 2);
 }
 
-TEST(SmcCall, ReadAsksForKeyInfoThenReadsWithTheLearnedSizeAndType)
+// A read learns the key's size and type first and reads with them; a write
+// sends the SMC's own size (not the caller's single byte) and the caller's bytes.
+TEST(SmcCall, EachCallAsksForKeyInfoThenReadsOrWritesWithTheLearnedSize)
 {
     Fixture f(pretendSmc("F0Ac", {4, SmcType::flt, {0x00, 0x00, 0x96, 0x44}}));
     bool ok = false;
     EXPECT_EQ(f.smc->readFlt("F0Ac", &ok), 1200.0f);
     EXPECT_TRUE(ok);
-    ASSERT_EQ(f.transport->requests.size(), 2u);
+    EXPECT_EQ(f.smc->writeU8("F0Ac", 0x7F), SmcStatus::kSuccess);
+    ASSERT_EQ(f.transport->requests.size(), 4u);
     const SmcParamRecord& info = f.transport->requests[0];
     EXPECT_EQ(info.key, FourCC::pack("F0Ac"));
     EXPECT_EQ(info.data8, 9);
@@ -167,16 +170,9 @@ TEST(SmcCall, ReadAsksForKeyInfoThenReadsWithTheLearnedSizeAndType)
     EXPECT_EQ(read.data8, 5);
     EXPECT_EQ(read.keyInfo.dataSize, 4u);
     EXPECT_EQ(read.keyInfo.dataType, SmcType::flt);
-}
-
-TEST(SmcCall, WriteSendsTheSmcsOwnSizeAndTheCallersBytes)
-{
-    Fixture f(pretendSmc("F0Tg", {4, SmcType::flt, {}}));
-    EXPECT_EQ(f.smc->writeU8("F0Tg", 0x7F), SmcStatus::kSuccess);
-    ASSERT_EQ(f.transport->requests.size(), 2u);
-    const SmcParamRecord& write = f.transport->requests[1];
+    const SmcParamRecord& write = f.transport->requests[3];
     EXPECT_EQ(write.data8, 6);
-    EXPECT_EQ(write.keyInfo.dataSize, 4u); // not the caller's single byte
+    EXPECT_EQ(write.keyInfo.dataSize, 4u);
     EXPECT_EQ(write.keyInfo.dataType, 0u);
     EXPECT_EQ(write.bytes[0], 0x7F);
     EXPECT_EQ(write.bytes[1], 0);
@@ -262,12 +258,19 @@ TEST(SmcCall, AValueResultByteIsTheStatusAndAShortFloatIsNoRead)
     EXPECT_FALSE(ok);
 }
 
-TEST(SmcCall, ReadsAreTruncatedToCapacityAndTo32Bytes)
+// Reads are cut to the caller's capacity and to 32 bytes; a write of more
+// than 32 bytes, or without its bytes, is refused before anything is sent.
+TEST(SmcCall, ReadsAndWritesStayWithinThirtyTwoBytes)
 {
     std::vector<std::uint8_t> forty(40);
     for (std::size_t i = 0; i < forty.size(); ++i)
         forty[i] = static_cast<std::uint8_t>(i + 1);
     Fixture f(pretendSmc("RBIG", {40, FourCC::pack("ch8*"), forty}));
+    const std::uint8_t bytes[33] = {};
+    EXPECT_EQ(
+        f.smc->call(FourCC::pack("RBIG"), 6, bytes, sizeof bytes, nullptr, nullptr), SmcStatus::kIOReturnBadArgument);
+    EXPECT_EQ(f.smc->call(FourCC::pack("RBIG"), 6, nullptr, 4, nullptr, nullptr), SmcStatus::kIOReturnBadArgument);
+    EXPECT_TRUE(f.transport->requests.empty());
 
     std::uint8_t buffer[64];
     std::memset(buffer, 0xEE, sizeof buffer);
@@ -276,22 +279,10 @@ TEST(SmcCall, ReadsAreTruncatedToCapacityAndTo32Bytes)
     EXPECT_EQ(length, 32u);
     EXPECT_EQ(buffer[31], 32);
     EXPECT_EQ(buffer[32], 0xEE); // nothing written past 32 bytes
-
     EXPECT_EQ(f.smc->readRaw("RBIG", buffer, 3, &length), SmcStatus::kSuccess);
     EXPECT_EQ(length, 3u);
-
     // A u8 read takes the first byte without checking the length.
     EXPECT_EQ(f.smc->readU8("RBIG"), 1);
-}
-
-TEST(SmcCall, OversizedWriteIsRefusedBeforeAnythingIsSent)
-{
-    Fixture f(pretendSmc("F0Ac", {4, SmcType::flt, {}}));
-    const std::uint8_t bytes[33] = {};
-    EXPECT_EQ(
-        f.smc->call(FourCC::pack("F0Ac"), 6, bytes, sizeof bytes, nullptr, nullptr), SmcStatus::kIOReturnBadArgument);
-    EXPECT_EQ(f.smc->call(FourCC::pack("F0Ac"), 6, nullptr, 4, nullptr, nullptr), SmcStatus::kIOReturnBadArgument);
-    EXPECT_TRUE(f.transport->requests.empty());
 }
 
 TEST(SmcKeyDiscovery, KeyCountAndKeyAtIndex)

@@ -5,6 +5,7 @@
 
 #include "support/EventLoop.h"
 #include "support/Files.h"
+#include "support/LogCapture.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -16,6 +17,7 @@
 namespace {
 
 using quillon::app::Settings;
+using quillon::test::LogCapture;
 using quillon::test::readFile;
 using quillon::test::writeFile;
 using quillon::ui::LaunchRecord;
@@ -31,26 +33,6 @@ TEST(LaunchRecord, OnlyANewBuildOpensThePanel)
     EXPECT_TRUE(LaunchRecord::recordLaunch(settings, "0.2.0"));
     EXPECT_EQ(settings.text(Settings::Key::lastLaunchedBuild), "0.2.0");
 }
-
-// The warnings logged while it lives.
-class LogCapture {
-public:
-    LogCapture() { m_previous = qInstallMessageHandler(&LogCapture::handle); }
-    ~LogCapture() { qInstallMessageHandler(m_previous); }
-    static QStringList& lines()
-    {
-        static QStringList captured;
-        return captured;
-    }
-
-private:
-    static void handle(QtMsgType type, const QMessageLogContext&, const QString& message)
-    {
-        if (type == QtWarningMsg)
-            lines().append(message);
-    }
-    QtMessageHandler m_previous;
-};
 
 class LoginItemTest : public ::testing::Test {
 protected:
