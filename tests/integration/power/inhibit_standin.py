@@ -16,8 +16,8 @@ private bus. One service per process, chosen by the first argument:
                  GetAppId, GetReason and GetFlags
   hung           KDE's PolicyAgent name, whose AddInhibition never answers,
                  as a service that hangs
-  hung-logind    logind's name, whose ListInhibitors never answers (to be
-                 started on the system bus)
+  hung-logind    logind's name, whose ListInhibitors and property reads
+                 never answer (to be started on the system bus)
   hung-xfconf    Xfce's settings service, whose property calls never answer
 
 org.quillon.Test.Inhibitions() at /org/quillon/Test lists the inhibitions in
@@ -148,6 +148,11 @@ class HungLogind(dbus.service.Object):
                          async_callbacks=('reply', 'error'))
     def ListInhibitors(self, reply, error):
         pass  # never answers
+
+    @dbus.service.method('org.freedesktop.DBus.Properties', in_signature='ss', out_signature='v',
+                         async_callbacks=('reply', 'error'))
+    def Get(self, interface, prop, reply, error):
+        pass
 
 
 class HungXfconf(dbus.service.Object):
