@@ -19,6 +19,8 @@ private bus. One service per process, chosen by the first argument:
   hung-logind    logind's name, whose ListInhibitors and property reads
                  never answer (to be started on the system bus)
   hung-xfconf    Xfce's settings service, whose property calls never answer
+  hung-quillon   the app's own name, whose ShowPanel never answers (a hung
+                 first instance)
 
 org.quillon.Test.Inhibitions() at /org/quillon/Test lists the inhibitions in
 force as (flags, reason); the screen saver's are idle inhibitions (flags 8).
@@ -169,6 +171,12 @@ class HungXfconf(dbus.service.Object):
         pass
 
 
+class HungQuillon(dbus.service.Object):
+    @dbus.service.method('org.quillon.Quillon', async_callbacks=('reply', 'error'))
+    def ShowPanel(self, reply, error):
+        pass  # never answers
+
+
 class RefusingPortal(Portal):
     answer = 2
 
@@ -187,6 +195,7 @@ SERVICES = {
              HungPolicyAgent),
     'hung-logind': ('org.freedesktop.login1', '/org/freedesktop/login1', HungLogind),
     'hung-xfconf': ('org.xfce.Xfconf', '/org/xfce/Xfconf', HungXfconf),
+    'hung-quillon': ('org.quillon.Quillon', '/org/quillon/Quillon', HungQuillon),
 }
 
 if __name__ == '__main__':
