@@ -2,6 +2,7 @@
 
 #include <QList>
 #include <QString>
+#include <functional>
 
 namespace quillon::platform {
 
@@ -14,13 +15,17 @@ struct MountedVolume {
 };
 
 // The mounted external volumes: user-visible (not a system or hidden
-// device), never the root file system. Blocks for a short, bounded time (a
-// D-Bus round trip or a read of the mount table); an unreachable service
-// gives what the fallback finds, never an error.
+// device), never the root file system. Asking never waits for the system:
+// answer is called once, on the asking thread, when the list is known (it may
+// be before askExternalVolumes returns); an unreachable or hung service gives
+// what the fallback finds after a bounded time, never an error. Answers still
+// due when the source is destroyed are dropped.
 class VolumeSource {
 public:
+    using Answer = std::function<void(const QList<MountedVolume>&)>;
+
     virtual ~VolumeSource() = default;
-    virtual QList<MountedVolume> externalVolumes() = 0;
+    virtual void askExternalVolumes(Answer answer) = 0;
 };
 
 } // namespace quillon::platform

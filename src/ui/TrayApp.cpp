@@ -15,7 +15,6 @@
 
 #include <QApplication>
 #include <QDBusConnection>
-#include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QIcon>
 #include <QQuickStyle>
@@ -72,15 +71,41 @@ bool graphicalSession(int argc, char** argv)
 }
 
 // Another instance already runs: show its panel instead of a second icon.
-bool handOverToRunningInstance()
+// What became of asking a running instance to show its panel.
+enum class HandOver {
+    none,       // no other instance: this one starts
+    shown,      // the other instance shows its panel: this one ends
+    unanswered, // another instance holds the name but did not answer in time
+};
+
+// Asks before the event loop runs, so each call is bounded: a healthy
+// instance answers in milliseconds; a hung one must not keep the user's
+// click from showing anything for D-Bus's default 25 s.
+HandOver handOverToRunningInstance()
 {
+    constexpr int kTimeoutMs = 2000;
     QDBusConnection bus = QDBusConnection::sessionBus();
     const QString service = QString::fromLatin1(ScriptingService::kService);
-    if (!bus.isConnected() || !bus.interface()->isServiceRegistered(service).value())
-        return false;
-    bus.call(QDBusMessage::createMethodCall(
-        service, QString::fromLatin1(ScriptingService::kObjectPath), service, QStringLiteral("ShowPanel")));
-    return true;
+    if (!bus.isConnected())
+        return HandOver::none;
+    const QDBusMessage owned = bus.call(
+        QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
+            QStringLiteral("org.freedesktop.DBus"), QStringLiteral("NameHasOwner"))
+            << service,
+        QDBus::Block, kTimeoutMs);
+    // A bus that cannot say leaves this instance to start; taking the name then tells.
+    if (owned.type() != QDBusMessage::ReplyMessage || !owned.arguments().value(0).toBool())
+        return HandOver::none;
+    const QDBusMessage show = QDBusMessage::createMethodCall(
+        service, QString::fromLatin1(ScriptingService::kObjectPath), service, QStringLiteral("ShowPanel"));
+    const QDBusMessage shown = bus.call(show, QDBus::Block, kTimeoutMs);
+    if (shown.type() == QDBusMessage::ReplyMessage)
+        return HandOver::shown;
+    // It quit in between: the name is free for this one.
+    if (shown.errorName() == QLatin1String("org.freedesktop.DBus.Error.ServiceUnknown")
+        || shown.errorName() == QLatin1String("org.freedesktop.DBus.Error.NameHasNoOwner"))
+        return HandOver::none;
+    return HandOver::unanswered;
 }
 
 // Starts the demo's processes and points the app at them; false, with the
@@ -169,12 +194,23 @@ int TrayApp::run(int argc, char** argv)
     }
 
     Relaunch::waitForPredecessor();
-    if (handOverToRunningInstance()) {
+    // A second instance beside a hung one would fight it over the fans and
+    // the lid, and could not take its bus name: it ends with the reason.
+    switch (handOverToRunningInstance()) {
+    case HandOver::none:
+        break;
+    case HandOver::shown:
         if (demo) {
             std::fprintf(stderr, "%s: Quillon is already running; quit it before starting the demo.\n", argv[0]);
             return kExitFailed;
         }
         return 0;
+    case HandOver::unanswered:
+        std::fprintf(stderr,
+            "%s: Quillon is already running but does not answer; end that process (or log out) and start it "
+            "again.\n",
+            argv[0]);
+        return kExitFailed;
     }
 
     AppDelegate::Options options;

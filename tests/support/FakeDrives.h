@@ -9,15 +9,35 @@
 #include <algorithm>
 #include <condition_variable>
 #include <mutex>
+#include <utility>
 #include <vector>
 
 namespace quillon::test {
 
-// Volumes as the test lists them.
+// Volumes as the test lists them, answered at once, or, while held, when
+// answerHeld() is called (a slow system).
 class FakeVolumeSource : public platform::VolumeSource {
 public:
-    QList<platform::MountedVolume> externalVolumes() override { return volumes; }
+    void askExternalVolumes(Answer answer) override
+    {
+        ++asked;
+        if (held)
+            m_waiting.push_back(std::move(answer));
+        else
+            answer(volumes);
+    }
+    void answerHeld()
+    {
+        for (const Answer& answer : std::exchange(m_waiting, {}))
+            answer(volumes);
+    }
+
     QList<platform::MountedVolume> volumes;
+    bool held = false;
+    int asked = 0;
+
+private:
+    std::vector<Answer> m_waiting;
 };
 
 // Records every touch with the thread it ran on and answers with the outcome

@@ -7,6 +7,7 @@
 #include <QCollator>
 #include <QFileInfo>
 #include <QMutex>
+#include <QPointer>
 #include <algorithm>
 #include <chrono>
 #include <climits>
@@ -95,12 +96,22 @@ void DriveManager::storeDrives()
     reschedule();
 }
 
-QList<DriveItem> DriveManager::availableDrives() const
+void DriveManager::refreshAvailableDrives()
 {
+    if (!m_volumes || m_listing)
+        return;
+    m_listing = true;
+    m_volumes->askExternalVolumes([self = QPointer(this)](const QList<platform::MountedVolume>& volumes) {
+        if (self)
+            self->volumesListed(volumes);
+    });
+}
+
+void DriveManager::volumesListed(const QList<platform::MountedVolume>& volumes)
+{
+    m_listing = false;
     QList<DriveItem> items;
-    if (!m_volumes)
-        return items;
-    for (const auto& volume : m_volumes->externalVolumes()) {
+    for (const auto& volume : volumes) {
         if (volume.mountPath.isEmpty() || volume.mountPath == QLatin1String("/"))
             continue;
         const QString name = volume.name.isEmpty() ? QFileInfo(volume.mountPath).fileName() : volume.name;
@@ -110,7 +121,8 @@ QList<DriveItem> DriveManager::availableDrives() const
     collator.setCaseSensitivity(Qt::CaseInsensitive);
     std::stable_sort(items.begin(), items.end(),
         [&](const DriveItem& a, const DriveItem& b) { return collator.compare(a.name, b.name) < 0; });
-    return items;
+    m_available = items;
+    emit availableDrivesChanged();
 }
 
 void DriveManager::reschedule()

@@ -2,6 +2,7 @@
 
 #include "DriveItem.h"
 #include "platform/DriveToucher.h"
+#include "platform/VolumeSource.h"
 
 #include <QDateTime>
 #include <QHash>
@@ -12,7 +13,6 @@
 
 namespace quillon::platform {
 class Clock;
-class VolumeSource;
 } // namespace quillon::platform
 
 namespace quillon::app {
@@ -43,6 +43,7 @@ class DriveManager : public QObject {
     Q_PROPERTY(int intervalSeconds READ intervalSeconds WRITE setIntervalSeconds NOTIFY intervalSecondsChanged)
     Q_PROPERTY(bool active READ active NOTIFY activeChanged)
     Q_PROPERTY(QDateTime nextPokeAt READ nextPokeAt NOTIFY nextPokeAtChanged)
+    Q_PROPERTY(QList<quillon::app::DriveItem> availableDrives READ availableDrives NOTIFY availableDrivesChanged)
 
 public:
     // A drive spins up in a few seconds; one that has not answered after
@@ -51,7 +52,7 @@ public:
 
     // settings and clock are required and must outlive the manager; the
     // toucher is required and shared, so that touches still under way keep
-    // it alive. Without volumes, availableDrives() offers nothing.
+    // it alive. Without volumes, availableDrives() stays empty.
     struct Parts {
         Settings* settings = nullptr;
         const platform::Clock* clock = nullptr;
@@ -80,8 +81,12 @@ public:
     Q_INVOKABLE void remove(const quillon::app::DriveItem& item);
     // The mounted external volumes the user may choose from, never "/",
     // named by label (or the mount directory's name), sorted by name as the
-    // user's language sorts, ignoring case. Blocks briefly (see VolumeSource).
-    Q_INVOKABLE QList<quillon::app::DriveItem> availableDrives() const;
+    // user's language sorts, ignoring case: as last listed, empty until then.
+    const QList<DriveItem>& availableDrives() const { return m_available; }
+    // Lists the volumes again without waiting; availableDrivesChanged() tells
+    // when the new list is in. Asking while a listing is under way only waits
+    // for that one.
+    Q_INVOKABLE void refreshAvailableDrives();
 
     // Touches every chosen drive once, off the main thread. A drive whose
     // previous touch has not come back yet is left out this time.
@@ -96,6 +101,7 @@ signals:
     void intervalSecondsChanged();
     void activeChanged();
     void nextPokeAtChanged();
+    void availableDrivesChanged();
     // One touch came back (main thread).
     void drivePoked(const QString& path, quillon::platform::DriveTouchOutcome outcome);
     // A drive became reachable or not.
@@ -110,6 +116,7 @@ private:
     void setNextPokeAt(const QDateTime& at);
     void touchFinished(const QString& path, platform::DriveTouchOutcome outcome);
     void touchOverdue(const QString& path, quint64 touch);
+    void volumesListed(const QList<platform::MountedVolume>& volumes);
 
     Settings& m_settings;
     const platform::Clock& m_clock;
@@ -126,6 +133,8 @@ private:
     QHash<QString, quint64> m_inFlight; // path -> its touch's serial number
     quint64 m_touches = 0;
     QSet<QString> m_unreachable;
+    QList<DriveItem> m_available;
+    bool m_listing = false;
 };
 
 } // namespace quillon::app

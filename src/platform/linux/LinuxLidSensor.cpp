@@ -1,6 +1,9 @@
 #include "LinuxLidSensor.h"
 
+#include "DBusAsync.h"
+
 #include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
 #include <QDBusVariant>
 #include <QDir>
 #include <QFile>
@@ -15,32 +18,44 @@ LinuxLidSensor::LinuxLidSensor(const QDBusConnection& systemBus, QString procRoo
 
 std::optional<bool> LinuxLidSensor::isClosed()
 {
-    if (const auto closed = fromLogind())
-        return closed;
+    askLogind();
+    if (m_logindSaid)
+        return m_logindSaid;
     return fromAcpi();
 }
 
-std::optional<bool> LinuxLidSensor::fromLogind()
+void LinuxLidSensor::askLogind()
 {
-    if (!m_logindAnswers || !m_bus.isConnected())
-        return std::nullopt;
+    if (m_asking || !m_logindAnswers || !m_bus.isConnected())
+        return;
     QDBusMessage get = QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.login1"),
         QStringLiteral("/org/freedesktop/login1"), QStringLiteral("org.freedesktop.DBus.Properties"),
         QStringLiteral("Get"));
     get << QStringLiteral("org.freedesktop.login1.Manager") << QStringLiteral("LidClosed");
-    const QDBusMessage reply = m_bus.call(get, QDBus::Block, kCallTimeoutMs);
+    m_asking = true;
+    auto* watcher = new QDBusPendingCallWatcher(DBusAsync::call(m_bus, get, kCallTimeoutMs), &m_calls);
+    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, &m_calls, [this, watcher] {
+        watcher->deleteLater();
+        m_asking = false;
+        logindAnswered(*watcher);
+    });
+}
+
+void LinuxLidSensor::logindAnswered(const QDBusPendingCall& call)
+{
+    m_logindSaid.reset();
+    const QDBusMessage reply = call.reply();
     if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().isEmpty()) {
         // No logind, or one without the property: don't pay for the call every second.
         if (reply.errorName() == QLatin1String("org.freedesktop.DBus.Error.ServiceUnknown")
             || reply.errorName() == QLatin1String("org.freedesktop.DBus.Error.UnknownProperty")
             || reply.errorName() == QLatin1String("org.freedesktop.DBus.Error.InvalidArgs"))
             m_logindAnswers = false;
-        return std::nullopt;
+        return;
     }
     const QVariant value = reply.arguments().first().value<QDBusVariant>().variant();
-    if (value.typeId() != QMetaType::Bool)
-        return std::nullopt;
-    return value.toBool();
+    if (value.typeId() == QMetaType::Bool)
+        m_logindSaid = value.toBool();
 }
 
 std::optional<bool> LinuxLidSensor::parseAcpiState(const QByteArray& text)

@@ -8,11 +8,13 @@ LinuxVolumeSource::LinuxVolumeSource(UDisks2VolumeSource udisks, MountInfoVolume
 {
 }
 
-QList<MountedVolume> LinuxVolumeSource::externalVolumes()
+void LinuxVolumeSource::askExternalVolumes(Answer answer)
 {
-    if (auto volumes = m_udisks.externalVolumes())
-        return *volumes;
-    return m_mountTable.externalVolumes();
+    // The mount table as it is once UDisks2 has failed, not as it was when asked.
+    m_udisks.askExternalVolumes(
+        [mountTable = m_mountTable, answer = std::move(answer)](const std::optional<QList<MountedVolume>>& volumes) {
+            answer(volumes ? *volumes : mountTable.externalVolumes());
+        });
 }
 
 } // namespace quillon::platform::linux_

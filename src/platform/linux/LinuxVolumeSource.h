@@ -5,12 +5,13 @@
 
 namespace quillon::platform::linux_ {
 
-// UDisks2 where it runs, the kernel's mount table where it does not.
+// UDisks2 where it runs, the kernel's mount table where it does not (or
+// does not answer in time).
 class LinuxVolumeSource : public VolumeSource {
 public:
     LinuxVolumeSource(UDisks2VolumeSource udisks, MountInfoVolumeSource mountTable);
 
-    QList<MountedVolume> externalVolumes() override;
+    void askExternalVolumes(Answer answer) override;
 
 private:
     UDisks2VolumeSource m_udisks;

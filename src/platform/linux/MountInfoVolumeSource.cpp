@@ -38,7 +38,7 @@ bool MountInfoVolumeSource::isExternalDevice(unsigned major, unsigned minor) con
     return SysfsAttributes(disk).number(QStringLiteral("removable")).value_or(0) == 1;
 }
 
-QList<MountedVolume> MountInfoVolumeSource::externalVolumes()
+QList<MountedVolume> MountInfoVolumeSource::externalVolumes() const
 {
     QFile file(m_mountInfoPath);
     if (!file.open(QIODevice::ReadOnly))

@@ -10,12 +10,13 @@ namespace quillon::platform::linux_ {
 // sits on a USB bus or on a disk the kernel marks removable. (The removable
 // flag alone misses most USB hard disks, which report 0.) The volumes come
 // without names: the mount table carries no labels.
-class MountInfoVolumeSource : public VolumeSource {
+class MountInfoVolumeSource {
 public:
     explicit MountInfoVolumeSource(
         QString mountInfoPath = QStringLiteral("/proc/self/mountinfo"), QString sysRoot = QStringLiteral("/sys"));
 
-    QList<MountedVolume> externalVolumes() override;
+    // Reads the mount table and sysfs, which answer at once.
+    QList<MountedVolume> externalVolumes() const;
 
     // Whether the block device major:minor is external, judged from sysfs.
     bool isExternalDevice(unsigned major, unsigned minor) const;

@@ -1,11 +1,12 @@
 #include "UDisks2VolumeSource.h"
 
-#include "DBusTimeouts.h"
+#include "DBusAsync.h"
 
 #include <QDBusArgument>
 #include <QDBusMessage>
 #include <QDBusMetaType>
 #include <QDBusObjectPath>
+#include <QDBusPendingCallWatcher>
 #include <QFile>
 #include <QVariantMap>
 
@@ -54,19 +55,8 @@ std::optional<MountedVolume> volumeOf(const QMap<QString, QVariantMap>& interfac
     return MountedVolume{mounts.first(), name};
 }
 
-} // namespace
-
-UDisks2VolumeSource::UDisks2VolumeSource(QDBusConnection systemBus)
-    : m_bus(std::move(systemBus))
+std::optional<QList<MountedVolume>> volumesIn(const QDBusMessage& reply)
 {
-}
-
-std::optional<QList<MountedVolume>> UDisks2VolumeSource::externalVolumes() const
-{
-    const QDBusMessage call = QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.UDisks2"),
-        QStringLiteral("/org/freedesktop/UDisks2"), QStringLiteral("org.freedesktop.DBus.ObjectManager"),
-        QStringLiteral("GetManagedObjects"));
-    const QDBusMessage reply = m_bus.call(call, QDBus::Block, DBusTimeouts::activatingCallMs);
     if (reply.type() != QDBusMessage::ReplyMessage || reply.signature() != QLatin1String("a{oa{sa{sv}}}"))
         return std::nullopt;
 
@@ -84,6 +74,27 @@ std::optional<QList<MountedVolume>> UDisks2VolumeSource::externalVolumes() const
     }
     objects.endMap();
     return volumes;
+}
+
+} // namespace
+
+UDisks2VolumeSource::UDisks2VolumeSource(QDBusConnection systemBus, int timeoutMs)
+    : m_bus(std::move(systemBus))
+    , m_timeoutMs(timeoutMs)
+{
+}
+
+void UDisks2VolumeSource::askExternalVolumes(Answer answer)
+{
+    const QDBusMessage call = QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.UDisks2"),
+        QStringLiteral("/org/freedesktop/UDisks2"), QStringLiteral("org.freedesktop.DBus.ObjectManager"),
+        QStringLiteral("GetManagedObjects"));
+    auto* watcher = new QDBusPendingCallWatcher(DBusAsync::call(m_bus, call, m_timeoutMs), m_calls.get());
+    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, m_calls.get(),
+        [watcher, answer = std::move(answer)] {
+            watcher->deleteLater();
+            answer(volumesIn(watcher->reply()));
+        });
 }
 
 } // namespace quillon::platform::linux_

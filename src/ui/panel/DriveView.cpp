@@ -22,6 +22,7 @@ DriveView::DriveView(app::DriveManager& drives, QObject* parent)
 {
     connect(&drives, &app::DriveManager::drivesChanged, this, &DriveView::changed);
     connect(&drives, &app::DriveManager::reachabilityChanged, this, &DriveView::changed);
+    connect(&drives, &app::DriveManager::availableDrivesChanged, this, &DriveView::changed);
 }
 
 QVariantList DriveView::chosen() const
@@ -38,12 +39,11 @@ QVariantList DriveView::chosen() const
 QVariantList DriveView::addable() const
 {
     QVariantList list;
-    for (const QVariant& candidate : m_available) {
-        const QString path = candidate.toMap().value("path").toString();
+    for (const app::DriveItem& candidate : m_drives.availableDrives()) {
         const bool taken = std::any_of(m_drives.drives().begin(), m_drives.drives().end(),
-            [&](const app::DriveItem& item) { return item.path == path; });
+            [&](const app::DriveItem& item) { return item.path == candidate.path; });
         if (!taken)
-            list.append(candidate);
+            list.append(entry(candidate));
     }
     return list;
 }
@@ -58,10 +58,7 @@ QVariantList DriveView::intervals() const
 
 void DriveView::refresh()
 {
-    m_available.clear();
-    for (const app::DriveItem& item : m_drives.availableDrives())
-        m_available.append(entry(item));
-    emit changed();
+    m_drives.refreshAvailableDrives();
 }
 
 void DriveView::add(const QString& path, const QString& name)

@@ -10,8 +10,9 @@ class DriveManager;
 namespace quillon::ui {
 
 // The drives section's view: the chosen drives, the mounted external ones
-// that can still be added (listed afresh each time the section opens, since
-// listing asks the system), and the touch intervals offered.
+// that can still be added (listed afresh each time the section opens: the
+// last list shows until the system has answered), and the touch intervals
+// offered.
 class DriveView : public QObject {
     Q_OBJECT
     Q_PROPERTY(QVariantList chosen READ chosen NOTIFY changed)
@@ -31,7 +32,7 @@ public:
     // {label, seconds}.
     QVariantList intervals() const;
 
-    // Lists the mounted external drives again.
+    // Lists the mounted external drives again; changed() follows the answer.
     Q_INVOKABLE void refresh();
     Q_INVOKABLE void add(const QString& path, const QString& name);
     Q_INVOKABLE void remove(const QString& path);
@@ -41,7 +42,6 @@ signals:
 
 private:
     app::DriveManager& m_drives;
-    QVariantList m_available;
 };
 
 } // namespace quillon::ui

@@ -130,7 +130,9 @@ TEST_F(CtlTest, StatusOfTheDemoAndResetSwitchesEverythingOff)
     EXPECT_TRUE(section(status, "awake")["kinds"].toArray().isEmpty());
 }
 
-// Bad commands never reach the app; a second demo does not start beside the first.
+// Bad commands never reach the app; a second demo does not start beside the
+// first, nor an app beside one that holds the name but never answers: that
+// one is given up on after a short bound, with the reason.
 TEST_F(CtlTest, UsageErrorsAndASecondInstance)
 {
     const auto mistake = rig.ctl({"fans", "sideways"}); // what each mistake says is CtlRequest's
@@ -143,6 +145,14 @@ TEST_F(CtlTest, UsageErrorsAndASecondInstance)
     const auto second = ChildProcess::run(QUILLON_APP_BIN, {"--demo"}, rig.environment() + offscreen);
     EXPECT_EQ(second.exitCode, 1);
     EXPECT_TRUE(contains(second.err, "already running")) << second.err;
+
+    PrivateBus hungSession;
+    BusService hung(QUILLON_PYTHON, {QUILLON_INHIBIT_STANDIN, "hung-quillon"}, hungSession, "org.quillon.Quillon");
+    ASSERT_TRUE(hung.started());
+    const auto beside = ChildProcess::run(QUILLON_APP_BIN, {},
+        rig.environment() + offscreen + QStringList{"DBUS_SESSION_BUS_ADDRESS=" + hungSession.address()}, 10000);
+    EXPECT_EQ(beside.exitCode, 1);
+    EXPECT_TRUE(contains(beside.err, "already running but does not answer")) << beside.err;
 }
 
 // Where nothing can hold keep-awake (no logind, no desktop power manager),

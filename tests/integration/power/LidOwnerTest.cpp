@@ -2,12 +2,15 @@
 // power manager that keeps it: those are the real desktops' tests
 // (KdeDesktopTest, XfceDesktopTest, MateDesktopTest). logind is the real one.
 #include "LidOwnerFixture.h"
+#include "platform/linux/LinuxLidSensor.h"
+#include "support/Files.h"
 
 #include <QFile>
 #include <QTimer>
 
 using namespace quillon::test;
 using quillon::platform::LidSwitchOwner;
+using quillon::platform::linux_::LinuxLidSensor;
 
 namespace {
 
@@ -29,6 +32,13 @@ TEST_F(LidOwnerTest, WhereLogindOwnsTheLidTheAppsOwnLockIsListed)
     EXPECT_EQ(ownerOf(*owner).desktop, LidSwitchOwner::Desktop::none);
     backend->release(*lock);
     EXPECT_TRUE(logindHolds(0));
+
+    // The lid as logind tells it, asked without waiting: the ACPI button
+    // answers until logind's reply is in.
+    ASSERT_TRUE(writeFile(state.filePath("proc/acpi/button/lid/LID0/state"), "state:      closed\n"));
+    LinuxLidSensor lid(systemBus.connection(), state.path());
+    EXPECT_EQ(lid.isClosed(), true);
+    EXPECT_TRUE(waitUntil([&] { return lid.isClosed() == false; }));
 }
 
 TEST_F(LidOwnerTest, WithoutXfconfTheHandOverFailsWithAReasonAndNothingToPutBack)
@@ -43,8 +53,8 @@ TEST_F(LidOwnerTest, WithoutXfconfTheHandOverFailsWithAReasonAndNothingToPutBack
 
 // logind and xfconf that take every call and never answer: asking who else
 // blocks sleep, who holds the lid, and for Xfce's hand-over all return at
-// once, the GUI thread's timer goes on ticking, and each answer arrives
-// after its bound, saying why.
+// once, the lid reads (no lid where logind does not say) never hold up the
+// GUI thread's timer, and each answer arrives after its bound, saying why.
 TEST_F(LidOwnerTest, HungServicesAreAskedWithoutWaitingAndAnswerWithTheReason)
 {
     services.push_back(std::make_unique<BusService>(
@@ -52,9 +62,13 @@ TEST_F(LidOwnerTest, HungServicesAreAskedWithoutWaitingAndAnswerWithTheReason)
     ASSERT_TRUE(services.back()->started());
     startStandIn("hung-xfconf", "org.xfce.Xfconf");
     auto owner = makeOwner();
+    LinuxLidSensor lidSensor(systemBus.connection(), state.path());
     int ticks = 0;
     QTimer gui;
-    QObject::connect(&gui, &QTimer::timeout, [&] { ++ticks; });
+    QObject::connect(&gui, &QTimer::timeout, [&] {
+        ++ticks;
+        lidSensor.isClosed();
+    });
     gui.start(20);
 
     std::optional<quillon::platform::PowerAssertionBackend::OtherInhibitors> others;
@@ -72,6 +86,7 @@ TEST_F(LidOwnerTest, HungServicesAreAskedWithoutWaitingAndAnswerWithTheReason)
     EXPECT_EQ(lid->desktop, LidSwitchOwner::Desktop::none) << "logind's own lock says whether it can";
     EXPECT_EQ(*handOverRefused, "Xfce's settings service (xfconf) did not answer in time");
     EXPECT_FALSE(QFile::exists(marker)) << "nothing was changed, nothing to put back";
+    EXPECT_FALSE(lidSensor.isClosed().has_value()) << "no reading from a logind that never answered";
 }
 
 } // namespace

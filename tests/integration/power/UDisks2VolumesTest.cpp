@@ -3,12 +3,14 @@
 #include "platform/linux/LinuxVolumeSource.h"
 
 #include "support/BusService.h"
+#include "support/EventLoop.h"
 #include "support/Files.h"
 #include "support/QStringPrinter.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QTimer>
 #include <gtest/gtest.h>
 
 using quillon::platform::MountedVolume;
@@ -17,6 +19,7 @@ using quillon::platform::linux_::MountInfoVolumeSource;
 using quillon::platform::linux_::UDisks2VolumeSource;
 using quillon::test::BusService;
 using quillon::test::PrivateBus;
+using quillon::test::waitUntil;
 using quillon::test::writeFile;
 
 namespace quillon::platform {
@@ -28,16 +31,26 @@ void PrintTo(const MountedVolume& volume, std::ostream* out)
 
 namespace {
 
+// What source answers, once it has.
+template <typename Listing, typename Source>
+Listing answerOf(Source& source)
+{
+    std::optional<Listing> told;
+    source.askExternalVolumes([&](const Listing& volumes) { told = volumes; });
+    EXPECT_TRUE(waitUntil([&] { return told.has_value(); }, std::chrono::seconds(10)));
+    return told.value_or(Listing{});
+}
+
 class UDisks2VolumesTest : public ::testing::Test {
 protected:
     void startUDisks(const QJsonArray& devices)
     {
         const QString description = m_dir.filePath("devices.json");
         ASSERT_TRUE(writeFile(description, QJsonDocument(devices).toJson()));
-        m_udisks = std::make_unique<BusService>(
-            QUILLON_PYTHON, QStringList{QUILLON_UDISKS_STANDIN, description}, systemBus, "org.freedesktop.UDisks2");
-        ASSERT_TRUE(m_udisks->started());
+        startStandIn(description);
     }
+    // One that takes the name and never answers.
+    void startHungUDisks() { startStandIn("hung"); }
     // A mount table with one USB stick, and the sysfs links that tell it is one.
     MountInfoVolumeSource mountTable()
     {
@@ -54,6 +67,14 @@ protected:
     PrivateBus systemBus;
 
 private:
+    void startStandIn(const QString& argument)
+    {
+        m_udisks.reset();
+        m_udisks = std::make_unique<BusService>(
+            QUILLON_PYTHON, QStringList{QUILLON_UDISKS_STANDIN, argument}, systemBus, "org.freedesktop.UDisks2");
+        ASSERT_TRUE(m_udisks->started());
+    }
+
     QTemporaryDir m_dir;
     std::unique_ptr<BusService> m_udisks;
 };
@@ -82,8 +103,8 @@ TEST_F(UDisks2VolumesTest, OffersMountedUserVisibleFileSystemsByTheirLabels)
         hinted,
         noFilesystem,
     });
-    const UDisks2VolumeSource udisks(systemBus.connection());
-    const auto volumes = udisks.externalVolumes();
+    UDisks2VolumeSource udisks(systemBus.connection());
+    const auto volumes = answerOf<std::optional<QList<MountedVolume>>>(udisks);
     ASSERT_TRUE(volumes.has_value());
     QList<MountedVolume> sorted = *volumes;
     std::sort(sorted.begin(), sorted.end(),
@@ -97,15 +118,31 @@ TEST_F(UDisks2VolumesTest, OffersMountedUserVisibleFileSystemsByTheirLabels)
         }));
 }
 
-TEST_F(UDisks2VolumesTest, TheMountTableStandsInOnlyWhileUDisksIsMissing)
+TEST_F(UDisks2VolumesTest, TheMountTableStandsInOnlyWhileUDisksIsMissingOrHung)
 {
+    const QList<MountedVolume> stick{{"/media/ada/STICK", ""}};
     LinuxVolumeSource withoutUDisks(UDisks2VolumeSource(systemBus.connection()), mountTable());
-    EXPECT_EQ(withoutUDisks.externalVolumes(), (QList<MountedVolume>{{"/media/ada/STICK", ""}}));
+    EXPECT_EQ(answerOf<QList<MountedVolume>>(withoutUDisks), stick);
+
+    // Asking a UDisks2 that never answers returns at once, the GUI thread's
+    // timer goes on ticking, and the mount table answers after the bound.
+    startHungUDisks();
+    LinuxVolumeSource hung(UDisks2VolumeSource(systemBus.connection(), 500), mountTable());
+    int ticks = 0;
+    QTimer gui;
+    QObject::connect(&gui, &QTimer::timeout, [&] { ++ticks; });
+    gui.start(20);
+    std::optional<QList<MountedVolume>> told;
+    hung.askExternalVolumes([&](const QList<MountedVolume>& volumes) { told = volumes; });
+    EXPECT_FALSE(told.has_value()) << "answered before asking returned: it waited";
+    ASSERT_TRUE(waitUntil([&] { return told.has_value(); }));
+    EXPECT_GT(ticks, 5) << "the timer stood still";
+    EXPECT_EQ(*told, stick);
 
     // A UDisks2 that sees no external volume is believed.
     startUDisks({device("sda2", "", {"/"}, true)});
     LinuxVolumeSource withUDisks(UDisks2VolumeSource(systemBus.connection()), mountTable());
-    EXPECT_TRUE(withUDisks.externalVolumes().isEmpty());
+    EXPECT_TRUE(answerOf<QList<MountedVolume>>(withUDisks).isEmpty());
 }
 
 } // namespace

@@ -16,9 +16,11 @@ private bus. One service per process, chosen by the first argument:
                  GetAppId, GetReason and GetFlags
   hung           KDE's PolicyAgent name, whose AddInhibition never answers,
                  as a service that hangs
-  hung-logind    logind's name, whose ListInhibitors never answers (to be
-                 started on the system bus)
+  hung-logind    logind's name, whose ListInhibitors and property reads
+                 never answer (to be started on the system bus)
   hung-xfconf    Xfce's settings service, whose property calls never answer
+  hung-quillon   the app's own name, whose ShowPanel never answers (a hung
+                 first instance)
 
 org.quillon.Test.Inhibitions() at /org/quillon/Test lists the inhibitions in
 force as (flags, reason); the screen saver's are idle inhibitions (flags 8).
@@ -149,6 +151,11 @@ class HungLogind(dbus.service.Object):
     def ListInhibitors(self, reply, error):
         pass  # never answers
 
+    @dbus.service.method('org.freedesktop.DBus.Properties', in_signature='ss', out_signature='v',
+                         async_callbacks=('reply', 'error'))
+    def Get(self, interface, prop, reply, error):
+        pass
+
 
 class HungXfconf(dbus.service.Object):
     @dbus.service.method('org.xfce.Xfconf', in_signature='ss', out_signature='v', async_callbacks=('reply', 'error'))
@@ -162,6 +169,12 @@ class HungXfconf(dbus.service.Object):
     @dbus.service.method('org.xfce.Xfconf', in_signature='ssb', async_callbacks=('reply', 'error'))
     def ResetProperty(self, channel, prop, recursive, reply, error):
         pass
+
+
+class HungQuillon(dbus.service.Object):
+    @dbus.service.method('org.quillon.Quillon', async_callbacks=('reply', 'error'))
+    def ShowPanel(self, reply, error):
+        pass  # never answers
 
 
 class RefusingPortal(Portal):
@@ -182,6 +195,7 @@ SERVICES = {
              HungPolicyAgent),
     'hung-logind': ('org.freedesktop.login1', '/org/freedesktop/login1', HungLogind),
     'hung-xfconf': ('org.xfce.Xfconf', '/org/xfce/Xfconf', HungXfconf),
+    'hung-quillon': ('org.quillon.Quillon', '/org/quillon/Quillon', HungQuillon),
 }
 
 if __name__ == '__main__':

@@ -9,6 +9,8 @@ object per entry of the JSON file given as the only argument:
 Properties carry UDisks2's own types (MountPoints and Device are
 NUL-terminated byte strings). A drive object without a block device is
 added as well, as UDisks2 lists drives beside their block devices.
+
+Given "hung" instead of a file, it takes the name and never answers.
 """
 import json
 import sys
@@ -58,11 +60,20 @@ class Manager(dbus.service.Object):
         return dbus.Dictionary({dbus.ObjectPath(p): i for p, i in self.objects.items()}, signature='oa{sa{sv}}')
 
 
+class HungManager(dbus.service.Object):
+    @dbus.service.method('org.freedesktop.DBus.ObjectManager', out_signature='a{oa{sa{sv}}}',
+                         async_callbacks=('reply', 'error'))
+    def GetManagedObjects(self, reply, error):
+        pass  # never answers
+
+
 if __name__ == '__main__':
-    with open(sys.argv[1]) as f:
-        entries = json.load(f)
     dbus.mainloop.glib.DBusGMainLoop(set_as_default=True)
     bus = dbus.SystemBus()
-    keep = Manager(bus, entries)
+    if sys.argv[1] == 'hung':
+        keep = HungManager(bus, ROOT)
+    else:
+        with open(sys.argv[1]) as f:
+            keep = Manager(bus, json.load(f))
     bus_name = dbus.service.BusName('org.freedesktop.UDisks2', bus)
     GLib.MainLoop().run()

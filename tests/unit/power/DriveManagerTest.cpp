@@ -253,7 +253,9 @@ TEST_F(HostileDrives, HungDrivesAreMarkedAndNeverHoldUpTheHealthyOnes)
     ASSERT_TRUE(quillon::test::waitUntil([&] { return toucher->touchesOf(hung.first().path) == 2; }));
 }
 
-TEST_F(DriveManagerTest, AvailableDrivesAreNamedAndSortedForTheUser)
+// Listing asks the system, which may be slow: the last list shows until the
+// answer is in, and only one question is out at a time.
+TEST_F(DriveManagerTest, AvailableDrivesAreNamedAndSortedForTheUserOnceTheSystemAnswers)
 {
     const QLocale before;
     QLocale::setDefault(QLocale(QLocale::German, QLocale::Germany));
@@ -265,9 +267,19 @@ TEST_F(DriveManagerTest, AvailableDrivesAreNamedAndSortedForTheUser)
         {"/media/ada/Beta-2", "Beta"},
         {"/media/ada/Édition", "Édition"},
     };
+    volumes->held = true;
+    auto manager = makeManager();
+    QSignalSpy listed(manager.get(), &DriveManager::availableDrivesChanged);
+    manager->refreshAvailableDrives();
+    manager->refreshAvailableDrives();
+    EXPECT_EQ(volumes->asked, 1);
+    EXPECT_TRUE(manager->availableDrives().isEmpty());
+    volumes->answerHeld();
+    EXPECT_EQ(listed.count(), 1);
+
     QStringList names;
     QStringList paths;
-    for (const DriveItem& item : makeManager()->availableDrives()) {
+    for (const DriveItem& item : manager->availableDrives()) {
         names << item.name;
         paths << item.path;
     }
@@ -275,6 +287,18 @@ TEST_F(DriveManagerTest, AvailableDrivesAreNamedAndSortedForTheUser)
     EXPECT_EQ(names, (QStringList{"ALPHA", "beta", "Beta", "Édition", "zeta"}));
     EXPECT_FALSE(paths.contains("/"));
     QLocale::setDefault(before);
+
+    volumes->volumes.clear();
+    manager->refreshAvailableDrives();
+    EXPECT_EQ(volumes->asked, 2);
+    EXPECT_EQ(manager->availableDrives().size(), 5);
+    volumes->answerHeld();
+    EXPECT_TRUE(manager->availableDrives().isEmpty());
+
+    // An answer that comes after the manager has gone is dropped.
+    manager->refreshAvailableDrives();
+    manager.reset();
+    volumes->answerHeld();
 }
 
 } // namespace
