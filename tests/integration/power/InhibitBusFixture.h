@@ -70,13 +70,17 @@ protected:
         return *services.back();
     }
     // Waits until the kind has settled (in force, failed, or asked for where
-    // nothing can confirm it) and returns its state.
+    // nothing can confirm it) and returns its state. The wait outlasts the
+    // slowest route's own bound (the portal's 5 s), so a loaded machine
+    // shows the route's verdict, not the test's impatience.
     SleepAssertions::KindState settled(const SleepAssertions& owner, SleepAssertions::Kind kind)
     {
-        waitUntil([&] {
-            const auto state = owner.state(kind);
-            return state.phase != SleepAssertions::KindState::Phase::confirming || !state.problem.isEmpty();
-        });
+        waitUntil(
+            [&] {
+                const auto state = owner.state(kind);
+                return state.phase != SleepAssertions::KindState::Phase::confirming || !state.problem.isEmpty();
+            },
+            std::chrono::seconds(8));
         return owner.state(kind);
     }
 
