@@ -640,11 +640,14 @@ ist da.</translation>
     </message>
 </context>
 <context>
-    <name>RenderOverlay</name>
+    <name>RenderOverlayContent</name>
     <message>
         <source>Render Mode</source>
         <translation>Render Mode</translation>
     </message>
+</context>
+<context>
+    <name>RenderOverlayExit</name>
     <message>
         <source>Exit Render Mode</source>
         <translation>Render Mode beenden</translation>

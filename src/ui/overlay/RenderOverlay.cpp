@@ -1,10 +1,13 @@
 #include "RenderOverlay.h"
 
+#include "OverlayBackdrop.h"
+#include "ui/QmlView.h"
 #include "ui/panel/RenderView.h"
 
 #include <QGuiApplication>
 #include <QQmlEngine>
 #include <QScreen>
+#include <QWindow>
 
 namespace quillon::ui {
 
@@ -33,7 +36,10 @@ void RenderOverlay::dropWindows()
     // button, Esc), while that window's QML handler is still running: the
     // windows are hidden now and deleted once control is back in the event loop.
     for (auto& window : m_windows) {
-        window->get()->hide();
+        if (auto* drawn = qobject_cast<QmlView*>(window.get()))
+            drawn->get()->hide();
+        else
+            static_cast<QWindow*>(window.get())->hide();
         window.release()->deleteLater();
     }
     m_windows.clear();
@@ -41,8 +47,8 @@ void RenderOverlay::dropWindows()
 
 void RenderOverlay::retranslate()
 {
-    if (!m_windows.empty())
-        m_windows.front()->get()->engine()->retranslate();
+    if (QQmlEngine* engine = QmlView::sharedEngine(); engine && !m_windows.empty())
+        engine->retranslate();
 }
 
 void RenderOverlay::sync()
@@ -53,19 +59,32 @@ void RenderOverlay::sync()
     }
     if (!m_windows.empty())
         return;
+    const bool x11 = QGuiApplication::platformName() == QLatin1String("xcb");
     for (QScreen* screen : QGuiApplication::screens()) {
-        auto view = std::make_unique<QmlView>(QStringLiteral("qrc:/qml/RenderOverlay.qml"),
-            QVariantMap{{QStringLiteral("render"), QVariant::fromValue(static_cast<QObject*>(&m_view))}},
-            QQuickView::SizeRootObjectToView);
-        QQuickView* window = view->get();
-        window->setFlags(Qt::Window | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
-        window->setColor(Qt::transparent);
-        window->setTitle(QStringLiteral("Quillon Render Mode"));
-        window->setScreen(screen);
-        window->setGeometry(screen->geometry());
-        window->showFullScreen();
-        m_windows.push_back(std::move(view));
+        if (x11) {
+            auto backdrop = std::make_unique<OverlayBackdrop>(screen, m_view);
+            backdrop->showFullScreen();
+            m_windows.push_back(std::move(backdrop));
+        } else {
+            m_windows.push_back(drawnOverlay(screen));
+        }
     }
+}
+
+std::unique_ptr<QObject> RenderOverlay::drawnOverlay(QScreen* screen)
+{
+    auto view = std::make_unique<QmlView>(QStringLiteral("qrc:/qml/RenderOverlay.qml"),
+        QVariantMap{{QStringLiteral("render"), QVariant::fromValue(static_cast<QObject*>(&m_view))},
+            {QStringLiteral("color"), OverlayBackdrop::dim()}},
+        QQuickView::SizeRootObjectToView);
+    QQuickView* window = view->get();
+    window->setFlags(Qt::Window | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
+    window->setColor(Qt::transparent);
+    window->setTitle(QStringLiteral("Quillon Render Mode"));
+    window->setScreen(screen);
+    window->setGeometry(screen->geometry());
+    window->showFullScreen();
+    return view;
 }
 
 } // namespace quillon::ui
