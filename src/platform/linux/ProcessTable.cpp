@@ -100,6 +100,7 @@ bool isInterpreter(const QString& name)
 struct StatLine {
     QString comm;
     qulonglong startTime = 0;
+    bool ended = false; // a zombie: exited, not yet reaped by its parent
 };
 
 StatLine parseStat(const QByteArray& line)
@@ -110,6 +111,8 @@ StatLine parseStat(const QByteArray& line)
     if (open < 0 || close < open)
         return stat;
     stat.comm = QString::fromUtf8(line.mid(open + 1, close - open - 1));
+    const char state = close + 2 < line.size() ? line.at(close + 2) : '?';
+    stat.ended = state == 'Z' || state == 'X';
     // The start time is the 20th field after the name.
     qsizetype at = close + 1;
     for (int field = 1; field < 20 && at >= 0; ++field)
@@ -224,6 +227,9 @@ QList<ProcessTable::Process> ProcessTable::read(uid_t uid, bool withFlatpak)
             continue;
         // A captured tree may have no stat line: then nothing is kept.
         const StatLine stat = parseStat(readSmall(dirFd, folder + "/stat"));
+        // Its exit is told before its parent reaps it: it runs no more.
+        if (stat.ended)
+            continue;
         const auto before = m_known.constFind(pid);
         Known now;
         if (stat.startTime != 0 && before != m_known.cend() && before->startTime == stat.startTime

@@ -187,6 +187,12 @@ TEST(ProcessTableTest, ReadsAProcessAgainOnlyWhenItMayHaveChanged)
     EXPECT_EQ(again[0].scopeIds, QStringList({"gnome", "org.example.Viewer", "77"}));
     EXPECT_EQ(table.fullReads(), 5);
 
+    // Exited, not yet reaped by its parent: its folder stays, but it runs no more.
+    QByteArray stat = readFile(folder + "/stat");
+    stat.replace(") S ", ") Z ");
+    writeFile(folder + "/stat", stat);
+    EXPECT_EQ(exeOf(), "<0 processes>") << "a zombie is no running app";
+
     // A process gone and a tree without stat lines: nothing kept.
     QDir(folder).removeRecursively();
     EXPECT_EQ(exeOf(), "<0 processes>");
