@@ -64,6 +64,8 @@ LinuxRunningApps::Ask LinuxRunningApps::askFor(const QStringList& ids) const
         ask.wanted.emplace_back(id, AppProcessMatcher(id, m_index.find(id)));
         ask.withFlatpak = ask.withFlatpak || ask.wanted.back().second.wantsFlatpak();
     }
+    if (m_last)
+        ask.check = QSet<qint64>(m_last->pids.cbegin(), m_last->pids.cend());
     return ask;
 }
 
@@ -74,7 +76,7 @@ LinuxRunningApps::Answer LinuxRunningApps::match(Table& table, const QStringList
     if (ask.wanted.empty())
         return answer;
     const QMutexLocker locked(&table.lock);
-    const QList<ProcessTable::Process> processes = table.processes.read(::getuid(), ask.withFlatpak);
+    const QList<ProcessTable::Process> processes = table.processes.read(::getuid(), ask.withFlatpak, ask.check);
     answer.lastPid = table.processes.lastPidSeen();
     answer.settled = table.processes.settled();
     for (const ProcessTable::Process& process : processes) {

@@ -62,6 +62,7 @@ private:
     struct Ask {
         std::vector<std::pair<QString, AppProcessMatcher>> wanted;
         bool withFlatpak = false;
+        QSet<qint64> check; // the processes found last time: whether they still run is read again
     };
     Ask askFor(const QStringList& ids) const;
     static Answer match(Table& table, const QStringList& ids, Ask ask);

@@ -7,6 +7,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 namespace quillon::platform::linux_ {
 
@@ -200,11 +201,16 @@ ProcessTable::Process ProcessTable::readFully(
     return process;
 }
 
-QList<ProcessTable::Process> ProcessTable::read(uid_t uid, bool withFlatpak)
+QList<ProcessTable::Process> ProcessTable::read(uid_t uid, bool withFlatpak, const QSet<qint64>& check)
 {
     QList<Process> processes;
     // Before the listing: a process started while it runs shows as a newer pid next time.
-    m_lastPid = lastPid(m_procRoot);
+    const qint64 previousLastPid = std::exchange(m_lastPid, lastPid(m_procRoot));
+    // No wrap since the last read: none of the pids it saw was given out again.
+    const bool trustKnown
+        = previousLastPid > 0 && m_lastPid >= previousLastPid && ++m_readsSinceFullCheck < fullCheckEvery;
+    if (!trustKnown)
+        m_readsSinceFullCheck = 0;
     m_settled = false;
     const QByteArray root = QFile::encodeName(m_procRoot);
     DIR* dir = ::opendir(root.constData());
@@ -221,35 +227,44 @@ QList<ProcessTable::Process> ProcessTable::read(uid_t uid, bool withFlatpak)
         const long long pid = std::strtoll(entry->d_name, &end, 10);
         if (pid <= 0 || !end || *end != '\0')
             continue;
-        const QByteArray folder(entry->d_name);
-        struct stat info { };
-        if (::fstatat(dirFd, folder.constData(), &info, 0) != 0 || info.st_uid != uid)
-            continue;
-        // A captured tree may have no stat line: then nothing is kept.
-        const StatLine stat = parseStat(readSmall(dirFd, folder + "/stat"));
-        // Its exit is told before its parent reaps it: it runs no more.
-        if (stat.ended)
-            continue;
         const auto before = m_known.constFind(pid);
+        const bool seen = before != m_known.cend();
         Known now;
-        if (stat.startTime != 0 && before != m_known.cend() && before->startTime == stat.startTime
-            && before->process.comm == stat.comm && before->settled && (before->withFlatpak || !withFlatpak)) {
+        if (seen && trustKnown && before->settled && (before->withFlatpak || !withFlatpak) && !check.contains(pid)) {
             now = *before;
         } else {
+            const QByteArray folder(entry->d_name);
+            struct stat info { };
+            if (::fstatat(dirFd, folder.constData(), &info, 0) != 0)
+                continue;
+            // A captured tree may have no stat line: then nothing is kept.
+            const StatLine stat = parseStat(readSmall(dirFd, folder + "/stat"));
+            ++m_statReads;
+            // Its exit is told before its parent reaps it: it runs no more.
+            if (stat.ended)
+                continue;
             now.startTime = stat.startTime;
+            now.ours = info.st_uid == uid;
             now.withFlatpak = withFlatpak;
             now.settled = uptime - static_cast<double>(stat.startTime) / ticks >= settleSeconds;
-            now.process = readFully(dirFd, folder, pid, stat.startTime != 0 ? stat.comm : QString(), withFlatpak);
-            ++m_fullReads;
+            if (!now.ours) {
+                // Another user's: only remembered, so it is not looked at again.
+            } else if (stat.startTime != 0 && seen && before->startTime == stat.startTime
+                && before->process.comm == stat.comm && before->settled && (before->withFlatpak || !withFlatpak)) {
+                now.process = before->process;
+            } else {
+                now.process = readFully(dirFd, folder, pid, stat.startTime != 0 ? stat.comm : QString(), withFlatpak);
+                ++m_fullReads;
+            }
         }
-        // Gone before anything could be read (or a kernel thread): nothing to match.
         settled = settled && now.settled;
+        if (now.startTime != 0)
+            known.insert(pid, now);
+        // Gone before anything could be read (or a kernel thread): nothing to match.
         const Process& process = now.process;
-        if (process.exe.isEmpty() && process.argv0.isEmpty() && process.comm.isEmpty())
+        if (!now.ours || (process.exe.isEmpty() && process.argv0.isEmpty() && process.comm.isEmpty()))
             continue;
         processes.append(process);
-        if (now.startTime != 0)
-            known.insert(pid, std::move(now));
     }
     ::closedir(dir);
     m_known = std::move(known);

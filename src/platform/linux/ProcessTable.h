@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QHash>
+#include <QSet>
 #include <QList>
 #include <QString>
 #include <QStringList>
@@ -14,10 +15,15 @@ namespace quillon::platform::linux_ {
 // cannot be read mid-way is left out or keeps what was read, never an error.
 //
 // A process's executable, command line and cgroup are read once per pid and
-// start time; later reads only check its stat line (start time and name),
-// and read it all again when the name changed (an exec) or while the process
-// was young when last read (a launcher moves its child into the app's scope
-// just after starting it). Not thread-safe; one reader at a time.
+// start time. While the kernel's pid counter has not wrapped since the last
+// read, a pid that read saw settled is the same process, and later reads
+// look at nothing of it but its folder's name; every fullCheckEvery-th read,
+// after a wrap, for the pids asked to be checked (a process that matched,
+// whose exit must be seen before its parent reaps it) and for processes
+// young when last read (a launcher moves its child into the app's scope just
+// after starting it), its stat line is read again, and all of it when the
+// start time or the name changed (the pid reused, an exec).
+// Not thread-safe; one reader at a time.
 class ProcessTable {
 public:
     struct Process {
@@ -39,19 +45,25 @@ public:
 
     // A process read again this young may still be moved into its app's scope.
     static constexpr double settleSeconds = 5.0;
+    // Every this many reads the stat lines of all processes are read again,
+    // so an exec in a settled process is seen at the latest then.
+    static constexpr int fullCheckEvery = 12;
 
     // procRoot: the folder that holds the pid folders ("/proc") and "uptime".
     explicit ProcessTable(QString procRoot = QStringLiteral("/proc"));
 
     // The processes whose folder belongs to uid. withFlatpak also reads
-    // each one's /.flatpak-info (one more file per process).
-    QList<Process> read(uid_t uid, bool withFlatpak);
+    // each one's /.flatpak-info (one more file per process). check: pids
+    // whose stat line is read again whatever the last read saw.
+    QList<Process> read(uid_t uid, bool withFlatpak, const QSet<qint64>& check = {});
     // One process, whoever runs it, read in full (nothing kept); none when it
     // is gone or nothing of it can be read. Safe beside a read() on another thread.
     std::optional<Process> readOne(qint64 pid, bool withFlatpak) const;
 
-    // Processes read in full (not from what an earlier read kept), in all reads so far.
+    // Processes read in full (not from what an earlier read kept), and stat
+    // lines read, in all reads so far.
     int fullReads() const { return m_fullReads; }
+    int statReads() const { return m_statReads; }
     // Whether the last read may be answered again as long as no process
     // started since: it saw no process young enough to change yet.
     bool settled() const { return m_settled; }
@@ -71,6 +83,7 @@ private:
         qulonglong startTime = 0;
         bool settled = false;
         bool withFlatpak = false;
+        bool ours = false; // its folder belongs to the uid asked: process holds what was read
         Process process;
     };
 
@@ -80,6 +93,8 @@ private:
     QString m_procRoot;
     QHash<qint64, Known> m_known;
     int m_fullReads = 0;
+    int m_statReads = 0;
+    int m_readsSinceFullCheck = 0;
     bool m_settled = false;
     qint64 m_lastPid = 0;
 };

@@ -203,6 +203,42 @@ TEST(ProcessTableTest, ReadsAProcessAgainOnlyWhenItMayHaveChanged)
     EXPECT_EQ(captured.fullReads(), 2 * once);
 }
 
+// With the kernel's pid counter known, a settled process costs nothing to
+// read again until the counter wraps, the caller asks for it or the periodic
+// full check comes round.
+TEST(ProcessTableTest, ASettledProcessIsLookedAtAgainOnlyWhenItMayHaveChanged)
+{
+    QTemporaryDir proc;
+    const QString folder = proc.path() + "/4242";
+    writeFile(proc.path() + "/uptime", "1000.00 1.00\n");
+    writeFile(proc.path() + "/loadavg", "0.00 0.00 0.00 1/90 4242\n");
+    writeProcess(folder, "editor", "/usr/bin/editor", 60);
+    ProcessTable table(proc.path());
+    const auto exeOf = [&](const QSet<qint64>& check) {
+        const auto processes = table.read(::getuid(), false, check);
+        return processes.size() == 1 ? processes[0].exe : QString("<%1 processes>").arg(processes.size());
+    };
+    EXPECT_EQ(exeOf({}), "/usr/bin/editor");
+    const int statReads = table.statReads();
+    writeProcess(folder, "player", "/usr/bin/player", 60);
+    writeFile(proc.path() + "/loadavg", "0.00 0.00 0.00 1/90 4300\n");
+    EXPECT_EQ(exeOf({}), "/usr/bin/editor");
+    EXPECT_EQ(table.statReads(), statReads) << "a settled process's stat line is not read again";
+    int reads = 1;
+    while (exeOf({}) != "/usr/bin/player" && reads < 2 * ProcessTable::fullCheckEvery)
+        ++reads;
+    EXPECT_LE(reads, ProcessTable::fullCheckEvery) << "the exec is seen at the periodic full check";
+
+    QByteArray stat = readFile(folder + "/stat");
+    writeFile(folder + "/stat", stat.replace(") S ", ") Z "));
+    EXPECT_EQ(exeOf({4242}), "<0 processes>") << "a process asked for is checked for its exit every time";
+    writeProcess(folder, "viewer", "/usr/bin/viewer", 60);
+    EXPECT_EQ(exeOf({}), "/usr/bin/viewer");
+    writeProcess(folder, "viewer", "/opt/other/viewer", 30);
+    writeFile(proc.path() + "/loadavg", "0.00 0.00 0.00 1/90 300\n");
+    EXPECT_EQ(exeOf({}), "/opt/other/viewer") << "after a wrap any pid may be another process";
+}
+
 // The same ask is answered again without reading /proc until the kernel
 // gives out a new pid, unless the last read saw a process still young.
 TEST(RunningAppsTest, AnsweredAgainWithoutReadingUntilAProcessStarts)
