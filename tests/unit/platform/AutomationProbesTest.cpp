@@ -268,6 +268,15 @@ TEST(RunningAppsTest, AnsweredAgainWithoutReadingUntilAProcessStarts)
     EXPECT_EQ(ask(), kdenlive);
     QDir(proc.path() + "/4242").removeRecursively();
     EXPECT_EQ(ask(), QSet<QString>()) << "a young process may still change: read again";
+
+    // Exited but not yet reaped: the process found is looked at again, settled or not.
+    writeProcess(proc.path() + "/4242", "kdenlive", "/usr/bin/kdenlive", 60);
+    writeFile(proc.path() + "/loadavg", "0.00 0.00 0.00 1/90 4270\n");
+    EXPECT_EQ(ask(), kdenlive);
+    QByteArray stat = readFile(proc.path() + "/4242/stat");
+    writeFile(proc.path() + "/4242/stat", stat.replace(") S ", ") Z "));
+    writeFile(proc.path() + "/loadavg", "0.00 0.00 0.00 1/90 4280\n");
+    EXPECT_EQ(ask(), QSet<QString>());
 }
 
 // The first data dir wins even where its entry hides the app: a user's
