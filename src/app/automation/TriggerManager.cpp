@@ -52,8 +52,7 @@ TriggerManager::TriggerManager(Parts parts, QObject* parent)
     connect(&m_assertions, &SleepAssertions::stateChanged, this, &TriggerManager::updateActive);
     m_pollTimer.setInterval(pollIntervalMs);
     connect(&m_pollTimer, &QTimer::timeout, this, &TriggerManager::evaluate);
-    if (m_parts.startTimers)
-        m_pollTimer.start();
+    updatePolling();
 }
 
 TriggerManager::~TriggerManager() = default;
@@ -68,6 +67,7 @@ void TriggerManager::setAutomationEnabled(bool on)
     m_enabled = on;
     m_parts.settings->setFlag(Key::triggersEnabled, on);
     updateWatching();
+    updatePolling();
     emit rulesChanged();
     evaluate();
 }
@@ -97,6 +97,15 @@ void TriggerManager::updateWatching()
         m_parts.fullScreen->setWatching(m_enabled && m_fullScreen);
     if (m_parts.media)
         m_parts.media->setWatching(m_enabled && m_media);
+}
+
+// Switched off, nothing is left to look at: the app is not woken for it.
+void TriggerManager::updatePolling()
+{
+    if (m_parts.startTimers && m_enabled)
+        m_pollTimer.start();
+    else
+        m_pollTimer.stop();
 }
 
 bool TriggerManager::addExcluded(const QString& id)

@@ -175,6 +175,7 @@ private:
     static QString firstPlus(const QStringList& names);
     QString fullScreenReason();
     void updateWatching();
+    void updatePolling();
     void storeExcluded();
 
     void decide(const QSet<QString>& running);

@@ -167,7 +167,6 @@ TEST_F(TriggerManagerTest, PowerAndDisplayRulesFollowTheirProbes)
     EXPECT_EQ(triggers().activeReason(), "external display");
 
     supply->battery(60, true); // no signal: the 5-second poll finds it
-    EXPECT_EQ(triggers().pollTimer().interval(), 5000);
     triggers().evaluate();
     EXPECT_EQ(triggers().activeReason(), "on AC power, external display");
 
@@ -175,6 +174,24 @@ TEST_F(TriggerManagerTest, PowerAndDisplayRulesFollowTheirProbes)
     EXPECT_EQ(triggers().activeReason(), "on AC power");
     triggers().setKeepAwakeOnAC(false);
     EXPECT_FALSE(triggers().active());
+}
+
+// Off, automation wakes the app for nothing: its 5-second poll runs only while on.
+TEST_F(TriggerManagerTest, PollsEveryFiveSecondsOnlyWhileSwitchedOn)
+{
+    TriggerManager::Parts parts;
+    parts.assertions = backend;
+    parts.settings = &settings;
+    TriggerManager polled(std::move(parts));
+    EXPECT_FALSE(polled.pollTimer().isActive());
+    polled.setAutomationEnabled(true);
+    EXPECT_TRUE(polled.pollTimer().isActive());
+    EXPECT_EQ(polled.pollTimer().interval(), 5000);
+    polled.setAutomationEnabled(false);
+    EXPECT_FALSE(polled.pollTimer().isActive());
+    polled.setAutomationEnabled(true);
+    EXPECT_TRUE(TriggerManager(TriggerManager::Parts{backend, {}, {}, {}, {}, {}, &settings}).pollTimer().isActive())
+        << "switched on in the settings: polling from the start";
 }
 
 // Both rules are off until switched on, and watch only while they can hold;
