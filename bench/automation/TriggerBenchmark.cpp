@@ -1,7 +1,8 @@
 // What one evaluation of the automation rules costs, measured, never
 // asserted: the real TriggerManager over the real Linux probes, on a
 // generated /proc of 100, 300 and 3,000 processes and 200 desktop entries
-// (five listed apps, none running, so every process is looked at), and on
+// (five listed apps, none running, so every process is looked at; before
+// each evaluation one process ends and a new one starts), and on
 // this machine's own /proc and XDG data directories: the CPU time of the
 // whole evaluation (the /proc read runs on a worker thread) and the part of
 // it spent on the calling (GUI) thread. And what ten thousand desktop entries
@@ -26,6 +27,7 @@
 #include <QTemporaryDir>
 #include <cstdio>
 #include <ctime>
+#include <functional>
 #include <string_view>
 #include <vector>
 
@@ -64,24 +66,30 @@ void write(const QString& path, const QByteArray& bytes)
 
 // A desktop's worth of processes: shells, a browser's many, services in
 // their units, some in app scopes.
+void makeProcess(const QString& proc, int i)
+{
+    const QString pid = QString("%1/%2").arg(proc).arg(2000 + i);
+    const QByteArray program = QByteArray("/usr/bin/program") + QByteArray::number(i % 40);
+    write(pid + "/cmdline", program + '\0' + "--option" + '\0');
+    write(pid + "/comm", "program" + QByteArray::number(i % 40) + '\n');
+    write(pid + "/cgroup",
+        i % 3 == 0 ? "0::/user.slice/user-1000.slice/user@1000.service/app.slice/app-gnome-org.example.App"
+                + QByteArray::number(i) + "-" + QByteArray::number(9000 + i) + ".scope\n"
+                   : QByteArray("0::/user.slice/user-1000.slice/session-2.scope\n"));
+    QFile::link(QString::fromLatin1(program), pid + "/exe");
+    write(pid + "/stat",
+        QByteArray::number(2000 + i) + " (program" + QByteArray::number(i % 40)
+            + ") S 1 2 2 0 -1 4194560 100 0 0 0 1 1 0 0 20 0 1 0 " + QByteArray::number(500 + i)
+            + " 1000000 100 18446744073709551615\n");
+    // The kernel's last pid: this one.
+    write(proc + "/loadavg", "0.10 0.05 0.01 1/100 " + QByteArray::number(2000 + i) + '\n');
+}
+
 void makeProcesses(const QString& proc, int count)
 {
     write(proc + "/uptime", "100000.00 1000.00\n");
-    for (int i = 0; i < count; ++i) {
-        const QString pid = QString("%1/%2").arg(proc).arg(2000 + i);
-        const QByteArray program = QByteArray("/usr/bin/program") + QByteArray::number(i % 40);
-        write(pid + "/cmdline", program + '\0' + "--option" + '\0');
-        write(pid + "/comm", "program" + QByteArray::number(i % 40) + '\n');
-        write(pid + "/cgroup",
-            i % 3 == 0 ? "0::/user.slice/user-1000.slice/user@1000.service/app.slice/app-gnome-org.example.App"
-                    + QByteArray::number(i) + "-" + QByteArray::number(9000 + i) + ".scope\n"
-                       : QByteArray("0::/user.slice/user-1000.slice/session-2.scope\n"));
-        QFile::link(QString::fromLatin1(program), pid + "/exe");
-        write(pid + "/stat",
-            QByteArray::number(2000 + i) + " (program" + QByteArray::number(i % 40)
-                + ") S 1 2 2 0 -1 4194560 100 0 0 0 1 1 0 0 20 0 1 0 " + QByteArray::number(500 + i)
-                + " 1000000 100 18446744073709551615\n");
-    }
+    for (int i = 0; i < count; ++i)
+        makeProcess(proc, i);
 }
 
 void makeEntries(const QString& share, int count = kEntries)
@@ -124,7 +132,8 @@ void evaluateAndWait(app::TriggerManager& triggers, platform::RunningApps& apps)
     QObject::disconnect(counting);
 }
 
-Figures measure(platform::RunningApps& apps, int rounds)
+// started: called before each evaluation after the first, to start a process.
+Figures measure(platform::RunningApps& apps, int rounds, const std::function<void(int)>& started = {})
 {
     QTemporaryDir home;
     app::Settings settings(home.path() + "/Quillon.conf");
@@ -149,12 +158,15 @@ Figures measure(platform::RunningApps& apps, int rounds)
     evaluateAndWait(triggers, apps);
     Figures figures;
     figures.first = cpuMs() - before;
-    const double start = cpuMs();
-    const double guiStart = cpuMs(CLOCK_THREAD_CPUTIME_ID);
-    for (int i = 0; i < rounds; ++i)
+    for (int i = 0; i < rounds; ++i) {
+        if (started)
+            started(i);
+        const double start = cpuMs();
+        const double guiStart = cpuMs(CLOCK_THREAD_CPUTIME_ID);
         evaluateAndWait(triggers, apps);
-    figures.steady = (cpuMs() - start) / rounds;
-    figures.gui = (cpuMs(CLOCK_THREAD_CPUTIME_ID) - guiStart) / rounds;
+        figures.steady += (cpuMs() - start) / rounds;
+        figures.gui += (cpuMs(CLOCK_THREAD_CPUTIME_ID) - guiStart) / rounds;
+    }
     return figures;
 }
 
@@ -174,7 +186,11 @@ int main(int argc, char** argv)
         platform::linux_::LinuxRunningApps apps(
             {tree.path() + "/share"}, proc, QDBusConnection(QStringLiteral("none")));
         waitForReads(apps.index(), 1);
-        return measure(apps, times);
+        // Before each evaluation one process ends and another starts, so none is answered from the last.
+        return measure(apps, times, [&](int round) {
+            QDir(QString("%1/%2").arg(proc).arg(2000 + processes + round - 1)).removeRecursively();
+            makeProcess(proc, processes + round);
+        });
     };
     std::vector<std::pair<int, Figures>> generatedFigures;
     for (const int count : kProcessCounts)
@@ -205,7 +221,8 @@ int main(int argc, char** argv)
     const qsizetype processes = QDir("/proc").entryList({"[0-9]*"}, QDir::Dirs).size();
     const qsizetype entries = machine.index().entries().size();
 
-    std::printf("Automation: CPU time of one evaluate (AC and display rules on, 5 listed apps, none running)\n");
+    std::printf("Automation: CPU time of one evaluate (AC and display rules on, 5 listed apps, none running;\n"
+                "one process new before each)\n");
     for (const auto& [count, figures] : generatedFigures) {
         const QString what = QString("%1 processes, 200 desktop entries: ").arg(count);
         std::printf("  %-62s %8.3f ms\n", qPrintable(what + "first"), figures.first);
