@@ -98,10 +98,6 @@ TEST(DesktopEntryTest, AnApplicationEntryNamesTheProgramOrNothing)
     EXPECT_FALSE(DesktopEntry::parse(QByteArray("[Desktop Entry]\nType=Application\nName=A\nExec=a\0b\n", 44), "x"));
     const QByteArray longExec = "[Desktop Entry]\nType=Application\nName=A\nExec=" + QByteArray(5000, 'a') + "\n";
     EXPECT_FALSE(DesktopEntry::parse(longExec, "x"));
-
-    const auto hidden = DesktopEntry::parse("[Desktop Entry]\nType=Application\nName=A\nExec=a\nNoDisplay=true\n", "x");
-    ASSERT_TRUE(hidden);
-    EXPECT_FALSE(hidden->shown);
 }
 
 class RunningAppsFixture : public ::testing::Test {
