@@ -1,11 +1,15 @@
-// Which route holds each kind on each desktop, and that it counts only once
-// the desktop confirms it: Xfce (its power manager), wlroots compositors and
-// bare sessions (logind), a sandbox (the portal alone), and desktop services
-// that never confirm or never answer, which the real ones cannot be made to
-// be. The desktops are stand-ins (desktop_standin.py, inhibit_standin.py);
-// logind is the real one. The real desktops' own tests are KdeDesktopTest,
-// XfceDesktopTest, GnomeDesktopTest, MateDesktopTest and PortalDesktopTest.
+// Which route holds each kind where a desktop's service misbehaves in ways
+// the real ones cannot be made to (a power manager slow to confirm or never
+// confirming, a service or portal that never answers, no system bus), where
+// the portal holds requests of several owners, and where a screen saver
+// takes the display. Every owner's assertion is an inhibition of its own,
+// and letting go of one leaves the others in force. The services are
+// stand-ins (inhibit_standin.py); logind is the real one. The real desktops'
+// own tests are KdeDesktopTest, XfceDesktopTest, GnomeDesktopTest,
+// MateDesktopTest and PortalDesktopTest.
 #include "InhibitBusFixture.h"
+
+#include <QProcess>
 
 using namespace quillon::test;
 
@@ -13,12 +17,14 @@ namespace {
 
 using DesktopRoutesTest = InhibitBusFixture;
 
+const QString kdeAgent = "org.kde.Solid.PowerManagement.PolicyAgent";
+
 TEST_F(DesktopRoutesTest, APowerManagerLateToConfirmIsWaitedForAWhileOneThatNeverConfirmsIsLeft)
 {
     START_LOGIND();
     {
         // Applies it a third later than it should, as on a busy machine.
-        startDesktop("kde", "org.kde.Solid.PowerManagement", timing.kdeSettleMs * 1.33 / 1000);
+        startStandIn({"kde", QString::number(timing.kdeSettleMs * 1.33 / 1000)}, kdeAgent);
         SleepAssertions owner(backend);
         ASSERT_TRUE(owner.start(Kind::system));
         const auto state = settled(owner, Kind::system);
@@ -27,7 +33,7 @@ TEST_F(DesktopRoutesTest, APowerManagerLateToConfirmIsWaitedForAWhileOneThatNeve
         services.clear();
     }
     // Accepts everything and applies nothing within the wait.
-    startDesktop("kde", "org.kde.Solid.PowerManagement", 60);
+    startStandIn({"kde", "60"}, kdeAgent);
 
     SleepAssertions owner(backend);
     ASSERT_TRUE(owner.start(Kind::system));
@@ -38,12 +44,12 @@ TEST_F(DesktopRoutesTest, APowerManagerLateToConfirmIsWaitedForAWhileOneThatNeve
         return logindLocks().contains(LogindLock{"sleep:idle", "Quillon", systemReason, "block"});
     }));
     // Its unconfirmed inhibition was handed back, not left behind.
-    EXPECT_TRUE(waitUntil([&] { return held("org.kde.Solid.PowerManagement").isEmpty(); }));
+    EXPECT_TRUE(waitUntil([&] { return held(kdeAgent).isEmpty(); }));
 }
 
 TEST_F(DesktopRoutesTest, AHungServiceIsAskedWithoutWaitingAndEndsNotInForceWithTheReason)
 {
-    startStandIn("hung", "org.kde.Solid.PowerManagement.PolicyAgent");
+    startStandIn({"hung"}, kdeAgent);
     SleepAssertions owner(backend);
     ASSERT_TRUE(owner.start(Kind::display));
     // Back at once, still asking the hung service: nothing waited on it.
@@ -69,73 +75,103 @@ TEST_F(DesktopRoutesTest, WithoutASystemBusKeepAwakeEndsNotInForceAtOnce)
     EXPECT_TRUE(state.problem.contains("logind: no D-Bus connection to it")) << state.problem.toStdString();
 }
 
-TEST_F(DesktopRoutesTest, XfceHoldsBothKindsThroughItsPowerManager)
+// The permission store can strip every flag, and the portal then never
+// answers: not in force, with the reason, after the wait. (A backend that
+// refuses is the real portal's, in PortalDesktopTest.)
+TEST_F(DesktopRoutesTest, APortalThatNeverAnswersLeavesItNotInForce)
 {
-    START_LOGIND();
-    startDesktop("xfce", "org.freedesktop.PowerManagement");
-
-    SleepAssertions owner(backend);
-    ASSERT_TRUE(owner.start(Kind::system));
-    ASSERT_TRUE(owner.start(Kind::display));
-    EXPECT_EQ(settled(owner, Kind::system).through, "PowerManagement (Xfce)");
-    EXPECT_EQ(settled(owner, Kind::display).phase, Phase::inForce);
-    EXPECT_EQ(held("org.freedesktop.PowerManagement").size(), 2);
-
-    owner.stop(Kind::system);
-    EXPECT_TRUE(waitUntil([&] { return held("org.freedesktop.PowerManagement").size() == 1; }));
-    owner.stopAll();
-    EXPECT_TRUE(waitUntil([&] { return held("org.freedesktop.PowerManagement").isEmpty(); }));
-}
-
-TEST_F(DesktopRoutesTest, WithOnlyLogindTheDisplayIsAnIdleLockThatIdleDaemonsWatch)
-{
-    // wlroots compositors with swayidle, and bare sessions: logind alone.
-    START_LOGIND();
-    SleepAssertions owner(backend);
-    ASSERT_TRUE(owner.start(Kind::display));
-    EXPECT_EQ(settled(owner, Kind::display).through, "logind");
-    EXPECT_EQ(logindLocks(), QList<LogindLock>({{"idle", "Quillon", displayReason, "block"}}));
-    owner.stopAll();
-    EXPECT_TRUE(logindHolds(0));
-}
-
-TEST_F(DesktopRoutesTest, APortalReplyAloneProvesNothing)
-{
-    // The portal's backend refuses (GTK's outside GNOME): not in force, with the reason.
-    {
-        startStandIn("portal-refusing", "org.freedesktop.portal.Desktop");
-        SleepAssertions owner(backend);
-        ASSERT_TRUE(owner.start(Kind::system));
-        const auto state = settled(owner, Kind::system);
-        EXPECT_EQ(state.phase, Phase::failed);
-        EXPECT_TRUE(state.problem.contains("could not inhibit")) << state.problem.toStdString();
-        EXPECT_FALSE(owner.holding(Kind::system));
-        EXPECT_FALSE(owner.isHeld(Kind::system));
-        services.clear();
-    }
-    // The portal never answers (the permission store dropped it): the same, after the wait.
-    startStandIn("portal-silent", "org.freedesktop.portal.Desktop");
+    startStandIn({"portal-silent"}, "org.freedesktop.portal.Desktop");
     SleepAssertions owner(backend);
     ASSERT_TRUE(owner.start(Kind::display));
     EXPECT_EQ(owner.state(Kind::display).phase, Phase::confirming);
     const auto state = settled(owner, Kind::display);
     EXPECT_EQ(state.phase, Phase::failed);
     EXPECT_TRUE(state.problem.contains("never answered")) << state.problem.toStdString();
+    EXPECT_FALSE(owner.holding(Kind::display));
 }
 
-TEST_F(DesktopRoutesTest, OtherInhibitorsListEveryoneButUs)
+TEST_F(DesktopRoutesTest, WhereOnlyThePortalRunsEveryOwnerHoldsItsOwnRequestThere)
+{
+    startStandIn({"portal"}, "org.freedesktop.portal.Desktop");
+
+    SleepAssertions session(backend);
+    auto lid = std::make_unique<SleepAssertions>(backend);
+    ASSERT_TRUE(session.start(Kind::system));
+    ASSERT_TRUE(lid->start(Kind::system));
+    ASSERT_TRUE(lid->start(Kind::display));
+    EXPECT_TRUE(portalHolds({{4, systemReason}, {4, systemReason}, {8, displayReason}}));
+    // Its success says only that the backend was called: asked for, never shown in force.
+    const auto display = settled(*lid, Kind::display);
+    EXPECT_EQ(display.phase, SleepAssertions::KindState::Phase::confirming);
+    EXPECT_TRUE(display.problem.contains("cannot be asked whether it holds")) << display.problem.toStdString();
+    EXPECT_EQ(settled(session, Kind::system).through, "portal");
+
+    session.stop(Kind::system);
+    EXPECT_TRUE(portalHolds({{4, systemReason}, {8, displayReason}}));
+    lid.reset();
+    EXPECT_TRUE(portalHolds({}));
+}
+
+TEST_F(DesktopRoutesTest, WithoutAPortalSleepGoesToLogindAndTheDisplayToTheScreenSaver)
 {
     START_LOGIND();
-    startDesktop("xfce", "org.freedesktop.PowerManagement");
-    SleepAssertions owner(backend);
-    ASSERT_TRUE(owner.start(Kind::display));
-    const auto lid = backend->create(quillon::platform::PowerAssertionType::preventLidSleep, "lid");
-    ASSERT_TRUE(lid);
+    startStandIn({"screensaver"}, "org.freedesktop.ScreenSaver");
+
+    SleepAssertions session(backend);
+    SleepAssertions renderMode(backend);
+    ASSERT_TRUE(session.start(Kind::system));
+    ASSERT_TRUE(renderMode.start(Kind::network));
+    ASSERT_TRUE(renderMode.start(Kind::display));
+    const LogindLock systemLock{"sleep:idle", "Quillon", systemReason, "block"};
+    const LogindLock networkLock{"sleep:idle", "Quillon", "SleepTimer: keep network active", "block"};
     ASSERT_TRUE(logindHolds(2));
-    EXPECT_EQ(otherInhibitors().lines,
-        QStringList{
-            "xfce4-power-manager: xfce4-power-manager handles power events (handle-power-key:handle-lid-switch)"});
-    backend->release(*lid);
+    EXPECT_EQ(logindLocks(), sorted({systemLock, networkLock}));
+    // Each route is asked on its own: the screen saver's answer may come later.
+    EXPECT_TRUE(waitUntil([&] {
+        return held("org.freedesktop.ScreenSaver") == QList<Inhibition>{{8, displayReason}};
+    })) << held("org.freedesktop.ScreenSaver").size();
+
+    // A child started meanwhile must not inherit the lock's descriptor, or
+    // the lock would outlive its release for as long as the child runs.
+    QProcess child;
+    child.start("sleep", {"30"});
+    ASSERT_TRUE(child.waitForStarted());
+
+    renderMode.stop(Kind::network);
+    ASSERT_TRUE(logindHolds(1));
+    EXPECT_EQ(logindLocks(), QList<LogindLock>{systemLock});
+    renderMode.stopAll();
+    EXPECT_TRUE(waitUntil([&] { return held("org.freedesktop.ScreenSaver").isEmpty(); }));
+    EXPECT_EQ(logindLocks(), QList<LogindLock>{systemLock});
+    session.stopAll();
+    EXPECT_TRUE(logindHolds(0));
+    child.kill();
+    child.waitForFinished();
+}
+
+TEST_F(DesktopRoutesTest, WithNothingToAskEveryStartIsRefused)
+{
+    SleepAssertions owner(backend);
+    for (Kind kind : SleepAssertions::allKinds)
+        EXPECT_TRUE(owner.start(kind)) << "asked for: " << SleepAssertions::rawValue(kind).toStdString();
+    // Each kind ends off with the reason, not shown as held.
+    for (Kind kind : SleepAssertions::allKinds)
+        EXPECT_EQ(settled(owner, kind).phase, SleepAssertions::KindState::Phase::failed);
+    EXPECT_TRUE(owner.ids().empty());
+    EXPECT_TRUE(owner.state(Kind::display).problem.contains("nothing on this desktop"))
+        << owner.state(Kind::display).problem.toStdString();
+}
+
+TEST_F(DesktopRoutesTest, APortalThatWentAwayNeitherBreaksReleaseNorLaterStarts)
+{
+    auto& portal = startStandIn({"portal"}, "org.freedesktop.portal.Desktop");
+    SleepAssertions owner(backend);
+    ASSERT_TRUE(owner.start(Kind::system));
+    portal.stop();
+    owner.stop(Kind::system);
+    START_LOGIND();
+    ASSERT_TRUE(owner.start(Kind::system));
+    EXPECT_TRUE(logindHolds(1));
 }
 
 } // namespace

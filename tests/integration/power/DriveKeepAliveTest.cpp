@@ -80,7 +80,7 @@ TEST(DriveKeepAlive, TouchesAMountedVolumeOnScheduleAndWritesNothing)
 {
     TestVolume volume;
     const BlockReadCounter counter;
-    const bool hasCounter = volume.kind() == TestVolume::Kind::loopDevice;
+    const bool hasCounter = volume.onLoopDevice();
     RecordProperty("volume", hasCounter ? "ext4 on a loop device" : "a folder on /dev/shm (tmpfs)");
     // Looking the files up caches the folders; mount afresh so that the
     // touches meet a cold volume, as a drive that woke from standby would be.

@@ -1,22 +1,22 @@
 // Who acts on the lid, read from logind's locks: logind itself, or a desktop
 // power manager that keeps it: those are the real desktops' tests
 // (KdeDesktopTest, XfceDesktopTest, MateDesktopTest). logind is the real one.
-#include "LidOwnerFixture.h"
+#include "InhibitBusFixture.h"
 #include "platform/linux/LinuxLidSensor.h"
+
 #include "support/Files.h"
 
 #include <QFile>
 #include <QTimer>
 
 using namespace quillon::test;
-using quillon::platform::LidSwitchOwner;
 using quillon::platform::linux_::LinuxLidSensor;
 
 namespace {
 
-using LidOwnerTest = LidOwnerFixture;
+using LidOwnerTest = InhibitBusFixture;
 
-TEST_F(LidOwnerTest, WhereLogindOwnsTheLidTheAppsOwnLockIsListed)
+TEST_F(LidOwnerTest, WhereLogindOwnsTheLidTheAppsOwnLockIsListedAndNothingIsHandedOver)
 {
     // GNOME, wlroots compositors, bare sessions.
     START_LOGIND();
@@ -33,22 +33,18 @@ TEST_F(LidOwnerTest, WhereLogindOwnsTheLidTheAppsOwnLockIsListed)
     backend->release(*lock);
     EXPECT_TRUE(logindHolds(0));
 
-    // The lid as logind tells it, asked without waiting: the ACPI button
-    // answers until logind's reply is in.
-    ASSERT_TRUE(writeFile(state.filePath("proc/acpi/button/lid/LID0/state"), "state:      closed\n"));
-    LinuxLidSensor lid(systemBus.connection(), state.path());
-    EXPECT_EQ(lid.isClosed(), true);
-    EXPECT_TRUE(waitUntil([&] { return lid.isClosed() == false; }));
-}
-
-TEST_F(LidOwnerTest, WithoutXfconfTheHandOverFailsWithAReasonAndNothingToPutBack)
-{
-    START_LOGIND();
-    auto owner = makeOwner();
+    // Without xfconf the hand-over fails with the reason, and leaves nothing to put back.
     QString problem;
     EXPECT_FALSE(handOver(*owner, problem));
     EXPECT_TRUE(problem.contains("xfconf")) << problem.toStdString();
     EXPECT_FALSE(QFile::exists(marker));
+
+    // The lid as logind tells it, asked without waiting: the ACPI button
+    // answers until logind's reply is in.
+    ASSERT_TRUE(writeFile(stateDir.filePath("proc/acpi/button/lid/LID0/state"), "state:      closed\n"));
+    LinuxLidSensor lid(systemBus.connection(), stateDir.path());
+    EXPECT_EQ(lid.isClosed(), true);
+    EXPECT_TRUE(waitUntil([&] { return lid.isClosed() == false; }));
 }
 
 // logind and xfconf that take every call and never answer: asking who else
@@ -57,12 +53,10 @@ TEST_F(LidOwnerTest, WithoutXfconfTheHandOverFailsWithAReasonAndNothingToPutBack
 // GUI thread's timer, and each answer arrives after its bound, saying why.
 TEST_F(LidOwnerTest, HungServicesAreAskedWithoutWaitingAndAnswerWithTheReason)
 {
-    services.push_back(std::make_unique<BusService>(
-        QUILLON_PYTHON, QStringList{QUILLON_INHIBIT_STANDIN, "hung-logind"}, systemBus, "org.freedesktop.login1"));
-    ASSERT_TRUE(services.back()->started());
-    startStandIn("hung-xfconf", "org.xfce.Xfconf");
+    ASSERT_TRUE(startStandIn({"hung-logind"}, "org.freedesktop.login1", &systemBus).started());
+    startStandIn({"hung-xfconf"}, "org.xfce.Xfconf");
     auto owner = makeOwner();
-    LinuxLidSensor lidSensor(systemBus.connection(), state.path());
+    LinuxLidSensor lidSensor(systemBus.connection(), stateDir.path());
     int ticks = 0;
     QTimer gui;
     QObject::connect(&gui, &QTimer::timeout, [&] {

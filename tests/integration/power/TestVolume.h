@@ -20,11 +20,6 @@ namespace quillon::test {
 // update them, even under relatime.
 class TestVolume {
 public:
-    enum class Kind {
-        loopDevice,
-        existingTmpfs
-    };
-
     // How long a change of metadata (an access time, say) can take to reach
     // the loop volume's device: its journal commits every second.
     static constexpr int commitMs = 1000;
@@ -43,11 +38,12 @@ public:
     }
     ~TestVolume()
     {
-        if (kind() == Kind::loopDevice && !run("umount", {m_mountPoint}))
+        if (onLoopDevice() && !run("umount", {m_mountPoint}))
             run("umount", {"-l", m_mountPoint});
     }
 
-    Kind kind() const { return m_image.isEmpty() ? Kind::existingTmpfs : Kind::loopDevice; }
+    // Whether it is the ext4 image, not the tmpfs folder.
+    bool onLoopDevice() const { return !m_image.isEmpty(); }
     QString mountPoint() const { return m_mountPoint; }
     // The block device's numbers (major 0 for tmpfs).
     unsigned deviceMajor() const { return m_major; }

@@ -6,26 +6,27 @@ private bus. One service per process, chosen by the first argument:
                  each inhibition a request object closed through
                  org.freedesktop.portal.Request.Close; it answers each request
                  with Response 0 right after replying, as a working backend does
-  portal-refusing  the same, answering Response 2, as the GTK backend does
-                 outside GNOME for anything but idle
   portal-silent  the same, never answering, as when the permission store
                  strips every flag
   screensaver    org.freedesktop.ScreenSaver: Inhibit / UnInhibit (cookies)
-  gnome-session  org.gnome.SessionManager: Inhibit / Uninhibit (cookies),
-                 IsInhibited(flags), GetInhibitors, each inhibitor's
-                 GetAppId, GetReason and GetFlags
+  kde SECONDS    KDE's PowerDevil's PolicyAgent: AddInhibition,
+                 ReleaseInhibition, and ListInhibitions as (who, why) and
+                 HasInhibition, which both show an inhibition only once
+                 SECONDS have passed (5 in PowerDevil; a longer delay stands
+                 for one that never applies it)
   hung           KDE's PolicyAgent name, whose AddInhibition never answers,
                  as a service that hangs
   hung-logind    logind's name, whose ListInhibitors and property reads
                  never answer (to be started on the system bus)
-  hung-xfconf    Xfce's settings service, whose property calls never answer
+  hung-xfconf    Xfce's settings service, whose GetProperty never answers
   hung-quillon   the app's own name, whose ShowPanel never answers (a hung
                  first instance)
 
-org.quillon.Test.Inhibitions() at /org/quillon/Test lists the inhibitions in
-force as (flags, reason); the screen saver's are idle inhibitions (flags 8).
+org.quillon.Test.Inhibitions() at /org/quillon/Test lists the inhibitions
+taken as (flags, reason); the screen saver's are idle inhibitions (flags 8).
 """
 import sys
+import time
 
 import dbus
 import dbus.mainloop.glib
@@ -91,51 +92,33 @@ class ScreenSaver(dbus.service.Object):
         live.pop(int(cookie), None)
 
 
-class SessionInhibitor(dbus.service.Object):
-    IFACE = 'org.gnome.SessionManager.Inhibitor'
+class PolicyAgent(dbus.service.Object):
+    IFACE = 'org.kde.Solid.PowerManagement.PolicyAgent'
+    applied_at = {}  # cookie: (when it shows, who)
 
-    def __init__(self, bus, path, app_id, reason, flags):
-        super().__init__(bus, path)
-        self.app_id, self.reason, self.flags = app_id, reason, flags
-
-    @dbus.service.method(IFACE, out_signature='s')
-    def GetAppId(self):
-        return self.app_id
-
-    @dbus.service.method(IFACE, out_signature='s')
-    def GetReason(self):
-        return self.reason
-
-    @dbus.service.method(IFACE, out_signature='u')
-    def GetFlags(self):
-        return dbus.UInt32(self.flags)
-
-
-class GnomeSession(dbus.service.Object):
-    inhibitors = {}
-
-    @dbus.service.method('org.gnome.SessionManager', in_signature='susu', out_signature='u')
-    def Inhibit(self, app_id, toplevel_xid, reason, flags):
+    @dbus.service.method(IFACE, in_signature='uss', out_signature='u')
+    def AddInhibition(self, types, who, why):
         cookie = next(cookies)
-        live[cookie] = (int(flags), str(reason))
-        self.inhibitors[cookie] = SessionInhibitor(self.connection, '/org/gnome/SessionManager/Inhibitor%d' % cookie,
-                                                   str(app_id), str(reason), int(flags))
+        live[cookie] = (int(types), str(why))
+        self.applied_at[cookie] = (time.monotonic() + float(sys.argv[2]), str(who))
         return dbus.UInt32(cookie)
 
-    @dbus.service.method('org.gnome.SessionManager', in_signature='u')
-    def Uninhibit(self, cookie):
+    @dbus.service.method(IFACE, in_signature='u')
+    def ReleaseInhibition(self, cookie):
         live.pop(int(cookie), None)
-        gone = self.inhibitors.pop(int(cookie), None)
-        if gone:
-            gone.remove_from_connection()
+        self.applied_at.pop(int(cookie), None)
 
-    @dbus.service.method('org.gnome.SessionManager', out_signature='ao')
-    def GetInhibitors(self):
-        return dbus.Array([i.__dbus_object_path__ for i in self.inhibitors.values()], signature='o')
+    def applied(self):
+        now = time.monotonic()
+        return [(cookie, who) for cookie, (since, who) in self.applied_at.items() if since <= now]
 
-    @dbus.service.method('org.gnome.SessionManager', in_signature='u', out_signature='b')
-    def IsInhibited(self, flags):
-        return any(held & flags for held, _ in live.values())
+    @dbus.service.method(IFACE, out_signature='a(ss)')
+    def ListInhibitions(self):
+        return dbus.Array([(who, live[cookie][1]) for cookie, who in self.applied()], signature='(ss)')
+
+    @dbus.service.method(IFACE, in_signature='u', out_signature='b')
+    def HasInhibition(self, types):
+        return any(live[cookie][0] & types for cookie, _ in self.applied())
 
 
 class HungPolicyAgent(dbus.service.Object):
@@ -162,23 +145,11 @@ class HungXfconf(dbus.service.Object):
     def GetProperty(self, channel, prop, reply, error):
         pass  # never answers
 
-    @dbus.service.method('org.xfce.Xfconf', in_signature='ssv', async_callbacks=('reply', 'error'))
-    def SetProperty(self, channel, prop, value, reply, error):
-        pass
-
-    @dbus.service.method('org.xfce.Xfconf', in_signature='ssb', async_callbacks=('reply', 'error'))
-    def ResetProperty(self, channel, prop, recursive, reply, error):
-        pass
-
 
 class HungQuillon(dbus.service.Object):
     @dbus.service.method('org.quillon.Quillon', async_callbacks=('reply', 'error'))
     def ShowPanel(self, reply, error):
         pass  # never answers
-
-
-class RefusingPortal(Portal):
-    answer = 2
 
 
 class SilentPortal(Portal):
@@ -187,10 +158,9 @@ class SilentPortal(Portal):
 
 SERVICES = {
     'portal': ('org.freedesktop.portal.Desktop', '/org/freedesktop/portal/desktop', Portal),
-    'portal-refusing': ('org.freedesktop.portal.Desktop', '/org/freedesktop/portal/desktop', RefusingPortal),
     'portal-silent': ('org.freedesktop.portal.Desktop', '/org/freedesktop/portal/desktop', SilentPortal),
     'screensaver': ('org.freedesktop.ScreenSaver', '/org/freedesktop/ScreenSaver', ScreenSaver),
-    'gnome-session': ('org.gnome.SessionManager', '/org/gnome/SessionManager', GnomeSession),
+    'kde': ('org.kde.Solid.PowerManagement.PolicyAgent', '/org/kde/Solid/PowerManagement/PolicyAgent', PolicyAgent),
     'hung': ('org.kde.Solid.PowerManagement.PolicyAgent', '/org/kde/Solid/PowerManagement/PolicyAgent',
              HungPolicyAgent),
     'hung-logind': ('org.freedesktop.login1', '/org/freedesktop/login1', HungLogind),

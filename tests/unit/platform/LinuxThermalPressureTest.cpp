@@ -122,35 +122,28 @@ TEST_F(LiveTree, RisesAfterTwoSamplesFallsAfterTenSecondsAndNeverFlaps)
 
 TEST_F(LiveTree, ThrottleTimeSharesMapToLevelsAndResetsAreNone)
 {
-    LinuxThermalPressure pressure(tree.root(), false);
-    // 2 CPUs over 3 s: 6000 ms of CPU time. Each CPU's core and package counters both grow.
-    throttled(13, 340 + 100); // 400 ms of 6000: 6.7 %
-    pressure.sample(3);
-    throttled(14, 440 + 100);
-    pressure.sample(3);
-    EXPECT_EQ(pressure.level(), Level::serious);
-
-    LinuxThermalPressure fresh(tree.root(), false);
-    throttled(15, 540 + 1600); // 6400 ms of 6000
-    fresh.sample(3);
-    throttled(16, 2140 + 1600);
-    fresh.sample(3);
-    EXPECT_EQ(fresh.level(), Level::critical);
-
-    LinuxThermalPressure eventOnly(tree.root(), false);
-    throttled(17, 3740);
-    eventOnly.sample(3);
-    throttled(18, 3740);
-    eventOnly.sample(3);
-    EXPECT_EQ(eventOnly.level(), Level::fair);
-
-    // Counters going backwards (CPUs unplugged and back) are not throttling.
-    throttled(1000, 900000);
-    LinuxThermalPressure unplugged(tree.root(), false);
-    throttled(0, 0);
-    unplugged.sample(3);
-    unplugged.sample(3);
-    EXPECT_EQ(unplugged.level(), Level::nominal);
+    // 2 CPUs over 3 s: 6000 ms of CPU time. Each CPU's core and package
+    // counters both grow, and the counters run on from row to row.
+    const struct {
+        int count;
+        int timeMs;
+        int thenCount;
+        int thenTimeMs;
+        Level level;
+    } rows[] = {
+        {13, 340 + 100, 14, 440 + 100, Level::serious},     // 400 ms of 6000: 6.7 %
+        {15, 540 + 1600, 16, 2140 + 1600, Level::critical}, // 6400 ms of 6000
+        {17, 3740, 18, 3740, Level::fair},                  // throttle events without time
+        {0, 0, 0, 0, Level::nominal}, // counters going backwards (CPUs unplugged and back) are not throttling
+    };
+    for (const auto& row : rows) {
+        LinuxThermalPressure pressure(tree.root(), false);
+        throttled(row.count, row.timeMs);
+        pressure.sample(3);
+        throttled(row.thenCount, row.thenTimeMs);
+        pressure.sample(3);
+        EXPECT_EQ(pressure.level(), row.level) << row.count;
+    }
 }
 
 } // namespace
