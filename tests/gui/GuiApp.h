@@ -25,8 +25,13 @@ inline ::testing::AssertionResult startOnDisplay(
     return ::testing::AssertionFailure() << rig.log();
 }
 
-// The app's first visible window whose frame fits: our windows are told
-// apart by size (the tray icon small, the panel wide, the others fixed).
+// Our windows are told apart by size: the tray icon small, the panel wide,
+// the intro and the others fixed.
+constexpr int kIconMaxSide = 64;
+constexpr int kPanelMinWidth = 300;
+const QSize kIntroSize(560, 640);
+
+// The app's first visible window whose frame fits.
 inline std::optional<XDisplay::Window> appWindow(
     const XDisplay& display, const std::function<bool(const QRect&)>& fits)
 {

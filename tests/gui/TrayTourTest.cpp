@@ -16,15 +16,10 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QTest>
-#include <functional>
 #include <gtest/gtest.h>
 
 namespace quillon::test {
 namespace {
-
-// The tray icon is a small window of ours, the panel a wide one.
-constexpr int kIconMaxSide = 64;
-constexpr int kPanelMinWidth = 300;
 
 // The summaries dbusmock's notification daemon on this bus was sent, in order.
 QStringList notificationTitles(PrivateBus& bus)
@@ -68,6 +63,11 @@ protected:
         });
     }
     bool panelShown() const { return window(false).has_value(); }
+    // Render Mode's overlay covers the whole screen.
+    std::optional<XDisplay::Window> overlay() const
+    {
+        return appWindow(display, [](const QRect& frame) { return frame.width() >= 1280 && frame.height() >= 800; });
+    }
     // Once shown, a window takes a moment to draw its first frame.
     void letItDraw() const { QTest::qWait(500); }
 
@@ -81,10 +81,12 @@ protected:
         return panel ? display.grab(artifact(name), panel->id).copy(0, 0, panel->frame.width(), 80) : QImage();
     }
 
-    QJsonObject fans() const { return rig.status().value("fans").toObject(); }
+    // One section of `quillon ctl status`.
+    QJsonObject section(const char* name) const { return rig.status().value(QLatin1String(name)).toObject(); }
+    bool enabled(const char* name) const { return section(name).value("enabled").toBool(); }
     int fanSpeed(int index) const
     {
-        return fans().value("fans").toArray().at(index).toObject().value("currentRPM").toInt();
+        return section("fans").value("fans").toArray().at(index).toObject().value("currentRPM").toInt();
     }
 
     XDisplay display;
@@ -95,13 +97,16 @@ protected:
 TEST_F(TrayTourTest, IconPanelScriptingAndQuit)
 {
     ASSERT_TRUE(startApp());
-    // The icon appears in the tray; a new build opens its panel by itself once.
+    // The icon appears in the tray; a new build opens its panel by itself once
+    // (the demo's intro counts as completed).
     ASSERT_TRUE(waitUntil([&] { return window(true).has_value(); }, 15s)) << "no tray icon";
     EXPECT_EQ(rig.status().value("icon").toString(), "idle");
     ASSERT_TRUE(waitUntil([&] { return panelShown(); }, 5s)) << "the panel did not present itself";
     const XDisplay::Window icon = *window(true);
     const XDisplay::Window panel = *window(false);
     EXPECT_GE(panel.frame.top(), icon.frame.bottom()) << "the panel opens below the icon in a top tray";
+    EXPECT_FALSE(appWindow(display, [](const QRect& frame) { return frame.size() == kIntroSize; }))
+        << "no intro once this version's was completed";
     letItDraw();
     display.grab(artifact("1-panel-at-launch.png"));
 
@@ -131,7 +136,8 @@ TEST_F(TrayTourTest, IconPanelScriptingAndQuit)
     // Cooling at max: the helper holds the fans and the simulated fans speed up.
     const int before = fanSpeed(0);
     EXPECT_EQ(rig.ctl({"fans", "auto", "max"}).exitCode, 0);
-    EXPECT_TRUE(waitUntil([&] { return fans().value("boosted").toBool(); }, 5s)) << "the helper did not take the fans";
+    EXPECT_TRUE(waitUntil([&] { return section("fans").value("boosted").toBool(); }, 5s))
+        << "the helper did not take the fans";
     EXPECT_TRUE(waitUntil([&] { return fanSpeed(0) > before + 1000; }, 15s))
         << "fan 0 stayed at " << fanSpeed(0) << " rpm (from " << before << ")";
     display.grab(artifact("5-screen-fans.png"));
@@ -148,8 +154,9 @@ TEST_F(TrayTourTest, IconPanelScriptingAndQuit)
 // Render Mode from a script, with DaVinci Resolve played by the stand-in
 // module: the overlay covers the screen, the render finishing is announced,
 // and switching off hides the overlay, reports, and puts the closed lid and
-// drive keep-alive back as they were.
-TEST_F(TrayTourTest, RenderModeOverlayFinishAndReport)
+// drive keep-alive back as they were; the overlay's own Exit and Escape
+// switch it off too.
+TEST_F(TrayTourTest, RenderModeOverlayFinishReportAndExit)
 {
     const QString state = rig.home.filePath("resolve.json");
     const auto resolveIs = [&](bool rendering, int percent) {
@@ -168,31 +175,20 @@ TEST_F(TrayTourTest, RenderModeOverlayFinishAndReport)
     ASSERT_TRUE(notifications.started());
     ASSERT_TRUE(
         startApp({"QUILLON_RESOLVE_SCRIPT_API=" QUILLON_RESOLVE_STANDIN, "QUILLON_TEST_RESOLVE_STATE=" + state}));
-    const auto render = [&] {
-        return rig.status().value("render").toObject();
-    };
     const auto davinci = [&] {
-        return render().value("davinci").toObject();
-    };
-    const auto overlay = [&] {
-        const auto windows = display.visibleWindows("quillon");
-        return std::any_of(windows.begin(), windows.end(),
-            [](const XDisplay::Window& w) { return w.frame.width() >= 1280 && w.frame.height() >= 800; });
+        return section("render").value("davinci").toObject();
     };
     const auto notified = [&](const QString& title) {
         return notificationTitles(rig.bus).contains(title);
-    };
-    const auto enabled = [&](const char* section) {
-        return rig.status().value(QLatin1String(section)).toObject().value("enabled").toBool();
     };
     const bool lidBefore = enabled("lid");
     const bool drivesBefore = enabled("drives");
 
     EXPECT_EQ(rig.ctl({"render", "on"}).exitCode, 0);
     ASSERT_TRUE(waitUntil([&] { return davinci().value("percent").toInt() == 42; }, 30s))
-        << QJsonDocument(render()).toJson().toStdString();
+        << QJsonDocument(section("render")).toJson().toStdString();
     EXPECT_EQ(davinci().value("project"), "Trailer");
-    ASSERT_TRUE(waitUntil(overlay, 15s)) << "no overlay";
+    ASSERT_TRUE(waitUntil([&] { return overlay().has_value(); }, 15s)) << "no overlay";
     letItDraw();
     display.grab(artifact("6-render-overlay.png"));
     EXPECT_TRUE(enabled("lid"));
@@ -200,7 +196,7 @@ TEST_F(TrayTourTest, RenderModeOverlayFinishAndReport)
 
     resolveIs(false, 100);
     EXPECT_TRUE(waitUntil([&] { return notified("🎬 Render finished"); }, 30s));
-    EXPECT_TRUE(render().value("enabled").toBool()) << "a finished render leaves Render Mode on";
+    EXPECT_TRUE(enabled("render")) << "a finished render leaves Render Mode on";
 
     EXPECT_EQ(rig.ctl({"render", "off"}).exitCode, 0);
     EXPECT_TRUE(waitUntil([&] { return !overlay(); }, 15s)) << "the overlay stayed";
@@ -208,45 +204,23 @@ TEST_F(TrayTourTest, RenderModeOverlayFinishAndReport)
     EXPECT_EQ(enabled("lid"), lidBefore);
     EXPECT_EQ(enabled("drives"), drivesBefore);
     display.grab(artifact("7-render-off.png"));
-}
 
-// The overlay covers every screen, so its own controls are the user's way
-// out: a real click on Exit, then a real Escape, each switch Render Mode off
-// and take the overlay away, and the app lives on.
-TEST_F(TrayTourTest, TheOverlaysExitButtonAndEscapeLeaveRenderMode)
-{
-    ASSERT_TRUE(startApp());
-    const auto overlayWindow = [&]() -> std::optional<XDisplay::Window> {
-        for (const XDisplay::Window& w : display.visibleWindows("quillon")) {
-            if (w.frame.width() >= 1280 && w.frame.height() >= 800)
-                return w;
-        }
-        return std::nullopt;
-    };
-    const auto renderOn = [&] {
-        return rig.status().value("render").toObject().value("enabled").toBool();
-    };
-    // The button sits centred, 64 px above the bottom edge, about 40 px tall.
-    constexpr int kExitFromBottom = 64 + 20;
-    using Leave = std::function<void(const XDisplay::Window&)>;
-    const QList<std::pair<const char*, Leave>> ways{
-        {"Exit",
-            [&](const XDisplay::Window& w) {
-                display.click(w, QPoint(w.frame.width() / 2, w.frame.height() - kExitFromBottom));
-            }},
-        {"Escape",
-            [&](const XDisplay::Window& w) {
-                display.key(w, "Escape");
-            }},
-    };
-    for (const auto& [name, leave] : ways) {
-        ASSERT_EQ(rig.ctl({"render", "on"}).exitCode, 0) << name;
-        ASSERT_TRUE(waitUntil([&] { return overlayWindow().has_value(); }, 15s)) << name << ": no overlay";
+    // The overlay covers every screen, so its own controls are the user's way
+    // out: a real click on Exit, then a real Escape, each switch Render Mode
+    // off and take the overlay away, and the app lives on.
+    for (const bool click : {true, false}) {
+        const char* way = click ? "Exit" : "Escape";
+        ASSERT_EQ(rig.ctl({"render", "on"}).exitCode, 0) << way;
+        ASSERT_TRUE(waitUntil([&] { return overlay().has_value(); }, 15s)) << way << ": no overlay";
         letItDraw();
-        leave(*overlayWindow());
-        EXPECT_TRUE(waitUntil([&] { return !renderOn(); }, 10s)) << name << " left Render Mode on";
-        EXPECT_TRUE(waitUntil([&] { return !overlayWindow(); }, 10s)) << name << ": the overlay stayed";
-        ASSERT_TRUE(rig.app.running()) << name << " ended the app:\n" << rig.log();
+        const XDisplay::Window shown = *overlay();
+        if (click) // the button sits centred, 64 px above the bottom edge, about 40 px tall
+            display.click(shown, QPoint(shown.frame.width() / 2, shown.frame.height() - 64 - 20));
+        else
+            display.key(shown, "Escape");
+        EXPECT_TRUE(waitUntil([&] { return !enabled("render"); }, 10s)) << way << " left Render Mode on";
+        EXPECT_TRUE(waitUntil([&] { return !overlay(); }, 10s)) << way << ": the overlay stayed";
+        ASSERT_TRUE(rig.app.running()) << way << " ended the app:\n" << rig.log();
     }
 }
 

@@ -29,23 +29,6 @@ private:
     QTemporaryDir m_dir;
 };
 
-TEST_F(SettingsTest, MissingFileGivesEveryDefault)
-{
-    Settings settings(path());
-    EXPECT_EQ(settings.coolingMode(), "auto");
-    EXPECT_EQ(settings.coolingProfile(), "balanced");
-    EXPECT_EQ(settings.appLanguage(), "system");
-    EXPECT_EQ(settings.driveAliveIntervalS(), 60);
-    for (const char* on : {Key::heatAlerts, Key::lowBatteryAutoStop, Key::hotkeysEnabled})
-        EXPECT_TRUE(settings.flag(on)) << on;
-    for (const char* off : {Key::driveAliveEnabled, Key::triggersEnabled, Key::triggerOnAC, Key::triggerExtDisplay,
-             Key::showTempInMenuBar, Key::loginChoiceMade})
-        EXPECT_FALSE(settings.flag(off)) << off;
-    EXPECT_FALSE(settings.text(Key::lastLaunchedBuild).has_value());
-    EXPECT_FALSE(settings.text(Key::onboardingSeenVersion).has_value());
-    EXPECT_TRUE(settings.jsonArray(Key::driveAliveDrives).isEmpty());
-}
-
 TEST_F(SettingsTest, ValuesSurviveARestartAndAnnounceTheirKey)
 {
     {
@@ -69,32 +52,44 @@ TEST_F(SettingsTest, ValuesSurviveARestartAndAnnounceTheirKey)
     EXPECT_EQ(reopened.jsonArray(Key::triggerApps).at(0).toObject().value("bundleID").toString(), "org.blender");
 }
 
-// A file edited by hand or damaged: every odd value reads as its default.
-TEST_F(SettingsTest, WronglyTypedValuesReadAsDefaults)
+// No file, or one edited by hand or damaged: every value, odd ones
+// included, reads as its default.
+TEST_F(SettingsTest, MissingOrWronglyTypedValuesReadAsDefaults)
 {
-    writeFile("[General]\n"
-              "fan.coolingMode=turbo\n"
-              "fan.coolingProfile=Max\n"
-              "heatAlerts=1\n"
-              "lowBatteryAutoStop=no\n"
-              "hotkeysEnabled=\n"
-              "showTempInMenuBar=yes\n"
-              "drivealive.interval=-5\n"
-              "appLanguage=fr\n"
-              "lastLaunchedBuild=@Variant(\\0\\0\\0\\x2\\0\\0\\0\\x7)\n");
-    Settings settings(path());
-    EXPECT_EQ(settings.coolingMode(), "auto");
-    EXPECT_EQ(settings.coolingProfile(), "balanced");
-    EXPECT_TRUE(settings.flag(Key::heatAlerts));
-    EXPECT_TRUE(settings.flag(Key::lowBatteryAutoStop));
-    EXPECT_TRUE(settings.flag(Key::hotkeysEnabled));
-    EXPECT_FALSE(settings.flag(Key::showTempInMenuBar));
-    EXPECT_EQ(settings.driveAliveIntervalS(), 60);
-    EXPECT_EQ(settings.appLanguage(), "system");
-    EXPECT_FALSE(settings.text(Key::lastLaunchedBuild).has_value());
-
-    writeFile("[General]\ndrivealive.interval=ninety\n");
-    EXPECT_EQ(Settings(path()).driveAliveIntervalS(), 60);
+    const QByteArray files[] = {
+        {},
+        "[General]\n"
+        "fan.coolingMode=turbo\n"
+        "fan.coolingProfile=Max\n"
+        "heatAlerts=1\n"
+        "lowBatteryAutoStop=no\n"
+        "hotkeysEnabled=\n"
+        "showTempInMenuBar=yes\n"
+        "trig.enabled=1\n"
+        "loginChoiceMade=on\n"
+        "drivealive.interval=-5\n"
+        "appLanguage=fr\n"
+        "lastLaunchedBuild=@Variant(\\0\\0\\0\\x2\\0\\0\\0\\x7)\n",
+        "[General]\ndrivealive.interval=ninety\n",
+    };
+    for (const QByteArray& ini : files) {
+        SCOPED_TRACE(ini.toStdString());
+        if (!ini.isEmpty())
+            writeFile(ini);
+        Settings settings(path());
+        EXPECT_EQ(settings.coolingMode(), "auto");
+        EXPECT_EQ(settings.coolingProfile(), "balanced");
+        EXPECT_EQ(settings.appLanguage(), "system");
+        EXPECT_EQ(settings.driveAliveIntervalS(), 60);
+        for (const char* on : {Key::heatAlerts, Key::lowBatteryAutoStop, Key::hotkeysEnabled})
+            EXPECT_TRUE(settings.flag(on)) << on;
+        for (const char* off : {Key::driveAliveEnabled, Key::triggersEnabled, Key::triggerOnAC, Key::triggerExtDisplay,
+                 Key::showTempInMenuBar, Key::loginChoiceMade})
+            EXPECT_FALSE(settings.flag(off)) << off;
+        EXPECT_FALSE(settings.text(Key::lastLaunchedBuild).has_value());
+        EXPECT_FALSE(settings.text(Key::onboardingSeenVersion).has_value());
+        EXPECT_TRUE(settings.jsonArray(Key::driveAliveDrives).isEmpty());
+    }
 }
 
 TEST_F(SettingsTest, UnreadableListIsKeptAsideNotLost)

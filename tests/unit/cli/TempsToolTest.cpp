@@ -21,6 +21,16 @@ protected:
         auto ctx = context();
         return TempsTool::run(ctx);
     }
+    // A run on a simulated Mac with these sensors and fans, held at dieC when given.
+    int runOn(SimulatedMac::Config config, std::optional<double> dieC = std::nullopt)
+    {
+        quillon::test::SimRig mac(config);
+        if (dieC)
+            mac.mac->holdDieTemperature(*dieC);
+        quillon::test::FakePacer macPacer(mac);
+        quillon::cli::ToolContext ctx{mac.smc, out, macPacer, false, "quillon"};
+        return TempsTool::run(ctx);
+    }
 };
 
 TEST_F(TempsToolTest, ListsExactlyTheSafetySensorsWithTheirGroups)
@@ -47,11 +57,7 @@ TEST_F(TempsToolTest, HottestLineCarriesTheCurvesDemand)
     config.fans = {{1200, 5700}};
     config.sensors
         = {{"Tp01", SmcType::flt, 1.0, 0.0}, {"Tg05", SmcType::flt, 1.0, 0.0}, {"Te05", SmcType::flt, 1.0, -3.0}};
-    quillon::test::SimRig hot(config);
-    hot.mac->holdDieTemperature(83.5);
-    quillon::test::FakePacer hotPacer(hot);
-    quillon::cli::ToolContext ctx{hot.smc, out, hotPacer, false, "quillon"};
-    ASSERT_EQ(TempsTool::run(ctx), ExitStatus::ok);
+    ASSERT_EQ(runOn(config, 83.5), ExitStatus::ok);
     // Two sensors tie; the first in key order (Tg05 before Tp01) stays the hottest.
     EXPECT_TRUE(printed("→ Heißester Safety-Sensor: Tg05 = 83.5°C → Kurve fordert 50%, kritisch=nein\n")) << output();
 }
@@ -77,10 +83,7 @@ TEST_F(TempsToolTest, ImplausibleReadingsAreNotSafetySensors)
     config.fans = {};
     config.sensors = {{"Tp01", SmcType::flt, 0.0, 5.0 - ambient}, {"Tp05", SmcType::flt, 0.0, 128.0 - ambient},
         {"Tp09", SmcType::flt, 0.0, 48.0 - ambient}};
-    quillon::test::SimRig odd(config);
-    quillon::test::FakePacer oddPacer(odd);
-    quillon::cli::ToolContext ctx{odd.smc, out, oddPacer, false, "quillon"};
-    ASSERT_EQ(TempsTool::run(ctx), ExitStatus::ok);
+    ASSERT_EQ(runOn(config), ExitStatus::ok);
     EXPECT_FALSE(printed("Tp01")) << output();   // exactly 5 °C
     EXPECT_FALSE(printed("Tp05  ")) << output(); // 128 °C
     EXPECT_TRUE(printed("  Tp09   48.0°C   [CPU]\n")) << output();

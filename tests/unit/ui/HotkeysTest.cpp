@@ -3,13 +3,9 @@
 // delivery has returned; unknown ids and presses without a handler do nothing.
 #include "ui/Hotkeys.h"
 
-#include "app/Settings.h"
-
 #include "support/FakeGlobalShortcuts.h"
 
 #include <QCoreApplication>
-#include <QFile>
-#include <QTemporaryDir>
 #include <QTest>
 #include <QThread>
 #include <gtest/gtest.h>
@@ -83,43 +79,6 @@ TEST(Hotkeys, DeliversEachActionLaterOnTheMainThreadAndNothingWithoutAHandlerOrO
     hotkeys.setEnabled(false); // a press still queued when switched off is dropped
     settle();
     EXPECT_EQ(got.size(), 2);
-}
-
-// "hotkeysEnabled": on when absent or unreadable, and a change of the key
-// (the settings window's switch) takes effect at once.
-TEST(Hotkeys, FollowTheSettingLive)
-{
-    using quillon::app::Settings;
-    QTemporaryDir dir;
-    {
-        QFile file(dir.filePath("garbled.ini"));
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write("[General]\nhotkeysEnabled=maybe\n");
-    }
-    for (const char* name : {"absent.ini", "garbled.ini"}) {
-        Settings settings(dir.filePath(name));
-        FakeShortcuts platform;
-        Hotkeys hotkeys(platform);
-        hotkeys.followSetting(settings);
-        EXPECT_TRUE(hotkeys.installed()) << name;
-    }
-
-    Settings settings(dir.filePath("live.ini"));
-    settings.setFlag(Settings::Key::hotkeysEnabled, false);
-    FakeShortcuts platform;
-    Hotkeys hotkeys(platform);
-    hotkeys.followSetting(settings);
-    EXPECT_FALSE(hotkeys.installed());
-    EXPECT_EQ(platform.registrations, 0);
-    settings.setFlag(Settings::Key::hotkeysEnabled, true);
-    EXPECT_TRUE(hotkeys.installed());
-    EXPECT_EQ(platform.registrations, 1);
-    settings.setFlag(Settings::Key::showTempInMenuBar, true); // another key: nothing
-    settings.setFlag(Settings::Key::hotkeysEnabled, true);
-    EXPECT_EQ(platform.registrations, 1);
-    settings.setFlag(Settings::Key::hotkeysEnabled, false);
-    EXPECT_FALSE(hotkeys.installed());
-    EXPECT_EQ(platform.unregistrations, 1);
 }
 
 } // namespace

@@ -7,6 +7,7 @@
 #include "ui/onboarding/OnboardingPages.h"
 
 #include "support/QStringPrinter.h"
+#include "support/QuickItems.h"
 
 #include <QElapsedTimer>
 #include <QGuiApplication>
@@ -29,15 +30,12 @@ protected:
     void TearDown() override { app::Translations::apply(false); }
 
     QQuickItem* root() const { return controller.view() ? controller.view()->rootObject() : nullptr; }
+    // The shown item of that name (each page has its own title).
     QQuickItem* item(const QString& name) const
     {
-        QList<QQuickItem*> pending{root()};
-        while (!pending.isEmpty()) {
-            QQuickItem* it = pending.takeFirst();
-            if (it && it->objectName() == name && it->isVisible())
+        for (QQuickItem* it : controller.view() ? QuickItems(*controller.view()).all(name) : QList<QQuickItem*>{}) {
+            if (it->isVisible())
                 return it;
-            if (it)
-                pending.append(it->childItems());
         }
         return nullptr;
     }
@@ -86,7 +84,6 @@ TEST_F(OnboardingTest, ShowsUntilThisVersionsIntroIsCompletedAndOnlyOnce)
     EXPECT_TRUE(controller.showIfFirstLaunch());
     ASSERT_TRUE(controller.isOpen());
     EXPECT_TRUE(controller.view()->isVisible());
-    EXPECT_EQ(controller.view()->size(), QSize(560, 640));
     EXPECT_EQ(controller.view()->title(), "Willkommen bei Quillon");
     controller.close();
     EXPECT_FALSE(controller.isOpen());
@@ -114,13 +111,29 @@ TEST_F(OnboardingTest, ShowsUntilThisVersionsIntroIsCompletedAndOnlyOnce)
     EXPECT_EQ(windows(), 1);
 }
 
-// Right and Return go forward, Left back (not before the first page); the
-// forward button becomes "Let's go!" on the last page, where it completes
-// the intro: the version is recorded, the window closes, and the panel's
-// opener runs 0.35 s later.
-TEST_F(OnboardingTest, CompletingRecordsTheVersionAndOpensThePanelAfterwards)
+// Escape or the close button closes early: nothing recorded, no panel, and
+// the intro comes back next time, from its first page. Right and Return go
+// forward, Left back (not before the first page); the forward button becomes
+// "Let's go!" on the last page, where it completes the intro: the version is
+// recorded, the window closes, and the panel's opener runs 0.35 s later.
+TEST_F(OnboardingTest, OnlyCompletingRecordsTheVersionAndOpensThePanelAfterwards)
 {
     controller.setOnFinished([this] { ++finished; });
+    settings.setText(Settings::Key::onboardingSeenVersion, "1.4.0");
+    ASSERT_TRUE(controller.showIfFirstLaunch());
+    key(Qt::Key_Right);
+    key(Qt::Key_Escape);
+    EXPECT_FALSE(controller.isOpen());
+    QTest::qWait(600);
+    controller.show();
+    EXPECT_FALSE(controller.completedThisRun());
+    ASSERT_TRUE(controller.isOpen());
+    EXPECT_EQ(page(), 0);
+    QMetaObject::invokeMethod(item("closeButton"), "clicked");
+    QTest::qWait(500);
+    EXPECT_FALSE(controller.isOpen());
+    EXPECT_EQ(finished, 0);
+
     controller.show();
     ASSERT_NE(root(), nullptr);
     key(Qt::Key_Left);
@@ -136,7 +149,7 @@ TEST_F(OnboardingTest, CompletingRecordsTheVersionAndOpensThePanelAfterwards)
     EXPECT_TRUE(QTest::qWaitFor([&] { return titleOpacity() == 1.0; }, 2000))
         << "the page slid in but is not drawn: " << titleOpacity();
     EXPECT_EQ(item("nextButton")->property("text").toString(), "Let's go!");
-    EXPECT_FALSE(seen());
+    EXPECT_EQ(seen(), "1.4.0");
 
     QElapsedTimer clock;
     clock.start();
@@ -175,29 +188,6 @@ TEST_F(OnboardingTest, PagesSlideInTheDirectionOfTravel)
     EXPECT_EQ(page(), 0);
 }
 
-// Escape (or the close button) closes early: nothing recorded, no panel, and
-// the intro comes back next time, from its first page.
-TEST_F(OnboardingTest, ClosingEarlyRecordsNothing)
-{
-    controller.setOnFinished([this] { ++finished; });
-    settings.setText(Settings::Key::onboardingSeenVersion, "1.4.0");
-    ASSERT_TRUE(controller.showIfFirstLaunch());
-    key(Qt::Key_Right);
-    key(Qt::Key_Escape);
-    EXPECT_FALSE(controller.isOpen());
-    QTest::qWait(600);
-    controller.show();
-    EXPECT_EQ(finished, 0);
-    EXPECT_EQ(seen(), "1.4.0");
-    EXPECT_FALSE(controller.completedThisRun());
-    ASSERT_TRUE(controller.isOpen());
-    EXPECT_EQ(page(), 0);
-    QMetaObject::invokeMethod(item("closeButton"), "clicked");
-    QTest::qWait(500);
-    EXPECT_FALSE(controller.isOpen());
-    EXPECT_EQ(finished, 0);
-}
-
 // The pages in their order, in English and German; a change of language
 // reaches the open window's page and buttons.
 TEST_F(OnboardingTest, PagesSpeakTheAppsLanguage)
@@ -206,20 +196,13 @@ TEST_F(OnboardingTest, PagesSpeakTheAppsLanguage)
         "Smart Cooling", "Thinks along\nwith you", "Up in your\nmenu bar"};
     const QStringList german{"Willkommen bei\nQuillon", "Zugeklappt\nweiterarbeiten", "Wach bleiben,\nwenn du's brauchst",
         "Smart Cooling", "Denkt für\ndich mit", "Oben in deiner\nMenüleiste"};
-    const QStringList emoji{"🎛️", "💻", "☀️", "🌀", "🤖", "📊"};
     const auto titles = [] {
         QStringList all;
         for (const ui::OnboardingPage& page : ui::OnboardingPages::build())
             all.append(page.title);
         return all;
     };
-    const auto pages = ui::OnboardingPages::build();
-    ASSERT_EQ(pages.size(), 6);
-    for (int i = 0; i < 6; ++i)
-        EXPECT_EQ(pages[i].emoji, emoji[i]) << i;
-    EXPECT_NE(pages[2].accent, pages[0].accent) << "page 3 is yellow, page 1 blue";
     EXPECT_EQ(titles(), english);
-    EXPECT_TRUE(pages[0].body.startsWith("Your Mac, your rules.\nStay awake — even with the lid closed —\n"));
 
     controller.show();
     ASSERT_NE(root(), nullptr);
@@ -229,11 +212,7 @@ TEST_F(OnboardingTest, PagesSpeakTheAppsLanguage)
     EXPECT_EQ(titles(), german);
     EXPECT_EQ(shownTitle(), german[0]);
     EXPECT_EQ(item("nextButton")->property("text").toString(), "Weiter");
-    const auto de = ui::OnboardingPages::build();
-    EXPECT_EQ(de[4].body,
-        "Automatik: „Solange Final Cut läuft,\nbleib wach und kühl auf Max.“ Quillon\nreagiert von selbst — auch am "
-        "Netzteil\noder bei externem Bildschirm.\n\nUnd 💾 Laufwerke wach hält externe\nPlatten gemountet — perfekt "
-        "für die\nNacht mit geschlossenem Deckel.");
+    EXPECT_TRUE(ui::OnboardingPages::build()[4].body.startsWith("Automatik: „Solange Final Cut läuft,"));
     for (int i = 0; i < 5; ++i)
         key(Qt::Key_Right);
     EXPECT_EQ(item("nextButton")->property("text").toString(), "Los geht's!");

@@ -26,7 +26,6 @@
 #include <QQmlEngine>
 #include <QQuickItem>
 #include <QQuickView>
-#include <QTemporaryDir>
 
 namespace quillon::test {
 namespace {
@@ -58,8 +57,15 @@ protected:
         view.engine()->retranslate();
     }
 
-    QList<QQuickItem*> items(const QString& name) const { return quick.all(name); }
     QQuickItem* item(const QString& name) const { return quick.item(name); }
+    // The item's text in English and in German; English again afterwards.
+    void saysInBoth(const char* name, const char* english, const char* german)
+    {
+        EXPECT_EQ(text(name), QString::fromUtf8(english));
+        speak("de");
+        EXPECT_EQ(text(name), QString::fromUtf8(german));
+        speak("en");
+    }
     QString text(const QString& name) const { return quick.text(name); }
     QStringList texts(const QString& name) const { return quick.texts(name); }
     bool shown(const QString& name) const { return quick.shown(name); }
@@ -315,38 +321,33 @@ TEST_F(PanelComponentTest, TheCustomPickerStartsASessionUntilItsEnd)
 // boost spinning up, and the helper's heat protection taking over.
 TEST_F(PanelComponentTest, FanStatusFollowsTheFanController)
 {
-    const auto both = [&](const char* english, const char* german) {
-        EXPECT_EQ(text("fansSummary"), QString::fromUtf8(english));
-        speak("de");
-        EXPECT_EQ(text("fansSummary"), QString::fromUtf8(german));
-        speak("en");
-    };
-    both("Off — the Mac runs its fans itself", "Aus — der Mac regelt seine Lüfter selbst");
+    saysInBoth("fansSummary", "Off — the Mac runs its fans itself", "Aus — der Mac regelt seine Lüfter selbst");
 
     fan().setCoolingProfile(core::CoolingProfile::Kind::silent);
     fan().setFansEnabled(true);
     helperReports({{"cpuTemp", 60.0}}); // silent stays quiet below 62 °C
-    both("Watching — quiet until it warms up", "Beobachtet — leise, bis es warm wird");
+    saysInBoth("fansSummary", "Watching — quiet until it warms up", "Beobachtet — leise, bis es warm wird");
 
     fan().setCoolingProfile(core::CoolingProfile::Kind::balanced); // 60 °C: a floor of 20 %
     link.deliver();
-    both("Fans spinning up …", "Lüfter drehen hoch …");
+    saysInBoth("fansSummary", "Fans spinning up …", "Lüfter drehen hoch …");
     const QVariantMap fanAtTarget{
         {"index", 0}, {"currentRPM", 2100}, {"minRPM", 1200}, {"maxRPM", 5700}, {"targetRPM", 2100}};
     helperReports({{"fans", QVariantList{fanAtTarget}}});
-    both("Active · floor 20 %", "Aktiv · Untergrenze 20 %");
+    saysInBoth("fansSummary", "Active · floor 20 %", "Aktiv · Untergrenze 20 %");
     EXPECT_EQ(texts("statusLine"), QStringList{"Fan control · Active · floor 20 %"});
 
     fan().setCoolingMode(app::CoolingMode::manual);
-    both("Fans spinning up …", "Lüfter drehen hoch …");
+    saysInBoth("fansSummary", "Fans spinning up …", "Lüfter drehen hoch …");
     EXPECT_EQ(text("boostCountdown"), "Boost ends in 10:00");
     clock.advance(6);
     fan().pollTick();
-    both("Fans starting any moment …", "Lüfter starten jeden Moment …");
+    saysInBoth("fansSummary", "Fans starting any moment …", "Lüfter starten jeden Moment …");
     EXPECT_EQ(text("boostCountdown"), "Boost ends in 9:54");
 
     helperReports({{"thermalOverride", true}, {"effectivePercent", 80.0}});
-    both("Mac takes over — fans at 80% due to heat", "Mac übernimmt — Lüfter wegen Hitze auf 80 %");
+    saysInBoth(
+        "fansSummary", "Mac takes over — fans at 80% due to heat", "Mac übernimmt — Lüfter wegen Hitze auf 80 %");
 
     // A helper that can drive no fan: the reason, and no switch that cannot work.
     helperReports({{"fanControlUnavailable", "fan_control is off"}});
@@ -406,6 +407,7 @@ TEST_F(PanelHelperBanner, InstallsOnceAtATimeAndGoesAfterSuccess)
     EXPECT_FALSE(shown("helperAction"));
 }
 
+// An installed helper that differs from the one this build brings.
 class PanelUpdateBanner : public PanelComponentTest {
 protected:
     void SetUp() override
@@ -416,15 +418,12 @@ protected:
         ASSERT_TRUE(writeFile(installedHelper, "helper 1"));
         PanelComponentTest::SetUp();
     }
-    QTemporaryDir dir;
 };
 
 TEST_F(PanelUpdateBanner, AStaleHelperIsOfferedAnUpdate)
 {
     EXPECT_EQ(text("helperLine"), "This version of Quillon comes with a newer fan helper.");
-    EXPECT_EQ(text("helperAction"), "Update");
-    speak("de");
-    EXPECT_EQ(text("helperAction"), "Aktualisieren");
+    saysInBoth("helperAction", "Update", "Aktualisieren");
 }
 
 TEST_F(PanelComponentTest, ProfilesAndTheirBlurbs)
@@ -443,11 +442,9 @@ TEST_F(PanelComponentTest, ProfilesAndTheirBlurbs)
     };
     for (const auto& profile : profiles) {
         fan().setCoolingProfile(profile.kind);
-        speak("en");
-        EXPECT_EQ(text("profileBlurb"), QString::fromUtf8(profile.english));
-        speak("de");
-        EXPECT_EQ(text("profileBlurb"), QString::fromUtf8(profile.german));
+        saysInBoth("profileBlurb", profile.english, profile.german);
     }
+    speak("de");
     QStringList names;
     for (const QVariant& entry : views->fan().profiles())
         names.append(entry.toMap().value("label").toString());
@@ -476,12 +473,9 @@ TEST_F(PanelComponentTest, TheThrottleBadgeNamesThePressure)
     };
     for (const auto& l : levels) {
         thermal.set(l.level);
-        speak("en");
         EXPECT_TRUE(shown("badge"));
-        EXPECT_EQ(text("badgeText"), QString::fromUtf8(l.english));
         EXPECT_EQ(item("badge")->property("color").value<QColor>(), l.color);
-        speak("de");
-        EXPECT_EQ(text("badgeText"), QString::fromUtf8(l.german));
+        saysInBoth("badgeText", l.english, l.german);
     }
     thermal.set(Level::nominal);
     EXPECT_FALSE(shown("badge"));
@@ -506,11 +500,8 @@ TEST_F(PanelComponentTest, TheBatteryHintSaysWhereThePowerGoes)
         supply->battery(42, c.onAC);
         supply->reading.millivolts = 11000;
         supply->reading.milliamperes = c.milliamperes;
-        speak("en");
         views->state().refreshPower();
-        EXPECT_EQ(text("batteryHint"), QString::fromUtf8(c.english));
-        speak("de");
-        EXPECT_EQ(text("batteryHint"), QString::fromUtf8(c.german));
+        saysInBoth("batteryHint", c.english, c.german);
     }
     EXPECT_TRUE(shown("batteryHint"));
 }
