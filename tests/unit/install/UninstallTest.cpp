@@ -131,7 +131,7 @@ TEST_F(Uninstall, OnlyATrustedManifestAndOnlyBelowItsPrefix)
     ASSERT_TRUE(writeFile(prefix + "/libexec/quillon/quillon-helper", "helper"));
     ASSERT_TRUE(writeFile(manifest,
         (outside + "\n" + app + "\n" + prefix + "/../etc/precious\n" + prefix + "/libexec/quillon/quillon-helper\n"
-            + "relative/path\n" + app + "\n")
+            + "relative/path\n" + prefix + "x/bin/quillon\n" + app + "\n")
             .toUtf8()));
     const auto noPackage = [](const QString&) {
         return QString();
