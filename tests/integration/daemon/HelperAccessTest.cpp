@@ -4,7 +4,6 @@
 #include <cmath>
 #include <gtest/gtest.h>
 #include <iostream>
-#include <limits>
 #include <unistd.h>
 
 using namespace quillon::test;
@@ -12,21 +11,6 @@ using namespace quillon::test;
 namespace {
 
 const QString kMethod = "org.quillon.Quillon.smchelper.";
-
-TEST(HelperAccess, NonFiniteFloorsAreRefusedAndChangeNothing)
-{
-    HelperRig rig;
-    ASSERT_TRUE(rig.startHelper());
-    ASSERT_TRUE(answerOf(rig.client->SetFanFloor(40)).ok);
-    for (const double floor :
-        {std::nan(""), std::numeric_limits<double>::infinity(), -std::numeric_limits<double>::infinity()}) {
-        const Answer answer = answerOf(rig.client->SetFanFloor(floor));
-        EXPECT_FALSE(answer.ok);
-        EXPECT_EQ(answer.text, "refused: the fan floor must be a finite percentage");
-    }
-    EXPECT_EQ(statusOf(*rig.client).value("floorPercent").toDouble(), 40.0);
-    EXPECT_EQ(rig.target(0), 3000);
-}
 
 TEST(HelperAccess, OffTheSystemBusOtherUsersMayLookButNotTouch)
 {

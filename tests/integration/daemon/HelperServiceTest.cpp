@@ -2,8 +2,10 @@
 
 #include <QElapsedTimer>
 #include <QThread>
+#include <cmath>
 #include <gtest/gtest.h>
 #include <iostream>
+#include <limits>
 
 using namespace quillon::test;
 
@@ -27,6 +29,9 @@ TEST(HelperService, FloorBoostsBothFansStatusShowsItStopHandsThemBack)
     EXPECT_EQ(rig.smc.readU8("Ftst") + rig.mode(0) + rig.mode(1), 3);
     EXPECT_EQ(rig.target(0), 3000);
     EXPECT_EQ(rig.target(1), 3260);
+    for (const double bad :
+        {std::nan(""), std::numeric_limits<double>::infinity(), -std::numeric_limits<double>::infinity()})
+        EXPECT_EQ(answerOf(rig.client->SetFanFloor(bad)).text, "refused: the fan floor must be a finite percentage");
 
     const QVariantMap status = statusOf(*rig.client);
     EXPECT_TRUE(status.value("isBoosted").toBool());

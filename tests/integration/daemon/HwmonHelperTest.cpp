@@ -6,6 +6,7 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <csignal>
+#include <functional>
 #include <gtest/gtest.h>
 
 using namespace quillon::test;
@@ -60,6 +61,15 @@ struct HwmonHelper {
     }
     QByteArray held() const { return QByteArray(machine.fans, '1'); }
     void setCpu(const QByteArray& milliCelsius) const { tree.set(machine.cpuTemperature, milliCelsius); }
+    // logind announces a suspend, asleep happens to the drivers, then the resume.
+    void sleepAndWake(const std::function<void()>& asleep)
+    {
+        rig.systemServices.signal(SIGUSR1);
+        EXPECT_TRUE(rig.systemServices.waitForLine("prepare-for-sleep true", 2s));
+        asleep();
+        rig.systemServices.signal(SIGUSR2);
+        EXPECT_TRUE(rig.systemServices.waitForLine("prepare-for-sleep false", 2s));
+    }
 
     Machine machine;
     CapturedTree tree;
@@ -73,7 +83,8 @@ const HwmonHelper::Machine kDesktop{"desktop-nct6798", "platform/nct6775.656/hwm
 
 class HwmonHelperSafety : public testing::TestWithParam<HwmonHelper::Machine> { };
 
-TEST_P(HwmonHelperSafety, SilenceAndTerminationHandEveryChannelBackAsFound)
+// Silence, termination and, after a SIGKILL, the unit's release command.
+TEST_P(HwmonHelperSafety, SilenceTerminationAndTheReleaseAfterAKillHandEveryChannelBackAsFound)
 {
     HwmonHelper helper(GetParam());
     ASSERT_TRUE(helper.hold(50)) << helper.rig.helperLog().toStdString();
@@ -94,26 +105,39 @@ TEST_P(HwmonHelperSafety, SilenceAndTerminationHandEveryChannelBackAsFound)
     helper.rig.helper.signal(SIGTERM);
     EXPECT_EQ(helper.rig.helper.waitForExit(5s), 0);
     EXPECT_EQ(helper.enables(), helper.machine.found);
-}
 
-TEST_P(HwmonHelperSafety, AfterSigkillTheReleaseCommandHandsBackWhatTheHelperFound)
-{
-    HwmonHelper helper(GetParam());
-    ASSERT_TRUE(helper.hold(60)) << helper.rig.helperLog().toStdString();
+    ASSERT_TRUE(helper.start());
+    ASSERT_TRUE(answerOf(helper.rig.client->SetFanFloor(60)).ok);
+    ASSERT_TRUE(helper.waitForEnables(helper.held(), 2s));
     helper.rig.helper.signal(SIGKILL);
     helper.rig.helper.waitForExit(5s);
     EXPECT_EQ(helper.enables(), helper.held()) << "nothing ran after the kill";
-
     const auto release = ChildProcess::run(QUILLON_HELPER_BIN, {"--release"}, helper.rig.environment() + helper.env());
     EXPECT_EQ(release.exitCode, 0) << release.err;
     EXPECT_EQ(helper.enables(), helper.machine.found);
     EXPECT_FALSE(QFile::exists(helper.tree.path("run/hwmon-fans")));
 }
 
-TEST_P(HwmonHelperSafety, CriticalHeatAndLostSensorsHandTheFansBack)
+// A hand-back the driver refuses keeps the fans at full speed until it is
+// verified; critical heat and lost sensors hand the fans back.
+TEST_P(HwmonHelperSafety, AFailedHandBackIsRetriedAndCriticalHeatAndLostSensorsHandTheFansBack)
 {
     HwmonHelper helper(GetParam());
-    ASSERT_TRUE(helper.hold(40)) << helper.rig.helperLog().toStdString();
+    ASSERT_TRUE(helper.hold(30)) << helper.rig.helperLog().toStdString();
+    const QString enable = helper.fanFile("pwm1_enable");
+    helper.tree.remove(enable);
+    QDir().mkpath(helper.tree.path(enable));
+    const Answer stop = answerOf(helper.rig.client->StopBoost());
+    EXPECT_FALSE(stop.ok);
+    EXPECT_TRUE(stop.text.startsWith("release pending")) << stop.text.toStdString();
+    EXPECT_EQ(helper.read("pwm1"), "255") << "held at full speed meanwhile";
+    helper.tree.remove(enable);
+    helper.set("pwm1_enable", "1");
+    EXPECT_TRUE(helper.waitForEnables(helper.machine.found, 5s)) << helper.rig.helperLog().toStdString();
+    EXPECT_TRUE(waitUntil([&] { return helper.rig.helperLog().contains("verified after"); }, 2s));
+
+    ASSERT_TRUE(answerOf(helper.rig.client->SetFanFloor(40)).ok);
+    ASSERT_TRUE(helper.waitForEnables(helper.held(), 2s));
     helper.setCpu("101000");
     EXPECT_TRUE(helper.waitForEnables(helper.machine.found, 5s)) << helper.rig.helperLog().toStdString();
     EXPECT_TRUE(helper.rig.helperLog().contains("CRITICAL temp"));
@@ -130,52 +154,23 @@ TEST_P(HwmonHelperSafety, CriticalHeatAndLostSensorsHandTheFansBack)
     EXPECT_TRUE(helper.rig.helperLog().contains("lost all temp readings"));
 }
 
-TEST_P(HwmonHelperSafety, AFailedHandBackKeepsTheFansAtFullSpeedUntilItIsVerified)
-{
-    HwmonHelper helper(GetParam());
-    ASSERT_TRUE(helper.hold(30)) << helper.rig.helperLog().toStdString();
-    // The driver refuses every write to the mode file.
-    const QString enable = helper.fanFile("pwm1_enable");
-    helper.tree.remove(enable);
-    QDir().mkpath(helper.tree.path(enable));
-    const Answer stop = answerOf(helper.rig.client->StopBoost());
-    EXPECT_FALSE(stop.ok);
-    EXPECT_TRUE(stop.text.startsWith("release pending")) << stop.text.toStdString();
-    EXPECT_EQ(helper.read("pwm1"), "255") << "held at full speed meanwhile";
-    helper.tree.remove(enable);
-    helper.set("pwm1_enable", "1");
-    EXPECT_TRUE(helper.waitForEnables(helper.machine.found, 5s)) << helper.rig.helperLog().toStdString();
-    EXPECT_TRUE(waitUntil([&] { return helper.rig.helperLog().contains("verified after"); }, 2s));
-}
-
-TEST_P(HwmonHelperSafety, AfterResumeTheHelperTakesBackWhatTheDriverReset)
+// Drivers wake up in other modes than they were left in: what the helper
+// holds it takes again, what it had handed back it hands back again as found.
+TEST_P(HwmonHelperSafety, AfterResumeHeldChannelsAreTakenAgainAndHandedBackOnesStayAsFound)
 {
     HwmonHelper helper(GetParam());
     ASSERT_TRUE(helper.hold(50)) << helper.rig.helperLog().toStdString();
-    helper.rig.systemServices.signal(SIGUSR1);
-    ASSERT_TRUE(helper.rig.systemServices.waitForLine("prepare-for-sleep true", 2s));
-    // The firmware has the fans again after the sleep.
-    for (int n = 1; n <= helper.machine.fans; ++n)
-        helper.set(QString("pwm%1_enable").arg(n), QByteArray(1, helper.machine.found[n - 1]));
-    helper.rig.systemServices.signal(SIGUSR2);
-    ASSERT_TRUE(helper.rig.systemServices.waitForLine("prepare-for-sleep false", 2s));
+    helper.sleepAndWake([&] {
+        for (int n = 1; n <= helper.machine.fans; ++n)
+            helper.set(QString("pwm%1_enable").arg(n), QByteArray(1, helper.machine.found[n - 1]));
+    });
     statusOf(*helper.rig.client);
     EXPECT_TRUE(helper.waitForEnables(helper.held(), 2s));
     EXPECT_TRUE(waitUntil([&] { return helper.read("pwm1") == "160"; }, 2s)) << "the duty cycle too";
     ASSERT_TRUE(answerOf(helper.rig.client->StopBoost()).ok);
     EXPECT_EQ(helper.enables(), helper.machine.found);
-}
 
-TEST_P(HwmonHelperSafety, AfterResumeAChannelLeftInAnotherModeIsHandedBackAsFound)
-{
-    HwmonHelper helper(GetParam());
-    ASSERT_TRUE(helper.hold(50)) << helper.rig.helperLog().toStdString();
-    ASSERT_TRUE(answerOf(helper.rig.client->StopBoost()).ok);
-    helper.rig.systemServices.signal(SIGUSR1);
-    ASSERT_TRUE(helper.rig.systemServices.waitForLine("prepare-for-sleep true", 2s));
-    helper.set("pwm1_enable", "1"); // as drivers have been seen to wake up
-    helper.rig.systemServices.signal(SIGUSR2);
-    ASSERT_TRUE(helper.rig.systemServices.waitForLine("prepare-for-sleep false", 2s));
+    helper.sleepAndWake([&] { helper.set("pwm1_enable", "1"); });
     EXPECT_TRUE(helper.waitForEnables(helper.machine.found, 2s)) << helper.rig.helperLog().toStdString();
 }
 

@@ -193,39 +193,30 @@ TEST_F(RealInstall, ScriptFailingMidwayLeavesTheSystemAsItWas)
     EXPECT_FALSE(helperPid());
 }
 
-TEST_F(RealInstall, RemovalCleansUpAHalfInstallAndALocalInstall)
+// A half install goes, and a local install as its manifest names it, read as
+// the app would read it: nothing outside its prefix, though the manifest
+// names such files too.
+TEST_F(RealInstall, RemovalCleansUpAHalfInstallAndALocalInstallButNothingOutsideItsPrefix)
 {
+    const QString precious = root + "/etc/precious.conf";
+    ASSERT_TRUE(writeFile(precious, "keep"));
     const auto before = filesUnder(root);
     ASSERT_TRUE(writeFile(layout.unitPath(), "[Service]\n"));
     const QString prefix = root + "/opt/quillon prefix";
-    const QStringList appFiles{prefix + "/bin/quillon", prefix + "/share/applications/org.quillon.Quillon.desktop",
-        prefix + "/share/quillon/install_manifest.txt"};
-    for (const QString& file : appFiles)
-        ASSERT_TRUE(writeFile(file, "x"));
-
-    ASSERT_EQ(uninstall({AppOrigin::Kind::localInstall, {}, prefix, appFiles}).kind, InstallResult::Kind::success);
-    EXPECT_EQ(filesUnder(root), before);
-    EXPECT_FALSE(QFileInfo::exists(prefix + "/share/quillon"));
-    EXPECT_TRUE(QFileInfo::exists(prefix + "/bin")) << "a shared folder stays, empty or not";
-}
-
-// A manifest that names files outside its prefix, read as the app would read
-// it, deletes nothing there.
-TEST_F(RealInstall, AHostileManifestDeletesNothingOutsideItsPrefix)
-{
-    const QString prefix = root + "/usr/local";
     const QString app = prefix + "/bin/quillon";
-    const QString precious = root + "/etc/precious.conf";
-    ASSERT_TRUE(writeFile(app, "app"));
-    ASSERT_TRUE(writeFile(precious, "keep"));
+    const QString desktop = prefix + "/share/applications/org.quillon.Quillon.desktop";
+    for (const QString& file : {app, desktop})
+        ASSERT_TRUE(writeFile(file, "x"));
     ASSERT_TRUE(writeFile(prefix + "/share/quillon/install_manifest.txt",
-        (app + "\n" + precious + "\n" + prefix + "/../../etc/precious.conf\n").toUtf8()));
+        (app + "\n" + desktop + "\n" + precious + "\n" + prefix + "/../../etc/precious.conf\n").toUtf8()));
     const AppOrigin origin = AppOrigin::detect(app, {}, {0, dir.path()});
     ASSERT_EQ(origin.kind, AppOrigin::Kind::localInstall);
+
     ASSERT_EQ(uninstall(origin).kind, InstallResult::Kind::success);
-    EXPECT_FALSE(QFileInfo::exists(app));
+    EXPECT_EQ(filesUnder(root), before);
     EXPECT_EQ(readFile(precious), "keep");
-    EXPECT_TRUE(QFileInfo(prefix + "/bin").isDir()) << "the install did not make bin/";
+    EXPECT_FALSE(QFileInfo::exists(prefix + "/share/quillon"));
+    EXPECT_TRUE(QFileInfo(prefix + "/bin").isDir()) << "a shared folder stays, empty or not";
 }
 
 // While the password dialog is open, another process of the same user

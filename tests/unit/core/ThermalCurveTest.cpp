@@ -35,22 +35,18 @@ TEST(ThermalCurve, DemandAcrossTheRange)
     EXPECT_EQ(ThermalCurve::requiredPercent(nan), 100.0);
 }
 
-TEST(ThermalCurve, DemandAtTheRampEdges)
+// No step anywhere: the demand leaves 0 right above the ramp's start, never
+// falls, and climbs no faster than the ramp's slope to 100 at full speed.
+TEST(ThermalCurve, DemandIsContinuousAndNeverFallsAsTemperatureRises)
 {
-    const double justAbove = ThermalCurve::requiredPercent(72.0001);
-    EXPECT_GT(justAbove, 0.0);
-    EXPECT_LT(justAbove, 0.001);
-    const double justBelow = ThermalCurve::requiredPercent(94.999);
-    EXPECT_LT(justBelow, 100.0);
-    EXPECT_GT(justBelow, 99.99);
-}
-
-TEST(ThermalCurve, DemandNeverFallsAsTemperatureRises)
-{
+    EXPECT_GT(ThermalCurve::requiredPercent(72.0001), 0.0);
+    EXPECT_LT(ThermalCurve::requiredPercent(72.0001), 0.001);
+    EXPECT_GT(ThermalCurve::requiredPercent(94.999), 99.99);
     double previous = 0.0;
     for (double t = 60.0; t <= 100.0; t += 0.25) {
         const double demand = ThermalCurve::requiredPercent(t);
         EXPECT_GE(demand, previous) << "at " << t << " °C";
+        EXPECT_LE(demand - previous, 0.25 * 100.0 / 23.0 + 1e-9) << "at " << t << " °C";
         previous = demand;
     }
 }

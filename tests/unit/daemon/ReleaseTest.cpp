@@ -106,42 +106,38 @@ TEST(Release, HeatSpikesAreRiddenOutButSustainedHeatIsNot)
     EXPECT_EQ(rig.mode(0), 0);
 }
 
-TEST(Release, WithoutSafetySensorsTheFansAreNeverTaken)
+TEST(Release, AFloorWithoutSafetySensorsOrThatTheFirstTickDropsIsAnsweredAsRefused)
 {
-    ServiceRig::Config config = ServiceRig::plainMachine();
-    config.sensors = {{"Ts0P", quillon::smc::SmcType::flt, 1.0, 0.0}, {"Tc0P", quillon::smc::SmcType::sp78, 1.0, 0.0}};
-    ServiceRig rig(config);
-    auto& service = rig.start();
-    const auto reply = service.setFanFloor(60);
-    EXPECT_FALSE(reply.ok);
-    EXPECT_EQ(reply.text, "refused: no temperature sensors; the firmware keeps the fans");
-    EXPECT_EQ(rig.mode(0) + rig.forceTest(), 0);
-    EXPECT_FALSE(service.isBoosted());
-    EXPECT_EQ(service.status().safetyRelease, "no-sensors");
-    EXPECT_TRUE(rig.log.has("Quillon daemon: no temp sensors — refusing manual control for safety"));
-}
-
-TEST(Release, AFloorTheFirstTickDropsIsAnsweredAsRefused)
-{
+    ServiceRig::Config noSafetySensors = ServiceRig::plainMachine();
+    noSafetySensors.sensors
+        = {{"Ts0P", quillon::smc::SmcType::flt, 1.0, 0.0}, {"Tc0P", quillon::smc::SmcType::sp78, 1.0, 0.0}};
     const struct {
+        ServiceRig::Config config;
         std::uint8_t faults;
         const char* text;
         const char* recorded;
+        const char* line;
     } cases[] = {
-        {SimulatedMac::temperatureReadsFail, "refused: no temperature readings; the firmware keeps the fans",
-            "no-readings"},
-        {SimulatedMac::temperaturesRead105, "refused: critical temperature; the firmware keeps the fans",
-            "critical-heat"},
+        {noSafetySensors, 0, "refused: no temperature sensors; the firmware keeps the fans", "no-sensors",
+            "Quillon daemon: no temp sensors — refusing manual control for safety"},
+        {ServiceRig::Config::appleSiliconLaptop(), SimulatedMac::temperatureReadsFail,
+            "refused: no temperature readings; the firmware keeps the fans", "no-readings",
+            "Quillon daemon: lost all temp readings"},
+        {ServiceRig::Config::appleSiliconLaptop(), SimulatedMac::temperaturesRead105,
+            "refused: critical temperature; the firmware keeps the fans", "critical-heat",
+            "Quillon daemon: CRITICAL temp"},
     };
     for (const auto& c : cases) {
-        ServiceRig rig(ServiceRig::Config::appleSiliconLaptop());
+        ServiceRig rig(c.config);
         auto& service = rig.start();
         rig.setFaults(c.faults);
         const auto reply = service.setFanFloor(60);
         EXPECT_FALSE(reply.ok) << c.recorded;
         EXPECT_EQ(reply.text, c.text);
         EXPECT_EQ(rig.forceTest() + rig.mode(0) + rig.mode(1), 0) << c.recorded;
+        EXPECT_FALSE(service.isBoosted()) << c.recorded;
         EXPECT_EQ(service.status().safetyRelease, c.recorded);
+        EXPECT_TRUE(rig.log.has(c.line)) << rig.log.all();
     }
 }
 

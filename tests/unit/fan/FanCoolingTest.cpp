@@ -2,6 +2,8 @@
 // automatic cooling and other managers' requests.
 #include "FanControllerTest.h"
 
+#include "support/QStringPrinter.h"
+
 using namespace quillon::test;
 using quillon::app::CoolingMode;
 
@@ -153,8 +155,9 @@ TEST_F(FanCooling, ManualBoostRunsForItsDurationThenTurnsOff)
 }
 
 // At most an hour whatever is asked; re-sent without a duration, the running
-// expiry stays; a zero floor switches the fans off and NaN is ignored.
-TEST_F(FanCooling, BoostNeverRunsLongerThanAnHourAndAZeroFloorEndsIt)
+// expiry stays; a floor finer than one percent switches the fans off (and is
+// not stored), NaN is ignored.
+TEST_F(FanCooling, BoostNeverRunsLongerThanAnHourAndAFloorUnderOnePercentEndsIt)
 {
     manualOn();
     clock.advance(100);
@@ -167,14 +170,15 @@ TEST_F(FanCooling, BoostNeverRunsLongerThanAnHourAndAZeroFloorEndsIt)
     EXPECT_TRUE(fc->applyBoost(5400, false));
     EXPECT_EQ(secondsUntilExpiry(), 3600.0);
 
-    const auto sent = link.floors.size();
-    fc->setManualFloor(qQNaN()); // ignored, not sent
-    EXPECT_EQ(link.floors.size(), sent);
-    fc->setManualFloor(0);
+    link.clear();
+    fc->setManualFloor(qQNaN());
+    EXPECT_TRUE(link.requests.isEmpty());
+    fc->setManualFloor(1e-300);
+    EXPECT_EQ(link.requests, QStringList{"stopBoost"});
+    EXPECT_EQ(fc->manualPercent(), 60);
     link.deliver();
     EXPECT_FALSE(fc->fansEnabled());
     EXPECT_FALSE(fc->isBoosted());
-    EXPECT_EQ(link.count("stopBoost"), 1);
 }
 
 TEST_F(FanCooling, SwitchingModesHandsOverCleanly)

@@ -95,18 +95,6 @@ TEST_F(FanSafety, OneUserActionSendsOneCommand)
     EXPECT_EQ(link.requests, QStringList{"stopBoost"});
 }
 
-TEST_F(FanSafety, FloorsFinerThanOnePercentSwitchTheFansOff)
-{
-    fc->setCoolingMode(CoolingMode::manual);
-    fc->setFansEnabled(true);
-    fc->setManualFloor(40);
-    link.clear();
-    fc->setManualFloor(1e-300);
-    EXPECT_FALSE(fc->fansEnabled());
-    EXPECT_EQ(fc->manualPercent(), 40) << "no denormal floor is stored";
-    EXPECT_EQ(link.requests, QStringList{"stopBoost"});
-}
-
 TEST_F(FanSafety, AnUnverifiedHandBackIsShownAndNotifiedOncePerEpisode)
 {
     QVariantMap pending = status(70);

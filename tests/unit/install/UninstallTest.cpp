@@ -20,13 +20,6 @@ using State = UninstallFlow::State;
 
 namespace {
 
-// Root rights still being asked for: the script ends when the test says.
-class HeldRunner : public quillon::platform::PrivilegedRunner {
-public:
-    void run(const QString&, Done finished) override { done = std::move(finished); }
-    Done done;
-};
-
 class Uninstall : public ::testing::Test {
 protected:
     void SetUp() override
@@ -66,25 +59,6 @@ TEST_F(Uninstall, RemovedThenTheUsersTracesGoAndTheAppQuits)
     EXPECT_EQ(quit.count(), 0);
     flow.accept();
     EXPECT_EQ(quit.count(), 1);
-}
-
-// While the password is asked for, the dialog says what it is for.
-TEST_F(Uninstall, SaysWhatThePasswordIsFor)
-{
-    HeldRunner held;
-    Uninstaller waiting(held, AppOrigin{}, HelperLayout(dir.path()));
-    UninstallFlow asking(waiting, traces);
-    asking.accept();
-    EXPECT_EQ(asking.state(), State::working);
-    EXPECT_EQ(asking.text(), "Quillon will remove its background helper and itself completely.");
-    Translations::apply(true);
-    EXPECT_EQ(asking.text(),
-        QString::fromUtf8("Quillon entfernt sein Hintergrund-Hilfswerkzeug und sich selbst vollständig."));
-    Translations::apply(false);
-    asking.accept();
-    EXPECT_EQ(asking.state(), State::working) << "one removal at a time";
-    held.done({Run::success, {}});
-    EXPECT_EQ(asking.state(), State::removed);
 }
 
 TEST_F(Uninstall, CancelledOrFailedKeepsEverything)
@@ -157,7 +131,7 @@ TEST_F(Uninstall, OnlyATrustedManifestAndOnlyBelowItsPrefix)
     ASSERT_TRUE(writeFile(prefix + "/libexec/quillon/quillon-helper", "helper"));
     ASSERT_TRUE(writeFile(manifest,
         (outside + "\n" + app + "\n" + prefix + "/../etc/precious\n" + prefix + "/libexec/quillon/quillon-helper\n"
-            + "relative/path\n" + app + "\n")
+            + "relative/path\n" + prefix + "x/bin/quillon\n" + app + "\n")
             .toUtf8()));
     const auto noPackage = [](const QString&) {
         return QString();
@@ -215,8 +189,9 @@ TEST_F(Uninstall, LinkedTracesAreRemovedAsLinks)
 }
 
 // How the app came is found out off the GUI thread (dpkg-query may take
-// seconds); the removal waits for it, the caller does not.
-TEST_F(Uninstall, WaitsForTheOriginWithoutBlocking)
+// seconds); the removal waits for it, the caller does not. Meanwhile the
+// dialog says what the password will be for.
+TEST_F(Uninstall, WaitsForTheOriginWithoutBlockingAndSaysWhatThePasswordIsFor)
 {
     QPromise<AppOrigin> promise;
     promise.start();
@@ -226,11 +201,19 @@ TEST_F(Uninstall, WaitsForTheOriginWithoutBlocking)
     asking.accept();
     EXPECT_EQ(asking.state(), State::working);
     EXPECT_EQ(runner.runs, 0) << "nothing runs before the origin is known";
+    EXPECT_EQ(asking.text(), "Quillon will remove its background helper and itself completely.");
+    Translations::apply(true);
+    EXPECT_EQ(asking.text(),
+        QString::fromUtf8("Quillon entfernt sein Hintergrund-Hilfswerkzeug und sich selbst vollständig."));
+    Translations::apply(false);
+    asking.accept();
+    EXPECT_EQ(asking.state(), State::working) << "one removal at a time";
     promise.addResult(AppOrigin{AppOrigin::Kind::package, "quillon", {}, {}});
     promise.finish();
     EXPECT_TRUE(waitUntil([&] { return runner.runs == 1; }, std::chrono::seconds(5)));
     EXPECT_TRUE(runner.script.contains("dpkg --purge 'quillon'")) << runner.script.toStdString();
     EXPECT_EQ(asking.state(), State::removed);
+    EXPECT_EQ(runner.runs, 1);
 }
 
 // The question names the build tree only for an app run from it, and what
