@@ -110,6 +110,12 @@ protected:
 
     // Assertions held right now, by the names the system shows.
     int liveAssertions() const { return static_cast<int>(backend->live.size()); }
+    // Those of this type.
+    int held(platform::PowerAssertionType type) const
+    {
+        return static_cast<int>(std::count_if(
+            backend->live.begin(), backend->live.end(), [&](const auto& a) { return a.second.type == type; }));
+    }
 
     FakeLidSensor lidSensor;
     FakeLidSwitchOwner lidOwner;

@@ -5,6 +5,7 @@
 // same for a command of its own and passes on its exit status.
 #include "DemoAppRig.h"
 
+#include "support/BusService.h"
 #include "support/Files.h"
 #include "support/LogindLocks.h"
 
@@ -207,9 +208,11 @@ TEST_F(AutomationTest, APauseLetsGoOfTheSessionButNotTheLid)
     EXPECT_TRUE(rig.status()["pausedUntil"].isNull());
 }
 
-// With nothing to hold keep-awake (no logind, no desktop power manager),
-// a rule that holds is not reported as keeping the computer awake.
-class AutomationWithNothingToHoldTest : public AutomationTest {
+// Where nothing can hold keep-awake (no logind, no desktop power manager),
+// asking for it, or for automation whose rule holds, fails with the reason
+// instead of claiming it holds. The portal alone takes it without ever
+// showing it in force: asked for, not done, and the icon stays idle.
+class NothingToHoldKeepAwakeTest : public AutomationTest {
 protected:
     void SetUp() override
     {
@@ -218,7 +221,7 @@ protected:
     }
 };
 
-TEST_F(AutomationWithNothingToHoldTest, SwitchingOnExitsWithTheReason)
+TEST_F(NothingToHoldKeepAwakeTest, AutomationAndAwakeExitWithTheReason)
 {
     QProcess editor;
     editor.start(program, {"60"});
@@ -230,6 +233,26 @@ TEST_F(AutomationWithNothingToHoldTest, SwitchingOnExitsWithTheReason)
     EXPECT_FALSE(section("automation")["active"].toBool());
     editor.kill();
     editor.waitForFinished();
+
+    auto awake = rig.ctl({"awake", "--for", "1h"});
+    EXPECT_EQ(awake.exitCode, 1) << awake.out;
+    EXPECT_NE(awake.err.find("keep-awake refused: nothing on this desktop"), std::string::npos) << awake.err;
+    EXPECT_EQ(section("awake")["held"].toObject()["system"].toObject()["state"], "failed");
+    EXPECT_FALSE(rig.status()["active"].toBool());
+
+    BusService portal(QUILLON_PYTHON, {QUILLON_INHIBIT_STANDIN, "portal"}, rig.bus, "org.freedesktop.portal.Desktop",
+        rig.systemBus.address());
+    ASSERT_TRUE(portal.started());
+    awake = rig.ctl({"awake", "--for", "1h"});
+    EXPECT_EQ(awake.exitCode, 1) << awake.out;
+    EXPECT_NE(awake.err.find("keep-awake asked for, not confirmed; system asked through portal"), std::string::npos)
+        << awake.err;
+    const QJsonObject status = rig.status();
+    const QJsonObject display = status["awake"].toObject()["held"].toObject()["display"].toObject();
+    EXPECT_EQ(display["state"], "confirming");
+    EXPECT_TRUE(display["through"].toString().startsWith("portal"));
+    EXPECT_FALSE(status["active"].toBool());
+    EXPECT_EQ(status["icon"], "idle");
 }
 
 // Callers of the scripting interface other than `quillon ctl` (busctl, a

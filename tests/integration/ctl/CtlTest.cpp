@@ -155,44 +155,6 @@ TEST_F(CtlTest, UsageErrorsAndASecondInstance)
     EXPECT_TRUE(contains(beside.err, "already running but does not answer")) << beside.err;
 }
 
-// Where nothing can hold keep-awake (no logind, no desktop power manager),
-// asking for it fails with the reason instead of claiming it holds. The
-// portal alone takes it without ever showing it in force: asked for, not
-// done, and the icon stays idle.
-TEST(CtlWithNothingToHoldKeepAwake, AwakeExitsWithTheReason)
-{
-    DemoAppRig rig;
-    rig.withLogind = false;
-    ASSERT_TRUE(rig.start(offscreen)) << rig.log();
-    auto awake = rig.ctl({"awake", "--for", "1h"});
-    EXPECT_EQ(awake.exitCode, 1) << awake.out;
-    EXPECT_TRUE(contains(awake.err, "keep-awake refused: nothing on this desktop")) << awake.err;
-    QJsonObject held = section(rig.status(), "awake")["held"].toObject();
-    EXPECT_EQ(held["system"].toObject()["state"], "failed");
-    EXPECT_FALSE(rig.status()["active"].toBool());
-
-    BusService portal(QUILLON_PYTHON, {QUILLON_INHIBIT_STANDIN, "portal"}, rig.bus, "org.freedesktop.portal.Desktop",
-        rig.systemBus.address());
-    ASSERT_TRUE(portal.started());
-    awake = rig.ctl({"awake", "--for", "1h"});
-    EXPECT_EQ(awake.exitCode, 1) << awake.out;
-    EXPECT_TRUE(contains(awake.err, "keep-awake asked for, not confirmed; system asked through portal")) << awake.err;
-    const QJsonObject status = rig.status();
-    held = section(status, "awake")["held"].toObject();
-    EXPECT_EQ(held["display"].toObject()["state"], "confirming");
-    EXPECT_TRUE(held["display"].toObject()["through"].toString().startsWith("portal"));
-    EXPECT_FALSE(status["active"].toBool());
-    EXPECT_EQ(status["icon"], "idle");
-}
-
-TEST(CtlWithoutApp, SaysTheAppIsNotRunning)
-{
-    DemoAppRig rig;
-    const auto result = rig.ctl({"status"});
-    EXPECT_EQ(result.exitCode, 1);
-    EXPECT_TRUE(contains(result.err, "Quillon is not running")) << result.err;
-}
-
 // `ctl update check` asks the feed through the app and says what it offers.
 TEST(CtlUpdate, CheckSaysWhatTheFeedOffers)
 {

@@ -9,14 +9,6 @@
 
 namespace quillon::test {
 
-QStringList processStat(qint64 pid)
-{
-    const QString line = QString::fromUtf8(readFile(QStringLiteral("/proc/%1/stat").arg(pid)));
-    if (line.isEmpty())
-        return {};
-    return line.mid(line.lastIndexOf(QLatin1Char(')')) + 2).split(QLatin1Char(' '));
-}
-
 DemoAppRig::DemoAppRig()
 {
     ensureCoreApplication();
@@ -103,30 +95,10 @@ QJsonObject DemoAppRig::status() const
 
 QList<qint64> DemoAppRig::children() const
 {
-    QList<qint64> pids;
-    for (const QString& entry : QDir(QStringLiteral("/proc")).entryList(QDir::Dirs)) {
-        bool number = false;
-        const qint64 pid = entry.toLongLong(&number);
-        const QStringList fields = number ? processStat(pid) : QStringList();
-        if (fields.size() > 1 && fields[1].toLongLong() == app.pid() && fields[0] != QLatin1String("Z"))
-            pids.append(pid);
-    }
-    return pids;
-}
-
-QStringList commandLine(qint64 pid)
-{
-    QStringList arguments;
-    for (const QByteArray& argument : readFile(QStringLiteral("/proc/%1/cmdline").arg(pid)).split('\0'))
-        arguments.append(QString::fromLocal8Bit(argument));
-    arguments.removeLast(); // after the terminating NUL, or all of an empty file
-    return arguments;
-}
-
-bool processAlive(qint64 pid)
-{
-    const QStringList fields = processStat(pid);
-    return !fields.isEmpty() && fields[0] != QLatin1String("Z");
+    return processesWhere([&](qint64 pid) {
+        const QStringList fields = processStat(pid);
+        return fields.size() > 1 && fields[1].toLongLong() == app.pid() && fields[0] != QLatin1String("Z");
+    });
 }
 
 } // namespace quillon::test

@@ -4,6 +4,7 @@
 
 #include "support/BusService.h"
 #include "support/ChildProcess.h"
+#include "support/Processes.h"
 #include "support/RealLogind.h"
 
 #include <QJsonObject>
@@ -57,13 +58,5 @@ public:
     QTemporaryDir home;
     LineProcess app;
 };
-
-// The fields of /proc/PID/stat after the command name (state, ppid, ...,
-// utime at index 11, stime at 12); empty when there is no such process.
-QStringList processStat(qint64 pid);
-// Whether a process of this pid exists (and is no zombie).
-bool processAlive(qint64 pid);
-// A process's program and arguments; empty when there is no such process.
-QStringList commandLine(qint64 pid);
 
 } // namespace quillon::test

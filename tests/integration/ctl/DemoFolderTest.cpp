@@ -37,19 +37,6 @@ QStringList openFiles(qint64 pid)
     return targets;
 }
 
-// The processes that have this among their arguments.
-QList<qint64> processesWithArgument(const QString& argument)
-{
-    QList<qint64> pids;
-    for (const QString& entry : QDir(QStringLiteral("/proc")).entryList(QDir::Dirs)) {
-        bool number = false;
-        const qint64 pid = entry.toLongLong(&number);
-        if (number && commandLine(pid).mid(1).contains(argument))
-            pids.append(pid);
-    }
-    return pids;
-}
-
 bool exists(const QString& path)
 {
     return QFileInfo::exists(path);
@@ -67,7 +54,8 @@ protected:
         ASSERT_TRUE(folder.startsWith(rig.temporaryDirectory() + "/")) << folder.toStdString();
         ASSERT_TRUE(QFileInfo(folder).isDir());
         processes = rig.children();
-        const QList<qint64> watchers = processesWithArgument(folder);
+        const QList<qint64> watchers
+            = processesWhere([&](qint64 pid) { return commandLine(pid).mid(1).contains(folder); });
         if (watchers.size() == 1) {
             watcher = watchers.first();
             processes.append(watcher);
@@ -110,8 +98,9 @@ TEST_F(DemoFolderTest, GoesWithAKilledAppEvenAfterTheTerminalsSignalsAndSoDoItsP
 }
 
 // Only the app holds the watcher's input: a child of the app holding it open
-// would keep the folder for as long as that child lives.
-TEST_F(DemoFolderTest, GoesWithTheAppsQuitAndSoDoesTheWatcher)
+// would keep the folder for as long as that child lives. Once the app is
+// gone, `quillon ctl` says so.
+TEST_F(DemoFolderTest, GoesWithTheAppsQuitAndSoDoesTheWatcherAndCtlFindsNoApp)
 {
     ASSERT_NE(watcher, 0) << "no process watches the folder";
     const QString input = openFile("/proc/" + std::to_string(watcher) + "/fd/0");
@@ -124,6 +113,9 @@ TEST_F(DemoFolderTest, GoesWithTheAppsQuitAndSoDoesTheWatcher)
     ASSERT_EQ(rig.app.waitForExit(10s), 0) << rig.log();
     EXPECT_FALSE(exists(folder)) << "the app left its folder behind";
     expectAllProcessesEnd(2s);
+    const auto ctl = rig.ctl({"status"});
+    EXPECT_EQ(ctl.exitCode, 1);
+    EXPECT_NE(ctl.err.find("Quillon is not running"), std::string::npos) << ctl.err;
 }
 
 TEST(DemoFolders, AStartingDemoRemovesOnlyThoseWhoseDemoIsGone)

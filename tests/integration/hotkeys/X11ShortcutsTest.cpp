@@ -1,10 +1,5 @@
-// The X11 key grabs on a private Xvfb, pressed with xdotool: Super+Alt+K and
-// +L report their ids, also with NumLock and CapsLock on and with NumLock on a
-// modifier bit other than Mod2; other modifier combinations and held-down
-// auto-repeat do not. A combination another client grabbed first is reported
-// as taken, quietly (no X error handler, no message), while the other one
-// works; giving them up frees both. The Linux choice falls back to these
-// grabs when the portal refuses.
+// The X11 key grabs on a private Xvfb, pressed with xdotool, and the Linux
+// choice falling back to them when the portal refuses.
 #include "platform/linux/LinuxGlobalShortcuts.h"
 #include "platform/linux/X11GlobalShortcuts.h"
 

@@ -12,9 +12,10 @@ argument chooses how it behaves:
                    (its "version" property is unknown), as older portals
 
 org.quillon.Test at /org/quillon/Test: Sessions() lists the open sessions
-with the ids and preferred triggers bound to them; Activate(id) emits
+as JSON, each an object of the ids and preferred triggers bound to it; Activate(id) emits
 Activated for that id on every open session, as a press would.
 """
+import json
 import sys
 
 import dbus
@@ -59,10 +60,9 @@ def sender_part(sender):
 
 
 class Probe(dbus.service.Object):
-    @dbus.service.method('org.quillon.Test', out_signature='a(sa{ss})')
+    @dbus.service.method('org.quillon.Test', out_signature='s')
     def Sessions(self):
-        return dbus.Array([(path, dbus.Dictionary(bound, signature='ss')) for path, bound in sessions.items()],
-                          signature='(sa{ss})')
+        return json.dumps(list(sessions.values()))
 
     @dbus.service.method('org.quillon.Test', in_signature='s')
     def Activate(self, shortcut_id):
@@ -123,30 +123,14 @@ class Portal(dbus.service.Object):
         pass
 
 
-class RefusingPortal(Portal):
-    bind_answer = 2
-
-
-class SilentPortal(Portal):
-    bind_answer = None
-
-
-class PartialPortal(Portal):
-    partial = True
-
-
-class PortalWithoutInterface(Portal):
-    has_interface = False
-
-
-KINDS = {'portal': Portal, 'portal-refusing': RefusingPortal, 'portal-silent': SilentPortal,
-         'no-interface': PortalWithoutInterface,
-         'portal-partial': PartialPortal}
+BEHAVIOURS = {'portal': {}, 'portal-refusing': {'bind_answer': 2}, 'portal-silent': {'bind_answer': None},
+              'no-interface': {'has_interface': False}, 'portal-partial': {'partial': True}}
 
 if __name__ == '__main__':
     dbus.mainloop.glib.DBusGMainLoop(set_as_default=True)
     bus = dbus.SessionBus()
-    portal = KINDS[sys.argv[1]](bus, PATH)
+    portal = Portal(bus, PATH)
+    portal.__dict__.update(BEHAVIOURS[sys.argv[1]])
     keep = [portal, Probe(bus, '/org/quillon/Test')]
     # Claimed last, so that everything is in place once the name shows.
     bus_name = dbus.service.BusName('org.freedesktop.portal.Desktop', bus)

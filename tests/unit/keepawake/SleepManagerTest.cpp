@@ -66,7 +66,7 @@ TEST_F(SleepManagerTest, RefusedKindIsShownAsRequestedByApplyButNeverTurnedOnByT
     EXPECT_FALSE(manager->anythingActive());
 }
 
-TEST_F(SleepManagerTest, CountdownAndEndTimeTexts)
+TEST_F(SleepManagerTest, CountdownAndEndTimeTextsAndTheEndWithANotification)
 {
     EXPECT_FALSE(manager->remainingText().has_value());
     manager->apply({Kind::system}, in(3599));
@@ -91,10 +91,7 @@ TEST_F(SleepManagerTest, CountdownAndEndTimeTexts)
     manager->apply({Kind::system}, QDateTime(QDate(2027, 1, 5), QTime(8, 5)));
     EXPECT_EQ(manager->expiryDescription(), "05.01.27, 08:05");
     quillon::app::Translations::apply(false);
-}
 
-TEST_F(SleepManagerTest, ExpiryEndsTheSessionWithANotification)
-{
     manager->apply({Kind::system, Kind::network}, in(10));
     manager->sessionExpired();
     EXPECT_EQ(liveAssertions(), 0);
@@ -109,37 +106,32 @@ TEST_F(SleepManagerTest, ExpiryEndsTheSessionWithANotification)
 // or on mains, which is never stopped, re-arms.
 TEST_F(SleepManagerTest, LowBatteryStopsOncePerEpisode)
 {
-    manager->apply({Kind::system}, std::nullopt);
-    supply->battery(15, false);
-    manager->batterySafetyCheck();
-    EXPECT_TRUE(manager->activeKinds().isEmpty());
-    EXPECT_EQ(center.titles(), QStringList{"🪫 Battery low"});
-
-    manager->apply({Kind::system}, std::nullopt);
-    supply->battery(14, false);
-    manager->batterySafetyCheck();
-    EXPECT_FALSE(manager->activeKinds().isEmpty()); // the user chose again: same episode
-    supply->battery(18, false);
-    manager->batterySafetyCheck();
-    supply->battery(15, false);
-    manager->batterySafetyCheck();
-    EXPECT_EQ(center.shown.size(), 1); // 16..20 % did not re-arm
-
-    supply->battery(21, false);
-    manager->batterySafetyCheck();
-    supply->battery(15, false);
-    manager->batterySafetyCheck();
-    EXPECT_EQ(center.shown.size(), 2);
-    EXPECT_TRUE(manager->activeKinds().isEmpty());
-
-    manager->apply({Kind::system}, std::nullopt);
-    supply->battery(10, true);
-    manager->batterySafetyCheck();
-    EXPECT_FALSE(manager->activeKinds().isEmpty());
-    supply->battery(10, false);
-    manager->batterySafetyCheck();
-    EXPECT_TRUE(manager->activeKinds().isEmpty());
-    EXPECT_EQ(center.shown.size(), 3);
+    const struct {
+        bool switchOn; // the user switches keep-awake on before the check
+        int percent;
+        bool onAC;
+        bool stillOn;
+        int told;
+    } checks[] = {
+        {true, 15, false, false, 1},
+        {true, 14, false, true, 1}, // the user chose again: same episode
+        {false, 18, false, true, 1},
+        {false, 15, false, true, 1}, // 16..20 % did not re-arm
+        {false, 21, false, true, 1},
+        {false, 15, false, false, 2},
+        {true, 10, true, true, 2},
+        {false, 10, false, false, 3},
+    };
+    for (const auto& check : checks) {
+        SCOPED_TRACE(testing::Message() << check.percent << (check.onAC ? " % on AC" : " % on battery"));
+        if (check.switchOn)
+            manager->apply({Kind::system}, std::nullopt);
+        supply->battery(check.percent, check.onAC);
+        manager->batterySafetyCheck();
+        EXPECT_EQ(manager->activeKinds().isEmpty(), !check.stillOn);
+        EXPECT_EQ(center.shown.size(), check.told);
+    }
+    EXPECT_EQ(center.titles().first(), "🪫 Battery low");
 
     // With the rule switched off nothing is stopped and nothing said.
     settings.setFlag(quillon::app::Settings::Key::lowBatteryAutoStop, false);

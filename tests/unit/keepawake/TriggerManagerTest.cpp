@@ -25,12 +25,6 @@ class TriggerManagerTest : public KeepAwakeRig {
 protected:
     TriggerManager& triggers() { return *manager->triggers(); }
     std::optional<Profile> fanProfile() { return manager->fan()->triggerProfile(); }
-    // Types of the assertions held right now.
-    int held(quillon::platform::PowerAssertionType type) const
-    {
-        return static_cast<int>(std::count_if(
-            backend->live.begin(), backend->live.end(), [&](const auto& a) { return a.second.type == type; }));
-    }
     void listApps()
     {
         triggers().addApp({"org.kde.kdenlive", "Kdenlive", Profile::balanced});
@@ -86,7 +80,9 @@ TEST_F(TriggerManagerTest, OffUntilSwitchedOnWhateverTheRulesSay)
     EXPECT_FALSE(fanProfile());
 }
 
-TEST_F(TriggerManagerTest, TwoRunningAppsNameTheFirstPlusOneAndTheStrongestCooling)
+// Running apps are named in list order, the first plus how many more, and
+// the strongest cooling any of them (or the closed lid) asks for wins.
+TEST_F(TriggerManagerTest, RunningAppsNameTheFirstPlusOthersAndTheStrongestCoolingWins)
 {
     triggers().setAutomationEnabled(true);
     listApps();
@@ -106,12 +102,9 @@ TEST_F(TriggerManagerTest, TwoRunningAppsNameTheFirstPlusOneAndTheStrongestCooli
     EXPECT_FALSE(triggers().coolingProfileActive()) << "an app without cooling asks for none";
     EXPECT_FALSE(fanProfile());
     EXPECT_TRUE(triggers().active());
-}
 
-TEST_F(TriggerManagerTest, ASilentAppAloneAsksForSilentAndLidCoolingStillWins)
-{
-    triggers().setAutomationEnabled(true);
     triggers().addApp({"org.gnome.Builder", "Builder", Profile::silent});
+    runningApps.runningIds.clear();
     runningApps.set("org.gnome.Builder", true); // announced: evaluated at once
     EXPECT_EQ(triggers().coolingProfileActive(), Profile::silent);
     EXPECT_EQ(fanProfile(), Profile::silent);
