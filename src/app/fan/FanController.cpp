@@ -32,6 +32,7 @@ FanController::FanController(Parts parts, QObject* parent)
     , m_safety(m_parts.notifier)
     , m_heat(m_parts.thermal, *m_parts.settings, m_parts.notifier)
     , m_install(*m_parts.link, m_parts.installer, m_parts.bundledHelperPath, m_parts.installedHelperPath)
+    , m_lid(*m_parts.link, m_poller)
 {
     m_now = m_parts.clock->now();
     if (const auto mode = coolingModeFromRaw(m_parts.settings->coolingMode()))
@@ -96,36 +97,15 @@ void FanController::pollTick()
     refresh();
 }
 
-void FanController::applyFans(const QVariant& value)
-{
-    using V = StatusValue;
-    QList<FanInfo> fans;
-    for (const QVariant& entry : value.toList()) {
-        const QVariantMap fan = entry.toMap();
-        const QVariant index = fan.value("index");
-        const QVariant current = fan.value("currentRPM");
-        const QVariant min = fan.value("minRPM");
-        const QVariant max = fan.value("maxRPM");
-        if (!V::isIntegral(index) || !V::isIntegral(current) || !V::isIntegral(min) || !V::isIntegral(max))
-            continue;
-        const QVariant target = fan.value("targetRPM");
-        fans.append(
-            {index.toInt(), current.toInt(), min.toInt(), max.toInt(), V::isIntegral(target) ? target.toInt() : 0});
-    }
-    if (fans != m_fans) {
-        m_fans = fans;
-        emit fansChanged();
-    }
-}
-
 void FanController::applyStatus(const QVariantMap& status)
 {
     if (m_statusMessage == HelperPoller::slowHelperMessage())
         setStatusMessage(QString()); // it answered after all
     const QVariant fans = status.value("fans");
     if (fans.typeId() == QMetaType::QVariantList) {
-        applyFans(fans);
-        m_floor.followFans(m_fans, m_now);
+        if (m_fans.apply(fans))
+            emit fansChanged();
+        m_floor.followFans(m_fans.fans(), m_now);
     }
 
     const QVariant boosted = status.value("isBoosted");
@@ -172,7 +152,7 @@ void FanController::setLiveView(const QString& source, bool shown)
 
 bool FanController::holdsAnything() const
 {
-    return m_floor.isBoosted() || m_intendedLidLock || m_helperHolds;
+    return m_floor.isBoosted() || m_lid.wanted() || m_helperHolds;
 }
 
 void FanController::reconcileDaemonState(bool daemonForcingFans, bool daemonLidLock)
@@ -181,42 +161,26 @@ void FanController::reconcileDaemonState(bool daemonForcingFans, bool daemonLidL
     m_poller.updateInterval(holdsAnything());
     const bool wantsFansHeld = m_fansEnabled || m_auto.trigger() || m_auto.engaged();
     const SelfHeal::Release release
-        = m_selfHeal.check(daemonForcingFans, daemonLidLock, wantsFansHeld, m_intendedLidLock);
+        = m_selfHeal.check(daemonForcingFans, daemonLidLock, wantsFansHeld, m_lid.wanted());
     if (release.fans)
         resetBoost();
-    if (release.lid && m_install.installed()) {
-        m_intendedLidLock = false;
-        connectIfNeeded();
-        m_parts.link->setLidStayAwake(false, this, [](bool, const QString&) {});
-    }
+    if (release.lid && m_install.installed())
+        m_lid.release();
 }
 
 void FanController::setLidStayAwake(bool on, HelperLink::Reply done)
 {
-    // Set before the request goes out: self-heal compares against it.
-    m_intendedLidLock = on;
-    if (on)
-        m_poller.pollFast();
-    connectIfNeeded();
-    if (!m_parts.link->isOpen()) {
-        if (done)
-            done(false, tr("the fan helper cannot be reached"));
-        return;
-    }
-    m_parts.link->setLidStayAwake(on, this, [done](bool ok, const QString& text) {
-        if (done)
-            done(ok, text);
-    });
+    m_lid.set(on, std::move(done));
 }
 
 void FanController::reconcileToOffOnLaunch()
 {
     connectIfNeeded();
-    m_intendedLidLock = false;
+    m_lid.forget();
     if (!m_parts.link->isOpen())
         return;
     m_parts.link->stopBoost(this, [](bool, const QString&) {});
-    m_parts.link->setLidStayAwake(false, this, [](bool, const QString&) {});
+    m_lid.release();
 }
 
 void FanController::installHelper(std::function<void(const InstallResult&)> done)
@@ -240,11 +204,7 @@ void FanController::notify(const QString& title, const QString& body)
 
 QVariantList FanController::fansForView() const
 {
-    QVariantList list;
-    for (const FanInfo& fan : m_fans)
-        list.append(QVariantMap{{"index", fan.index}, {"currentRPM", fan.currentRPM}, {"minRPM", fan.minRPM},
-            {"maxRPM", fan.maxRPM}, {"targetRPM", fan.targetRPM}});
-    return list;
+    return m_fans.forView();
 }
 
 QVariant FanController::cpuTempForView() const

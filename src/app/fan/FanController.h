@@ -3,12 +3,14 @@
 #include "AutoCooling.h"
 #include "CoolingMode.h"
 #include "FanInfo.h"
+#include "FanList.h"
 #include "FanTemperatures.h"
 #include "FloorSender.h"
 #include "HeatAlerts.h"
 #include "HelperInstall.h"
 #include "HelperLink.h"
 #include "HelperPoller.h"
+#include "LidLock.h"
 #include "SafetyHold.h"
 #include "SelfHeal.h"
 #include "app/install/InstallResult.h"
@@ -49,12 +51,13 @@ class Settings;
 // command to the helper, however many steps it takes (UserAction).
 //
 // The parts live in their own classes: the helper link and its polling
-// (HelperPoller), the temperatures (FanTemperatures), the floor sent and
-// its batching, boost end and spin-up (FloorSender), automatic cooling and
-// other managers' requests (AutoCooling), the safety hold (SafetyHold), the
-// heat warnings (HeatAlerts), the helper's installation (HelperInstall) and
-// the self-heal (SelfHeal); this class ties them together and publishes the
-// result.
+// (HelperPoller), the fans and temperatures (FanList, FanTemperatures), the
+// floor sent and its batching, boost end and spin-up (FloorSender),
+// automatic cooling and other managers' requests (AutoCooling), the safety
+// hold (SafetyHold), the heat warnings (HeatAlerts), the helper's
+// installation (HelperInstall), the lid lock (LidLock) and the self-heal
+// (SelfHeal). This class keeps the user's choice, ties the parts together
+// and publishes the result.
 //
 // Main thread only. The timers call pollTick() and boostExpired(); tests call
 // them directly with a fake clock. Temperatures in °C, floors in percent.
@@ -187,7 +190,7 @@ public:
     void boostExpired();
 
     // --- readings ---
-    const QList<FanInfo>& fans() const { return m_fans; }
+    const QList<FanInfo>& fans() const { return m_fans.fans(); }
     std::optional<double> cpuTemp() const { return m_temperatures.cpu(); }
     std::optional<double> cpuTempSmoothed() const { return m_temperatures.cpuSmoothed(); }
     std::optional<double> gpuTemp() const { return m_temperatures.gpu(); }
@@ -264,7 +267,6 @@ private:
     QString triggerProfileRaw() const;
 
     AutoCooling::Choice choice() const;
-    void applyFans(const QVariant& value);
     // The helper holds, or is about to hold, something its watchdog would
     // hand back: the poll must feed it every second.
     bool holdsAnything() const;
@@ -281,9 +283,10 @@ private:
     SafetyHold m_safety;
     HeatAlerts m_heat;
     HelperInstall m_install;
+    LidLock m_lid;
     SelfHeal m_selfHeal;
 
-    QList<FanInfo> m_fans;
+    FanList m_fans;
     bool m_thermalOverride = false;
     double m_effectivePercent = 0;
     CoolingMode m_coolingMode = CoolingMode::automatic;
@@ -293,7 +296,6 @@ private:
     QString m_statusMessage;
     double m_boostDuration = 600;
     QDateTime m_now;
-    bool m_intendedLidLock = false;
     // The last status said the helper forces the fans or holds the lid lock.
     bool m_helperHolds = false;
     QString m_fanControlUnavailable;
