@@ -77,16 +77,6 @@ FanController::FanController(Parts parts, QObject* parent)
 
 FanController::~FanController() = default;
 
-void FanController::connectIfNeeded()
-{
-    m_parts.link->connectIfNeeded();
-}
-
-void FanController::refresh()
-{
-    m_poller.refresh();
-}
-
 void FanController::pollTick()
 {
     const QDateTime now = m_parts.clock->now();
@@ -168,11 +158,6 @@ void FanController::reconcileDaemonState(bool daemonForcingFans, bool daemonLidL
         m_lid.release();
 }
 
-void FanController::setLidStayAwake(bool on, HelperLink::Reply done)
-{
-    m_lid.set(on, std::move(done));
-}
-
 void FanController::reconcileToOffOnLaunch()
 {
     connectIfNeeded();
@@ -181,11 +166,6 @@ void FanController::reconcileToOffOnLaunch()
         return;
     m_parts.link->stopBoost(this, [](bool, const QString&) {});
     m_lid.release();
-}
-
-void FanController::installHelper(std::function<void(const InstallResult&)> done)
-{
-    m_install.run(std::move(done));
 }
 
 void FanController::setStatusMessage(const QString& message)
@@ -424,11 +404,6 @@ bool FanController::applyBoost(std::optional<double> durationS, bool automatic)
     }
     m_floor.hold(durationS, automatic, m_boostDuration);
     return true;
-}
-
-bool FanController::resetBoost()
-{
-    return m_floor.reset();
 }
 
 void FanController::boostExpired()

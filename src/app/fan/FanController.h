@@ -23,6 +23,7 @@
 #include <QVariant>
 #include <functional>
 #include <optional>
+#include <utility>
 
 namespace quillon::platform {
 class Clock;
@@ -148,15 +149,15 @@ public:
     ~FanController() override;
 
     // --- helper link, polling, temperatures ---
-    void connectIfNeeded();
+    void connectIfNeeded() { m_parts.link->connectIfNeeded(); }
     // Asks the helper for its status once and applies it.
-    void refresh();
+    void refresh() { m_poller.refresh(); }
     // Runs the installer unless it is already running; reconnects after success.
     Q_INVOKABLE void installHelper() { installHelper({}); }
     // The same, for a caller that waits for the outcome (`quillon ctl helper
     // install`): done hears it once, on the main thread; a run already under
     // way is refused with `failed`.
-    void installHelper(std::function<void(const InstallResult&)> done);
+    void installHelper(std::function<void(const InstallResult&)> done) { m_install.run(std::move(done)); }
     // Something on screen shows live figures (source: the caller's name for
     // it: the panel, the temperature in the tray, Render Mode's overlay):
     // while any does, the poll runs every second; a newly shown one gets a
@@ -167,7 +168,7 @@ public:
     // Used by the lid manager: holds (on) or releases the helper's lid lock.
     // done, when given, hears the helper's answer (false with its reason, or
     // when the helper cannot be reached).
-    void setLidStayAwake(bool on, HelperLink::Reply done = {});
+    void setLidStayAwake(bool on, HelperLink::Reply done = {}) { m_lid.set(on, std::move(done)); }
     // Clears whatever an earlier run left in the helper; once, at launch.
     void reconcileToOffOnLaunch();
     // The 1-second tick: advances `now` and asks for the status.
@@ -182,7 +183,8 @@ public:
     void setCoolingMode(CoolingMode mode);
     void setCoolingProfile(Kind kind);
     bool applyBoost(std::optional<double> durationS, bool automatic);
-    bool resetBoost();
+    // Drops the floor and its boost; whether a stop could be sent.
+    bool resetBoost() { return m_floor.reset(); }
     // Other managers' cooling: "lid", "render", "apps"; no kind withdraws the source's request.
     void requestCooling(std::optional<Kind> kind, const QString& source);
     void evaluateAutoCooling(bool force);
