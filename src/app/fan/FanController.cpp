@@ -61,8 +61,7 @@ FanController::FanController(Parts parts, QObject* parent)
         m_profileCooling = new ProfileCooling(*m_parts.profiles, this);
         connect(m_profileCooling, &ProfileCooling::textChanged, this, &FanController::coolingChanged);
         const auto follow = [this] {
-            m_profileCooling->want(
-                m_fanControlUnavailable.isEmpty() ? std::nullopt : m_auto.powerProfile(choice()));
+            m_profileCooling->want(m_fanControlUnavailable.isEmpty() ? std::nullopt : m_auto.powerProfile(choice()));
         };
         connect(this, &FanController::coolingChanged, this, follow);
         connect(this, &FanController::helperStateChanged, this, follow);
@@ -124,8 +123,8 @@ void FanController::applyStatus(const QVariantMap& status)
         emit helperStateChanged();
     }
 
-    reconcileDaemonState(StatusValue::boolOrFalse(status.value("isBoosted")),
-        StatusValue::boolOrFalse(status.value("lidStayAwake")));
+    reconcileDaemonState(
+        StatusValue::boolOrFalse(status.value("isBoosted")), StatusValue::boolOrFalse(status.value("lidStayAwake")));
     evaluateAutoCooling(false);
     m_heat.checkCpu(m_temperatures.cpuSmoothed());
 }
@@ -150,8 +149,7 @@ void FanController::reconcileDaemonState(bool daemonForcingFans, bool daemonLidL
     m_helperHolds = daemonForcingFans || daemonLidLock;
     m_poller.updateInterval(holdsAnything());
     const bool wantsFansHeld = m_fansEnabled || m_auto.trigger() || m_auto.engaged();
-    const SelfHeal::Release release
-        = m_selfHeal.check(daemonForcingFans, daemonLidLock, wantsFansHeld, m_lid.wanted());
+    const SelfHeal::Release release = m_selfHeal.check(daemonForcingFans, daemonLidLock, wantsFansHeld, m_lid.wanted());
     if (release.fans)
         resetBoost();
     if (release.lid && m_install.installed())

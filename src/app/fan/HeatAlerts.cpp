@@ -29,7 +29,8 @@ bool HeatAlerts::updateLevel()
     const bool throttling = level == Level::serious || level == Level::critical;
     if (throttling && !m_throttleNotified && enabled())
         notify(QCoreApplication::translate("quillon::app::FanController", "⚠️ Mac is throttling"),
-            QCoreApplication::translate("quillon::app::FanController", "Thermal pressure is high — heat protection is keeping the fans up."));
+            QCoreApplication::translate(
+                "quillon::app::FanController", "Thermal pressure is high — heat protection is keeping the fans up."));
     m_throttleNotified = throttling;
     return changed;
 }
@@ -41,7 +42,8 @@ void HeatAlerts::checkCpu(std::optional<double> cpuSmoothedC)
     const double t = cpuSmoothedC.value_or(0.0);
     if (t >= kOverheatAlertC && !m_overheatNotified) {
         m_overheatNotified = true;
-        notify(QCoreApplication::translate("quillon::app::FanController", "🔥 CPU running very hot"), QCoreApplication::translate("quillon::app::FanController", "The CPU is at %1 °C.").arg(t, 0, 'f', 0));
+        notify(QCoreApplication::translate("quillon::app::FanController", "🔥 CPU running very hot"),
+            QCoreApplication::translate("quillon::app::FanController", "The CPU is at %1 °C.").arg(t, 0, 'f', 0));
     }
     if (t < kOverheatRearmC)
         m_overheatNotified = false;

@@ -28,8 +28,8 @@ QString noInstallerText()
 
 } // namespace
 
-HelperInstall::HelperInstall(HelperLink& link, Installer installer, const QString& bundledPath,
-    const QString& installedPath, QObject* parent)
+HelperInstall::HelperInstall(
+    HelperLink& link, Installer installer, const QString& bundledPath, const QString& installedPath, QObject* parent)
     : QObject(parent)
     , m_link(link)
     , m_installer(std::move(installer))

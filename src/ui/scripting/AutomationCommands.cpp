@@ -61,7 +61,8 @@ bool AutomationCommands::answer(bool on, QString& text) const
 {
     app::TriggerManager& t = triggers();
     if (on && t.unconfirmed()) {
-        text = QStringLiteral("automation on, but its keep-awake is asked for, not confirmed (%1)").arg(t.activeReason())
+        text
+            = QStringLiteral("automation on, but its keep-awake is asked for, not confirmed (%1)").arg(t.activeReason())
             + DelayedReplies::unconfirmedNotes(t.assertions());
         return false;
     }
