@@ -9,7 +9,6 @@
 
 #include "core/FanFloor.h"
 
-#include <QFile>
 #include <algorithm>
 #include <cmath>
 #include <utility>
@@ -18,22 +17,9 @@ namespace quillon::app {
 
 namespace {
 
-using Level = platform::ThermalPressure::Level;
-
-constexpr double kOverheatAlertC = 95.0;
-constexpr double kOverheatRearmC = 88.0;
-
 QVariant optionalForView(const std::optional<double>& value)
 {
     return value ? QVariant(*value) : QVariant();
-}
-
-std::optional<QByteArray> readWhole(const QString& path)
-{
-    QFile file(path);
-    if (path.isEmpty() || !file.open(QIODevice::ReadOnly))
-        return std::nullopt;
-    return file.readAll();
 }
 
 } // namespace
@@ -42,13 +28,13 @@ FanController::FanController(Parts parts, QObject* parent)
     : QObject(parent)
     , m_parts(std::move(parts))
     , m_poller(*m_parts.link, m_parts.startTimers)
-    , m_boostTimer(m_parts.startTimers)
+    , m_floor(*m_parts.link, m_poller, *m_parts.clock, m_parts.notifier, m_parts.startTimers)
+    , m_safety(m_parts.notifier)
+    , m_heat(m_parts.thermal, *m_parts.settings, m_parts.notifier)
+    , m_install(*m_parts.link, m_parts.installer, m_parts.bundledHelperPath, m_parts.installedHelperPath)
+    , m_lid(*m_parts.link, m_poller)
 {
     m_now = m_parts.clock->now();
-    if (m_parts.thermal)
-        m_thermalState = m_parts.thermal->level();
-    m_helperInstalled = m_parts.link->helperAvailable();
-    m_helperNeedsUpdate = m_helperInstalled && helperNeedsUpdateNow();
     if (const auto mode = coolingModeFromRaw(m_parts.settings->coolingMode()))
         setCoolingMode(*mode);
     if (const auto kind = core::CoolingProfile::fromRawValue(m_parts.settings->coolingProfile().toStdString()))
@@ -57,42 +43,38 @@ FanController::FanController(Parts parts, QObject* parent)
     connect(&m_poller, &HelperPoller::statusArrived, this, &FanController::applyStatus);
     connect(&m_poller, &HelperPoller::linkMessage, this, &FanController::setStatusMessage);
     connect(&m_poller, &HelperPoller::tick, this, &FanController::pollTick);
-    connect(&m_boostTimer, &BoostTimer::expired, this, &FanController::boostExpired);
-    if (m_helperInstalled)
+    connect(&m_floor, &FloorSender::expired, this, &FanController::boostExpired);
+    connect(&m_floor, &FloorSender::boostChanged, this, &FanController::boostChanged);
+    connect(&m_floor, &FloorSender::spinUpChanged, this, &FanController::spinUpChanged);
+    // A floor's answer refreshes the status line; the sender asks for a status itself.
+    connect(&m_floor, &FloorSender::floorAnswered, this,
+        [this](bool ok) { setStatusMessage(ok ? QString() : tr("Couldn't set fans.")); });
+    connect(&m_auto, &AutoCooling::changed, this, &FanController::coolingChanged);
+    connect(&m_safety, &SafetyHold::started, &m_floor, &FloorSender::clearSpinUp);
+    connect(&m_safety, &SafetyHold::changed, this, &FanController::helperStateChanged);
+    connect(&m_install, &HelperInstall::changed, this, &FanController::helperStateChanged);
+    connect(&m_install, &HelperInstall::message, this, &FanController::setStatusMessage);
+    if (m_install.installed())
         connectIfNeeded();
 
     if (m_parts.profiles) {
         m_profileCooling = new ProfileCooling(*m_parts.profiles, this);
         connect(m_profileCooling, &ProfileCooling::textChanged, this, &FanController::coolingChanged);
         const auto follow = [this] {
-            m_profileCooling->want(wantedPowerProfile());
+            m_profileCooling->want(m_fanControlUnavailable.isEmpty() ? std::nullopt : m_auto.powerProfile(choice()));
         };
         connect(this, &FanController::coolingChanged, this, follow);
         connect(this, &FanController::helperStateChanged, this, follow);
     }
-    if (m_parts.thermal)
-        connect(m_parts.thermal, &platform::ThermalPressure::levelChanged, this, &FanController::updateThermalState);
+    if (m_parts.thermal) {
+        connect(m_parts.thermal, &platform::ThermalPressure::levelChanged, this, [this] {
+            if (m_heat.updateLevel())
+                emit thermalStateChanged();
+        });
+    }
 }
 
 FanController::~FanController() = default;
-
-bool FanController::helperNeedsUpdateNow() const
-{
-    // Byte identity is the rule: any difference means the installed copy is stale.
-    const auto bundled = readWhole(m_parts.bundledHelperPath);
-    const auto installed = readWhole(m_parts.installedHelperPath);
-    return bundled && installed && *bundled != *installed;
-}
-
-void FanController::connectIfNeeded()
-{
-    m_parts.link->connectIfNeeded();
-}
-
-void FanController::refresh()
-{
-    m_poller.refresh();
-}
 
 void FanController::pollTick()
 {
@@ -104,50 +86,29 @@ void FanController::pollTick()
     refresh();
 }
 
-void FanController::applyFans(const QVariant& value)
-{
-    using V = StatusValue;
-    QList<FanInfo> fans;
-    for (const QVariant& entry : value.toList()) {
-        const QVariantMap fan = entry.toMap();
-        const QVariant index = fan.value("index");
-        const QVariant current = fan.value("currentRPM");
-        const QVariant min = fan.value("minRPM");
-        const QVariant max = fan.value("maxRPM");
-        if (!V::isIntegral(index) || !V::isIntegral(current) || !V::isIntegral(min) || !V::isIntegral(max))
-            continue;
-        const QVariant target = fan.value("targetRPM");
-        fans.append(
-            {index.toInt(), current.toInt(), min.toInt(), max.toInt(), V::isIntegral(target) ? target.toInt() : 0});
-    }
-    if (fans != m_fans) {
-        m_fans = fans;
-        emit fansChanged();
-    }
-}
-
 void FanController::applyStatus(const QVariantMap& status)
 {
     if (m_statusMessage == HelperPoller::slowHelperMessage())
         setStatusMessage(QString()); // it answered after all
     const QVariant fans = status.value("fans");
     if (fans.typeId() == QMetaType::QVariantList) {
-        applyFans(fans);
-        if (m_spinUp.endIfDone(m_fans, m_now))
-            emit spinUpChanged();
+        if (m_fans.apply(fans))
+            emit fansChanged();
+        m_floor.followFans(m_fans.fans(), m_now);
     }
 
     const QVariant boosted = status.value("isBoosted");
     // The helper dropped a floor the app still holds: its watchdog fired while
     // the app was starved, or it was restarted. Only a drop counts, so a floor
     // the helper refuses is not retried on every poll.
-    const bool helperLetGo
-        = boosted.typeId() == QMetaType::Bool && !boosted.toBool() && m_isBoosted && m_targetPercent > 0;
+    const bool helperLetGo = boosted.typeId() == QMetaType::Bool && !boosted.toBool() && m_floor.isBoosted()
+        && m_floor.targetPercent() > 0;
     if (boosted.typeId() == QMetaType::Bool)
-        setBoosted(boosted.toBool());
-    applySafetyState(status, helperLetGo);
-    if (helperLetGo && m_safetyHold.isEmpty())
-        reassertFloor();
+        m_floor.setBoosted(boosted.toBool());
+    if (m_safety.apply(status, helperLetGo, m_floor.targetPercent()))
+        m_floor.reassert();
+    if (helperLetGo && m_safety.reason().isEmpty())
+        m_floor.reassert();
 
     if (m_temperatures.apply(status))
         emit temperaturesChanged();
@@ -162,54 +123,10 @@ void FanController::applyStatus(const QVariantMap& status)
         emit helperStateChanged();
     }
 
-    reconcileDaemonState(StatusValue::boolOrFalse(status.value("isBoosted")),
-        StatusValue::boolOrFalse(status.value("lidStayAwake")));
+    reconcileDaemonState(
+        StatusValue::boolOrFalse(status.value("isBoosted")), StatusValue::boolOrFalse(status.value("lidStayAwake")));
     evaluateAutoCooling(false);
-    checkHeatAlert();
-}
-
-void FanController::applySafetyState(const QVariantMap& status, bool helperLetGo)
-{
-    const bool pending = StatusValue::boolOrFalse(status.value("releasePending"));
-    if (pending != m_releasePending) {
-        m_releasePending = pending;
-        emit helperStateChanged();
-        if (pending) {
-            notify(tr("Fans not handed back yet"),
-                tr("The firmware has not taken the fans back. Quillon holds them at full speed and keeps trying."));
-        }
-    }
-
-    const QString release = StatusValue::stringOrEmpty(status.value("safetyRelease"));
-    const double clearFor = StatusValue::finiteNumber(status.value("safetyClearSeconds")).value_or(0.0);
-    const bool helperHolds = StatusValue::boolOrFalse(status.value("isBoosted"));
-    const bool causeGone = release.isEmpty() || clearFor >= safetyClearSeconds;
-    if (!m_safetyHold.isEmpty()) {
-        if (!causeGone)
-            return;
-        setSafetyHold(QString());
-        // The helper lets go of nothing it holds; a floor it dropped goes back.
-        if (m_targetPercent > 0 && !helperHolds && !helperLetGo)
-            reassertFloor();
-        return;
-    }
-    // Sending the floor again now would only make the helper let go again.
-    if (!causeGone && !helperHolds && m_targetPercent > 0)
-        setSafetyHold(release);
-}
-
-void FanController::setSafetyHold(const QString& reason)
-{
-    if (reason == m_safetyHold)
-        return;
-    m_safetyHold = reason;
-    if (!reason.isEmpty()) {
-        qInfo().noquote() << QStringLiteral(
-            "Quillon: the helper let go of the fans for safety (%1); holding the floor back")
-                                 .arg(reason);
-        clearSpinUp();
-    }
-    emit helperStateChanged();
+    m_heat.checkCpu(m_temperatures.cpuSmoothed());
 }
 
 void FanController::setLiveView(const QString& source, bool shown)
@@ -224,128 +141,29 @@ void FanController::setLiveView(const QString& source, bool shown)
 
 bool FanController::holdsAnything() const
 {
-    return m_isBoosted || m_intendedLidLock || m_helperHolds;
+    return m_floor.isBoosted() || m_lid.wanted() || m_helperHolds;
 }
 
 void FanController::reconcileDaemonState(bool daemonForcingFans, bool daemonLidLock)
 {
     m_helperHolds = daemonForcingFans || daemonLidLock;
     m_poller.updateInterval(holdsAnything());
-    const bool wantsFansHeld = m_fansEnabled || m_triggerProfile || m_autoEngaged;
-    const SelfHeal::Release release
-        = m_selfHeal.check(daemonForcingFans, daemonLidLock, wantsFansHeld, m_intendedLidLock);
+    const bool wantsFansHeld = m_fansEnabled || m_auto.trigger() || m_auto.engaged();
+    const SelfHeal::Release release = m_selfHeal.check(daemonForcingFans, daemonLidLock, wantsFansHeld, m_lid.wanted());
     if (release.fans)
         resetBoost();
-    if (release.lid && m_helperInstalled) {
-        m_intendedLidLock = false;
-        connectIfNeeded();
-        m_parts.link->setLidStayAwake(false, this, [](bool, const QString&) {});
-    }
-}
-
-void FanController::setLidStayAwake(bool on, HelperLink::Reply done)
-{
-    // Set before the request goes out: self-heal compares against it.
-    m_intendedLidLock = on;
-    if (on)
-        m_poller.pollFast();
-    connectIfNeeded();
-    if (!m_parts.link->isOpen()) {
-        if (done)
-            done(false, tr("the fan helper cannot be reached"));
-        return;
-    }
-    m_parts.link->setLidStayAwake(on, this, [done](bool ok, const QString& text) {
-        if (done)
-            done(ok, text);
-    });
+    if (release.lid && m_install.installed())
+        m_lid.release();
 }
 
 void FanController::reconcileToOffOnLaunch()
 {
     connectIfNeeded();
-    m_intendedLidLock = false;
+    m_lid.forget();
     if (!m_parts.link->isOpen())
         return;
     m_parts.link->stopBoost(this, [](bool, const QString&) {});
-    m_parts.link->setLidStayAwake(false, this, [](bool, const QString&) {});
-}
-
-void FanController::updateThermalState()
-{
-    const Level level = m_parts.thermal ? m_parts.thermal->level() : Level::nominal;
-    if (level != m_thermalState) {
-        m_thermalState = level;
-        emit thermalStateChanged();
-    }
-    const bool throttling = level == Level::serious || level == Level::critical;
-    if (throttling && !m_lastThrottleNotified && heatAlertsEnabled())
-        notify(
-            tr("⚠️ Mac is throttling"), tr("Thermal pressure is high — heat protection is keeping the fans up."));
-    m_lastThrottleNotified = throttling;
-}
-
-bool FanController::heatAlertsEnabled() const
-{
-    return m_parts.settings->flag(Settings::Key::heatAlerts);
-}
-
-void FanController::checkHeatAlert()
-{
-    if (!heatAlertsEnabled())
-        return;
-    const double t = m_temperatures.cpuSmoothed().value_or(0.0);
-    if (t >= kOverheatAlertC && !m_overheatNotified) {
-        m_overheatNotified = true;
-        notify(tr("🔥 CPU running very hot"), tr("The CPU is at %1 °C.").arg(t, 0, 'f', 0));
-    }
-    if (t < kOverheatRearmC)
-        m_overheatNotified = false;
-}
-
-void FanController::installHelper(std::function<void(const InstallResult&)> done)
-{
-    if (!m_parts.installer) {
-        setStatusMessage(QStringLiteral("Fehler: ") + tr("this build has no helper installer"));
-        if (done)
-            done(InstallResult::failed(tr("this build has no helper installer")));
-        return;
-    }
-    if (m_helperInstalling) {
-        if (done)
-            done(InstallResult::failed(QStringLiteral("an installation is already under way")));
-        return;
-    }
-    m_helperInstalling = true;
-    emit helperStateChanged();
-    QPointer<FanController> self(this);
-    m_parts.installer([self, done](const InstallResult& result) {
-        if (self)
-            self->applyInstallResult(result);
-        if (done)
-            done(result);
-    });
-}
-
-void FanController::applyInstallResult(const InstallResult& result)
-{
-    m_helperInstalling = false;
-    emit helperStateChanged();
-    switch (result.kind) {
-    case InstallResult::Kind::success:
-        m_helperInstalled = true;
-        m_helperNeedsUpdate = false;
-        setStatusMessage(QStringLiteral("Helper installiert"));
-        m_parts.link->invalidate();
-        connectIfNeeded();
-        break;
-    case InstallResult::Kind::cancelled:
-        setStatusMessage(QStringLiteral("Installation abgebrochen"));
-        break;
-    case InstallResult::Kind::failed:
-        setStatusMessage(QStringLiteral("Fehler: ") + result.message);
-        break;
-    }
+    m_lid.release();
 }
 
 void FanController::setStatusMessage(const QString& message)
@@ -364,11 +182,7 @@ void FanController::notify(const QString& title, const QString& body)
 
 QVariantList FanController::fansForView() const
 {
-    QVariantList list;
-    for (const FanInfo& fan : m_fans)
-        list.append(QVariantMap{{"index", fan.index}, {"currentRPM", fan.currentRPM}, {"minRPM", fan.minRPM},
-            {"maxRPM", fan.maxRPM}, {"targetRPM", fan.targetRPM}});
-    return list;
+    return m_fans.forView();
 }
 
 QVariant FanController::cpuTempForView() const
@@ -391,18 +205,6 @@ QVariant FanController::gpuTempSmoothedForView() const
     return optionalForView(gpuTempSmoothed());
 }
 
-std::optional<FanController::Kind> FanController::wantedPowerProfile() const
-{
-    if (m_fanControlUnavailable.isEmpty())
-        return std::nullopt;
-    if (m_triggerProfile)
-        return m_triggerProfile;
-    // A manual floor has no power profile: the switch holds the chosen profile.
-    if (m_fansEnabled)
-        return m_coolingProfile;
-    return std::nullopt;
-}
-
 QString FanController::profileCooling() const
 {
     return m_profileCooling ? m_profileCooling->text() : QString();
@@ -411,45 +213,18 @@ QString FanController::profileCooling() const
 FanController::UserAction::UserAction(FanController& controller)
     : m_controller(controller)
 {
-    ++m_controller.m_userActionDepth;
-    m_controller.setSafetyHold(QString());
+    m_controller.m_floor.beginUserAction();
+    m_controller.m_safety.clear();
 }
 
 FanController::UserAction::~UserAction()
 {
-    if (--m_controller.m_userActionDepth == 0)
-        m_controller.flushUserAction();
+    m_controller.m_floor.endUserAction();
 }
 
-void FanController::sendFloor(double percent)
+AutoCooling::Choice FanController::choice() const
 {
-    if (m_userActionDepth > 0) {
-        m_pendingCommand = std::optional<double>(percent);
-        return;
-    }
-    if (percent > 0)
-        m_poller.pollFast();
-    m_parts.link->setFanFloor(percent, this, [this](bool ok, const QString&) { onFloorReply(ok); });
-}
-
-void FanController::sendStop()
-{
-    if (m_userActionDepth > 0) {
-        m_pendingCommand = std::optional<double>();
-        return;
-    }
-    m_parts.link->stopBoost(this, [this](bool, const QString&) { refresh(); });
-}
-
-void FanController::flushUserAction()
-{
-    const auto command = std::exchange(m_pendingCommand, std::nullopt);
-    if (!command || !m_parts.link->isOpen())
-        return;
-    if (*command)
-        sendFloor(**command);
-    else
-        sendStop();
+    return {m_coolingMode, m_fansEnabled, m_manualPercent, m_coolingProfile};
 }
 
 void FanController::setCoolingMode(CoolingMode mode)
@@ -477,7 +252,7 @@ void FanController::setCoolingProfile(Kind kind)
     m_parts.settings->setCoolingProfile(QString::fromLatin1(core::CoolingProfile::rawValue(kind)));
     if (changed)
         emit coolingChanged();
-    if (m_coolingMode == CoolingMode::automatic && m_autoActive)
+    if (m_coolingMode == CoolingMode::automatic && m_auto.active())
         evaluateAutoCooling(true);
 }
 
@@ -494,7 +269,8 @@ void FanController::setCoolingProfileRaw(const QString& raw)
 
 QString FanController::triggerProfileRaw() const
 {
-    return m_triggerProfile ? QString::fromLatin1(core::CoolingProfile::rawValue(*m_triggerProfile)) : QString();
+    const auto trigger = m_auto.trigger();
+    return trigger ? QString::fromLatin1(core::CoolingProfile::rawValue(*trigger)) : QString();
 }
 
 void FanController::setBoostDuration(double seconds)
@@ -511,21 +287,21 @@ void FanController::coolingModeChanged()
         return;
     if (m_coolingMode == CoolingMode::manual) {
         setAuto(false);
-        setTargetPercent(m_manualPercent);
+        m_floor.setTargetPercent(m_manualPercent);
         applyBoost(m_boostDuration, false);
     } else {
         // The manual boost's timer goes too, even when its floor never took.
-        if (m_isBoosted)
+        if (m_floor.isBoosted())
             resetBoost();
         else
-            cancelBoostExpiry();
+            m_floor.cancelExpiry();
         setAuto(true);
     }
 }
 
 void FanController::setFansEnabled(bool on)
 {
-    if (!m_helperInstalled)
+    if (!m_install.installed())
         return;
     if (profileRoute()) {
         // Nothing for the helper to drive: the chosen profile becomes a power-profile hold.
@@ -542,10 +318,10 @@ void FanController::setFansEnabled(bool on)
     }
     if (!on) {
         setAuto(false);
-        if (m_isBoosted)
+        if (m_floor.isBoosted())
             resetBoost();
         // Another manager's request keeps cooling after the user switches off.
-        if (m_triggerProfile)
+        if (m_auto.trigger())
             evaluateAutoCooling(true);
         return;
     }
@@ -554,14 +330,14 @@ void FanController::setFansEnabled(bool on)
     if (m_coolingMode == CoolingMode::automatic) {
         setAuto(true);
     } else {
-        setTargetPercent(m_manualPercent);
+        m_floor.setTargetPercent(m_manualPercent);
         applyBoost(m_boostDuration, false);
     }
 }
 
 void FanController::setManualFloor(double percent)
 {
-    if (!m_helperInstalled || !m_fansEnabled || m_coolingMode != CoolingMode::manual || std::isnan(percent))
+    if (!m_install.installed() || !m_fansEnabled || m_coolingMode != CoolingMode::manual || std::isnan(percent))
         return;
     UserAction action(*this);
     if (percent < core::FanFloor::resolutionPercent) {
@@ -570,8 +346,8 @@ void FanController::setManualFloor(double percent)
     }
     m_manualPercent = std::min(percent, 100.0);
     emit coolingChanged();
-    if (!m_triggerProfile) {
-        setTargetPercent(m_manualPercent);
+    if (!m_auto.trigger()) {
+        m_floor.setTargetPercent(m_manualPercent);
         applyBoost(m_boostDuration, false);
     } else {
         evaluateAutoCooling(true);
@@ -580,16 +356,12 @@ void FanController::setManualFloor(double percent)
 
 void FanController::setAuto(bool on)
 {
-    m_autoActive = on;
+    m_auto.setActive(on);
     if (!on) {
-        m_autoEngaged = false;
-        m_autoFloor = 0;
-        emit coolingChanged();
-        setTargetPercent(0);
+        m_floor.setTargetPercent(0);
         resetBoost();
         return;
     }
-    emit coolingChanged();
     if (m_parts.notifier)
         m_parts.notifier->requestAuthorizationIfNeeded();
     evaluateAutoCooling(true);
@@ -597,37 +369,17 @@ void FanController::setAuto(bool on)
 
 void FanController::evaluateAutoCooling(bool force)
 {
-    const bool profileOn = m_coolingMode == CoolingMode::automatic && m_autoActive;
-    if (!m_helperInstalled || (!profileOn && !m_triggerProfile))
+    if (!m_install.installed())
         return;
-    // A trigger's profile replaces the user's; the two are not combined.
-    const Kind kind = m_triggerProfile.value_or(m_coolingProfile);
-    const double cpu = cpuTempSmoothed().value_or(cpuTemp().value_or(0.0));
-    const double t = std::max(cpu, gpuTempSmoothed().value_or(0.0));
-    if (t <= 0)
-        return; // no reading yet
-    const double base = m_fansEnabled && m_coolingMode == CoolingMode::manual ? m_manualPercent : 0.0;
-    const CoolingMerge::Decision decision
-        = m_merge.evaluate(kind, t, base, m_targetPercent, m_autoEngaged, force);
-    if (decision.floor != m_autoFloor) {
-        m_autoFloor = decision.floor;
-        emit coolingChanged();
-    }
-    switch (decision.action) {
-    case CoolingMerge::Action::none:
+    switch (m_auto.evaluate(choice(), m_temperatures, m_floor.targetPercent(), force)) {
+    case AutoCooling::Step::none:
         return;
-    case CoolingMerge::Action::release:
-        m_autoEngaged = false;
-        emit coolingChanged();
-        setTargetPercent(0);
+    case AutoCooling::Step::release:
+        m_floor.setTargetPercent(0);
         resetBoost();
         return;
-    case CoolingMerge::Action::send:
-        if (!m_autoEngaged) {
-            m_autoEngaged = true;
-            emit coolingChanged();
-        }
-        setTargetPercent(decision.floor);
+    case AutoCooling::Step::send:
+        m_floor.setTargetPercent(m_auto.floor());
         applyBoost(std::nullopt, true);
         return;
     }
@@ -635,85 +387,21 @@ void FanController::evaluateAutoCooling(bool force)
 
 bool FanController::applyBoost(std::optional<double> durationS, bool automatic)
 {
-    if (!m_helperInstalled)
+    if (!m_install.installed())
         return false;
     connectIfNeeded();
     if (!m_parts.link->isOpen())
         return false;
     // Held back after a safety release: only the user asking again sends it.
-    if (!m_safetyHold.isEmpty() && m_targetPercent > 0 && m_userActionDepth == 0)
+    const double p = m_floor.targetPercent();
+    if (!m_safety.reason().isEmpty() && p > 0 && !m_floor.inUserAction())
         return false;
-
-    const bool wasBoosted = m_isBoosted;
-    const double p = m_targetPercent;
-    setBoosted(p > 0);
     if (p > 0 && !automatic && p != m_manualPercent) {
         m_manualPercent = p;
         emit coolingChanged();
     }
-    if (p > 0 && !wasBoosted)
-        startSpinUp();
-    else if (p <= 0)
-        clearSpinUp();
-
-    sendFloor(p);
-
-    if (automatic || p <= 0) {
-        cancelBoostExpiry(); // automatic cooling and zero floors never expire
-    } else if (durationS || !wasBoosted) {
-        scheduleBoostExpiry(std::min(durationS.value_or(m_boostDuration), maxBoostSeconds));
-    }
+    m_floor.hold(durationS, automatic, m_boostDuration);
     return true;
-}
-
-void FanController::reassertFloor()
-{
-    qInfo().noquote() << QStringLiteral("Quillon: the helper let go of the fans; sending the %1 % floor again")
-                             .arg(m_targetPercent, 0, 'f', 0);
-    setBoosted(true);
-    if (!m_spinUp.spinningUp())
-        startSpinUp();
-    // The boost's expiry, if any, keeps running: the user's time is not extended.
-    sendFloor(m_targetPercent);
-}
-
-void FanController::onFloorReply(bool ok)
-{
-    if (ok) {
-        setStatusMessage(QString());
-    } else {
-        setBoosted(false);
-        setStatusMessage(tr("Couldn't set fans."));
-    }
-    refresh();
-}
-
-bool FanController::resetBoost()
-{
-    setTargetPercent(0);
-    setBoosted(false);
-    clearSpinUp();
-    cancelBoostExpiry();
-    // No new connection for a stop: without one there is nothing to stop.
-    if (!m_parts.link->isOpen())
-        return false;
-    sendStop();
-    return true;
-}
-
-void FanController::scheduleBoostExpiry(double seconds)
-{
-    cancelBoostExpiry();
-    if (m_parts.notifier)
-        m_parts.notifier->requestAuthorizationIfNeeded();
-    m_boostTimer.schedule(m_parts.clock->now(), seconds);
-    emit boostChanged();
-}
-
-void FanController::cancelBoostExpiry()
-{
-    if (m_boostTimer.cancel())
-        emit boostChanged();
 }
 
 void FanController::boostExpired()
@@ -723,75 +411,36 @@ void FanController::boostExpired()
         emit coolingChanged();
     }
     resetBoost();
-    if (m_triggerProfile)
+    if (m_auto.trigger())
         evaluateAutoCooling(true);
     notify(tr("Fan boost finished"),
-        m_triggerProfile ? tr("The boost timer ended — automation keeps cooling.")
+        m_auto.trigger() ? tr("The boost timer ended — automation keeps cooling.")
                          : tr("The boost timer ended — fans are back on automatic."));
 }
 
 void FanController::requestCooling(std::optional<Kind> kind, const QString& source)
 {
-    setTriggerCooling(m_merge.request(kind, source));
-}
-
-void FanController::setTriggerCooling(std::optional<Kind> kind)
-{
-    if (kind == m_triggerProfile)
+    if (!m_auto.request(kind, source))
         return;
-    m_triggerProfile = kind;
-    emit coolingChanged();
-    if (kind) {
+    if (m_auto.trigger()) {
         if (m_parts.notifier)
             m_parts.notifier->requestAuthorizationIfNeeded();
         evaluateAutoCooling(true);
         return;
     }
     if (!m_fansEnabled) {
-        if (m_autoEngaged) {
-            m_autoEngaged = false;
-            m_autoFloor = 0;
-            emit coolingChanged();
-            setTargetPercent(0);
+        if (m_auto.engaged()) {
+            m_auto.disengage();
+            m_floor.setTargetPercent(0);
             resetBoost();
         }
     } else if (m_coolingMode == CoolingMode::manual) {
         // The user's manual floor returns, with a fresh boost timer.
-        m_autoEngaged = false;
-        m_autoFloor = 0;
-        emit coolingChanged();
-        setTargetPercent(m_manualPercent);
+        m_auto.disengage();
+        m_floor.setTargetPercent(m_manualPercent);
         applyBoost(m_boostDuration, false);
     } else {
         evaluateAutoCooling(true);
-    }
-}
-
-void FanController::startSpinUp()
-{
-    m_spinUp.start(m_parts.clock->now());
-    emit spinUpChanged();
-}
-
-void FanController::clearSpinUp()
-{
-    if (m_spinUp.clear())
-        emit spinUpChanged();
-}
-
-void FanController::setTargetPercent(double percent)
-{
-    if (percent != m_targetPercent) {
-        m_targetPercent = percent;
-        emit boostChanged();
-    }
-}
-
-void FanController::setBoosted(bool boosted)
-{
-    if (boosted != m_isBoosted) {
-        m_isBoosted = boosted;
-        emit boostChanged();
     }
 }
 

@@ -1,26 +1,29 @@
 #pragma once
 
-#include "BoostTimer.h"
-#include "CoolingMerge.h"
+#include "AutoCooling.h"
 #include "CoolingMode.h"
 #include "FanInfo.h"
+#include "FanList.h"
 #include "FanTemperatures.h"
+#include "FloorSender.h"
+#include "HeatAlerts.h"
+#include "HelperInstall.h"
 #include "HelperLink.h"
 #include "HelperPoller.h"
+#include "LidLock.h"
+#include "SafetyHold.h"
 #include "SelfHeal.h"
-#include "SpinUpIndicator.h"
 #include "app/install/InstallResult.h"
 #include "platform/ThermalPressure.h"
 
 #include "core/CoolingProfile.h"
 
 #include <QDateTime>
-#include <QMap>
 #include <QObject>
-#include <QPointer>
 #include <QVariant>
 #include <functional>
 #include <optional>
+#include <utility>
 
 namespace quillon::platform {
 class Clock;
@@ -49,10 +52,13 @@ class Settings;
 // command to the helper, however many steps it takes (UserAction).
 //
 // The parts live in their own classes: the helper link and its polling
-// (HelperPoller), the temperatures (FanTemperatures), the cooling merge
-// (CoolingMerge), the boost's end (BoostTimer), the spin-up indicator
-// (SpinUpIndicator) and the self-heal (SelfHeal); this class ties them
-// together and publishes the result.
+// (HelperPoller), the fans and temperatures (FanList, FanTemperatures), the
+// floor sent and its batching, boost end and spin-up (FloorSender),
+// automatic cooling and other managers' requests (AutoCooling), the safety
+// hold (SafetyHold), the heat warnings (HeatAlerts), the helper's
+// installation (HelperInstall), the lid lock (LidLock) and the self-heal
+// (SelfHeal). This class keeps the user's choice, ties the parts together
+// and publishes the result.
 //
 // Main thread only. The timers call pollTick() and boostExpired(); tests call
 // them directly with a fake clock. Temperatures in °C, floors in percent.
@@ -96,13 +102,12 @@ class FanController : public QObject {
 
 public:
     using Kind = core::CoolingProfile::Kind;
-    // Runs the helper installer; calls done with the outcome, on the main thread.
-    using Installer = std::function<void(std::function<void(InstallResult)> done)>;
+    using Installer = HelperInstall::Installer;
 
-    static constexpr double maxBoostSeconds = 3600.0;
+    static constexpr double maxBoostSeconds = FloorSender::kMaxBoostSeconds;
     // How long the helper must have seen the cause of a safety release gone
     // before the app asks for its floor again by itself.
-    static constexpr double safetyClearSeconds = 30.0;
+    static constexpr double safetyClearSeconds = SafetyHold::kClearSeconds;
 
     // Marks one user action (a click, a ctl command): while the outermost one
     // lives, floor and stop requests only record the last command, which is
@@ -144,15 +149,15 @@ public:
     ~FanController() override;
 
     // --- helper link, polling, temperatures ---
-    void connectIfNeeded();
+    void connectIfNeeded() { m_parts.link->connectIfNeeded(); }
     // Asks the helper for its status once and applies it.
-    void refresh();
+    void refresh() { m_poller.refresh(); }
     // Runs the installer unless it is already running; reconnects after success.
     Q_INVOKABLE void installHelper() { installHelper({}); }
     // The same, for a caller that waits for the outcome (`quillon ctl helper
     // install`): done hears it once, on the main thread; a run already under
     // way is refused with `failed`.
-    void installHelper(std::function<void(const InstallResult&)> done);
+    void installHelper(std::function<void(const InstallResult&)> done) { m_install.run(std::move(done)); }
     // Something on screen shows live figures (source: the caller's name for
     // it: the panel, the temperature in the tray, Render Mode's overlay):
     // while any does, the poll runs every second; a newly shown one gets a
@@ -163,14 +168,13 @@ public:
     // Used by the lid manager: holds (on) or releases the helper's lid lock.
     // done, when given, hears the helper's answer (false with its reason, or
     // when the helper cannot be reached).
-    void setLidStayAwake(bool on, HelperLink::Reply done = {});
+    void setLidStayAwake(bool on, HelperLink::Reply done = {}) { m_lid.set(on, std::move(done)); }
     // Clears whatever an earlier run left in the helper; once, at launch.
     void reconcileToOffOnLaunch();
     // The 1-second tick: advances `now` and asks for the status.
     void pollTick();
     // Applies one status payload of the helper.
     void applyStatus(const QVariantMap& status);
-    void updateThermalState();
 
     // --- modes, boost, automatic cooling ---
     Q_INVOKABLE void setFansEnabled(bool on);
@@ -179,16 +183,16 @@ public:
     void setCoolingMode(CoolingMode mode);
     void setCoolingProfile(Kind kind);
     bool applyBoost(std::optional<double> durationS, bool automatic);
-    bool resetBoost();
+    // Drops the floor and its boost; whether a stop could be sent.
+    bool resetBoost() { return m_floor.reset(); }
     // Other managers' cooling: "lid", "render", "apps"; no kind withdraws the source's request.
     void requestCooling(std::optional<Kind> kind, const QString& source);
-    void setTriggerCooling(std::optional<Kind> kind);
     void evaluateAutoCooling(bool force);
     // The boost timer's end.
     void boostExpired();
 
     // --- readings ---
-    const QList<FanInfo>& fans() const { return m_fans; }
+    const QList<FanInfo>& fans() const { return m_fans.fans(); }
     std::optional<double> cpuTemp() const { return m_temperatures.cpu(); }
     std::optional<double> cpuTempSmoothed() const { return m_temperatures.cpuSmoothed(); }
     std::optional<double> gpuTemp() const { return m_temperatures.gpu(); }
@@ -196,26 +200,26 @@ public:
     const QList<double>& tempHistory() const { return m_temperatures.cpuHistory(); }
     const QList<double>& gpuHistory() const { return m_temperatures.gpuHistory(); }
     const QList<double>& tempTrend() const { return m_temperatures.trend(); }
-    platform::ThermalPressure::Level thermalState() const { return m_thermalState; }
-    bool isBoosted() const { return m_isBoosted; }
-    double targetPercent() const { return m_targetPercent; }
+    platform::ThermalPressure::Level thermalState() const { return m_heat.level(); }
+    bool isBoosted() const { return m_floor.isBoosted(); }
+    double targetPercent() const { return m_floor.targetPercent(); }
     double boostDuration() const { return m_boostDuration; }
     void setBoostDuration(double seconds);
-    QDateTime boostExpiresAt() const { return m_boostTimer.expiresAt(); }
+    QDateTime boostExpiresAt() const { return m_floor.expiresAt(); }
     // "m:ss" until the boost ends; empty without a boost.
-    QString boostRemainingText() const { return m_boostTimer.remainingText(m_now); }
+    QString boostRemainingText() const { return m_floor.remainingText(m_now); }
     bool thermalOverride() const { return m_thermalOverride; }
     double effectivePercent() const { return m_effectivePercent; }
-    bool helperInstalled() const { return m_helperInstalled; }
-    bool helperNeedsUpdate() const { return m_helperNeedsUpdate; }
+    bool helperInstalled() const { return m_install.installed(); }
+    bool helperNeedsUpdate() const { return m_install.needsUpdate(); }
     // The installer is running (waiting for the password, or at work).
-    bool helperInstalling() const { return m_helperInstalling; }
+    bool helperInstalling() const { return m_install.installing(); }
     QString statusMessage() const { return m_statusMessage; }
     // The helper could not verify handing the fans back and keeps trying.
-    bool releasePending() const { return m_releasePending; }
+    bool releasePending() const { return m_safety.releasePending(); }
     // Why the app holds back its floor after a safety release
     // ("critical-heat", "no-readings", "no-sensors"); empty when it does not.
-    QString safetyHold() const { return m_safetyHold; }
+    QString safetyHold() const { return m_safety.reason(); }
     // The helper's reason why no fan can be controlled on this computer (no
     // SMC, no fans, a kernel driver that does not allow fan writes); empty
     // when they can, or before the helper said.
@@ -231,14 +235,14 @@ public:
     Kind coolingProfile() const { return m_coolingProfile; }
     bool fansEnabled() const { return m_fansEnabled; }
     double manualPercent() const { return m_manualPercent; }
-    bool autoActive() const { return m_autoActive; }
-    bool autoEngaged() const { return m_autoEngaged; }
-    double autoFloor() const { return m_autoFloor; }
-    std::optional<Kind> triggerProfile() const { return m_triggerProfile; }
-    bool spinningUp() const { return m_spinUp.spinningUp(); }
-    QDateTime spinUpUntil() const { return m_spinUp.until(); }
+    bool autoActive() const { return m_auto.active(); }
+    bool autoEngaged() const { return m_auto.engaged(); }
+    double autoFloor() const { return m_auto.floor(); }
+    std::optional<Kind> triggerProfile() const { return m_auto.trigger(); }
+    bool spinningUp() const { return m_floor.spinUp().spinningUp(); }
+    QDateTime spinUpUntil() const { return m_floor.spinUp().until(); }
     // Whole seconds left of the spin-up indicator, never below 0.
-    std::optional<int> spinUpRemaining() const { return m_spinUp.remaining(m_now); }
+    std::optional<int> spinUpRemaining() const { return m_floor.spinUp().remaining(m_now); }
     QDateTime now() const { return m_now; }
 
 signals:
@@ -264,78 +268,40 @@ private:
     void setCoolingProfileRaw(const QString& raw);
     QString triggerProfileRaw() const;
 
-    bool helperNeedsUpdateNow() const;
-    // The profile a cooling request wants held where no fan can be driven.
-    std::optional<Kind> wantedPowerProfile() const;
-    void applyFans(const QVariant& value);
+    AutoCooling::Choice choice() const;
     // The helper holds, or is about to hold, something its watchdog would
     // hand back: the poll must feed it every second.
     bool holdsAnything() const;
     void reconcileDaemonState(bool daemonForcingFans, bool daemonLidLock);
-    void reassertFloor();
-    void applySafetyState(const QVariantMap& status, bool helperLetGo);
-    void setSafetyHold(const QString& reason);
-    // Every floor and stop goes through here: sent at once, or recorded
-    // until the running UserAction ends.
-    void sendFloor(double percent);
-    void sendStop();
-    void flushUserAction();
-    void checkHeatAlert();
-    bool heatAlertsEnabled() const;
     void coolingModeChanged();
-    void startSpinUp();
-    void clearSpinUp();
-    void scheduleBoostExpiry(double seconds);
-    void cancelBoostExpiry();
     void setStatusMessage(const QString& message);
-    // The installer's outcome, as the panel shows it.
-    void applyInstallResult(const InstallResult& result);
-    void setTargetPercent(double percent);
-    void setBoosted(bool boosted);
     void notify(const QString& title, const QString& body);
-    // Replies to floor and stop requests refresh the status at once.
-    void onFloorReply(bool ok);
 
     Parts m_parts;
     HelperPoller m_poller;
-    BoostTimer m_boostTimer;
+    FloorSender m_floor;
     FanTemperatures m_temperatures;
-    CoolingMerge m_merge;
-    SpinUpIndicator m_spinUp;
+    AutoCooling m_auto;
+    SafetyHold m_safety;
+    HeatAlerts m_heat;
+    HelperInstall m_install;
+    LidLock m_lid;
     SelfHeal m_selfHeal;
 
-    QList<FanInfo> m_fans;
-    double m_targetPercent = 0;
-    bool m_isBoosted = false;
+    FanList m_fans;
     bool m_thermalOverride = false;
     double m_effectivePercent = 0;
-    platform::ThermalPressure::Level m_thermalState = platform::ThermalPressure::Level::nominal;
-    bool m_lastThrottleNotified = false;
     CoolingMode m_coolingMode = CoolingMode::automatic;
     bool m_fansEnabled = false;
     double m_manualPercent = 100;
     Kind m_coolingProfile = Kind::balanced;
-    bool m_autoActive = false;
-    bool m_autoEngaged = false;
-    double m_autoFloor = 0;
-    std::optional<Kind> m_triggerProfile;
-    bool m_overheatNotified = false;
-    bool m_helperInstalled = false;
-    bool m_helperNeedsUpdate = false;
-    bool m_helperInstalling = false;
     QString m_statusMessage;
     double m_boostDuration = 600;
     QDateTime m_now;
-    bool m_intendedLidLock = false;
     // The last status said the helper forces the fans or holds the lid lock.
     bool m_helperHolds = false;
-    bool m_releasePending = false;
-    QString m_safetyHold;
     QString m_fanControlUnavailable;
     ProfileCooling* m_profileCooling = nullptr;
-    int m_userActionDepth = 0;
-    // The command the running user action will send: a floor, or a stop (nullopt inside).
-    std::optional<std::optional<double>> m_pendingCommand;
 };
 
 } // namespace quillon::app

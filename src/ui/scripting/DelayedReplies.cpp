@@ -26,6 +26,20 @@ QStringList DelayedReplies::confirming(const app::SleepAssertions& holder)
     return asked;
 }
 
+QString DelayedReplies::unconfirmedNotes(const app::SleepAssertions& holder)
+{
+    QString notes;
+    if (const QStringList asked = confirming(holder); !asked.isEmpty())
+        notes += QStringLiteral("; asked for, not yet confirmed: %1").arg(asked.join(QStringLiteral(", ")));
+    for (const auto kind : app::SleepAssertions::allKinds) {
+        const auto state = holder.state(kind);
+        if (state.phase == app::SleepAssertions::KindState::Phase::confirming && !state.problem.isEmpty())
+            notes += QStringLiteral("; %1 asked through %2, not confirmed: %3")
+                         .arg(app::SleepAssertions::rawValue(kind), state.through, state.problem);
+    }
+    return notes;
+}
+
 void DelayedReplies::answerOnceConfirmed(
     const app::SleepAssertions& holder, std::function<bool(QString& text)> compose, Answer later)
 {

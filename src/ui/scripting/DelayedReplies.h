@@ -33,6 +33,9 @@ public:
     // confirmed or refused. One that nothing can confirm (a portal's) is as
     // settled as it gets, and not among them.
     static QStringList confirming(const app::SleepAssertions& holder);
+    // "; asked for, not yet confirmed: …" and, per kind asked where nothing
+    // can confirm it, through what and why; empty when nothing is.
+    static QString unconfirmedNotes(const app::SleepAssertions& holder);
     // Answers with compose() once nothing of holder's is being confirmed any
     // more, or after answerWithinMs with what holds by then; once either way.
     void answerOnceConfirmed(

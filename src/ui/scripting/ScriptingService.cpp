@@ -1,41 +1,24 @@
 #include "ScriptingService.h"
 
-#include "EchoedInput.h"
 #include "StatusReport.h"
 #include "app/automation/RenderModeManager.h"
-#include "app/automation/TriggerManager.h"
 #include "app/fan/FanController.h"
 #include "app/fan/HelperLink.h"
 #include "app/install/InstallResult.h"
 #include "app/install/UpdateChecker.h"
-#include "app/power/KeepAwakePause.h"
 #include "app/power/LidManager.h"
-#include "app/power/ProcessKeepAwake.h"
 #include "app/power/SleepManager.h"
 #include "platform/linux/DBusAsync.h"
 #include "quillonadaptor.h"
-
-#include "core/FanFloor.h"
 
 #include <QDBusPendingCallWatcher>
 #include <QJsonDocument>
 #include <QPointer>
 #include <QTimer>
-#include <algorithm>
-#include <cmath>
 #include <memory>
 #include <utility>
 
 namespace quillon::ui {
-
-namespace {
-
-QString kindList(const QStringList& kinds)
-{
-    return kinds.join(QStringLiteral(", "));
-}
-
-} // namespace
 
 ScriptingService::ScriptingService(
     app::SleepManager& manager, app::HelperLink& link, Hooks hooks, uid_t servedUid, QObject* parent)
@@ -44,6 +27,9 @@ ScriptingService::ScriptingService(
     , m_link(link)
     , m_hooks(std::move(hooks))
     , m_admission(servedUid)
+    , m_awake(manager, m_replies)
+    , m_fans(manager)
+    , m_automation(manager, m_replies)
 {
     new QuillonAdaptor(this); // owned by this
 }
@@ -118,9 +104,9 @@ void ScriptingService::serveAdmitted(QDBusConnection bus, const QDBusMessage& ca
     QString text;
     const DelayedReplies::Answer reply = DelayedReplies::replyTo(bus, call);
     if (call.member() == QLatin1String("StayAwake"))
-        now = stayAwake(args.value(0).toStringList(), args.value(1).toString(), text, reply);
+        now = m_awake.stayAwake(args.value(0).toStringList(), args.value(1).toString(), text, reply);
     else if (call.member() == QLatin1String("SetAutomation"))
-        now = setAutomation(args.value(0).toBool(), text, reply);
+        now = m_automation.setAutomation(args.value(0).toBool(), text, reply);
     if (call.member() == QLatin1String("StayAwake") || call.member() == QLatin1String("SetAutomation")) {
         if (now)
             reply(*now, text);
@@ -173,166 +159,31 @@ bool ScriptingService::StayAwake(const QStringList& kinds, const QString& until,
     if (!admitted())
         return false;
     if (!calledFromDBus())
-        return stayAwake(kinds, until, text, {}).value_or(false);
-    const auto now = stayAwake(kinds, until, text, DelayedReplies::replyTo(connection(), message()));
+        return m_awake.stayAwake(kinds, until, text, {}).value_or(false);
+    const auto now = m_awake.stayAwake(kinds, until, text, DelayedReplies::replyTo(connection(), message()));
     if (!now)
         setDelayedReply(true);
     return now.value_or(false);
 }
 
-std::optional<bool> ScriptingService::stayAwake(
-    const QStringList& kinds, const QString& until, QString& text, DelayedReplies::Answer later)
-{
-    if (kinds.isEmpty()) {
-        text = QStringLiteral("no kind given");
-        return false;
-    }
-    for (const QString& kind : kinds) {
-        if (!app::SleepAssertions::fromRawValue(kind)) {
-            text = QStringLiteral("unknown kind: %1 (system, display or network)").arg(EchoedInput::of(kind));
-            return false;
-        }
-    }
-    QDateTime end;
-    if (!until.isEmpty()) {
-        end = QDateTime::fromString(until, Qt::ISODate);
-        if (!end.isValid()) {
-            text = QStringLiteral("not an ISO 8601 time: %1").arg(EchoedInput::of(until));
-            return false;
-        }
-        if (end <= QDateTime::currentDateTime()) {
-            text = QStringLiteral("%1 has already passed").arg(EchoedInput::of(until));
-            return false;
-        }
-    }
-    m_manager.applyNames(kinds, end);
-    if (m_manager.pause()->paused()) {
-        text = QStringLiteral("keeping %1 awake once the pause ends (quillon ctl resume)").arg(kindList(kinds));
-        return true;
-    }
-    if (later && !DelayedReplies::confirming(m_manager.assertions()).isEmpty()) {
-        // Answered once the desktop has said yes or no, without waiting here.
-        m_replies.answerOnceConfirmed(
-            m_manager.assertions(), [this, kinds, end](QString& answer) { return awakeAnswer(kinds, end, answer); },
-            std::move(later));
-        return std::nullopt;
-    }
-    return awakeAnswer(kinds, end, text);
-}
-
-bool ScriptingService::awakeAnswer(const QStringList& kinds, const QDateTime& end, QString& text) const
-{
-    // Done only once the system shows something in force; a kind it took
-    // without showing it is no promise a script may rely on.
-    if (m_manager.kindsInForce().isEmpty()) {
-        if (m_manager.kindsUnconfirmed().isEmpty()) {
-            text = QStringLiteral("keep-awake refused: %1").arg(m_manager.firstProblem());
-            return false;
-        }
-        text = QStringLiteral("keep-awake asked for, not confirmed") + unconfirmedNotes(m_manager.assertions());
-        if (const QString problem = m_manager.firstProblem(); !problem.isEmpty())
-            text += QStringLiteral("; refused: %1").arg(problem);
-        return false;
-    }
-    const auto remaining = m_manager.remainingText();
-    text = remaining ? QStringLiteral("keeping %1 awake for %2 (until %3)")
-                           .arg(kindList(kinds), *remaining, end.toLocalTime().toString(Qt::ISODate))
-                     : QStringLiteral("keeping %1 awake until turned off").arg(kindList(kinds));
-    if (const QString problem = m_manager.firstProblem(); !problem.isEmpty())
-        text += QStringLiteral("; not everything holds: %1").arg(problem);
-    text += unconfirmedNotes(m_manager.assertions());
-    return true;
-}
-
-QString ScriptingService::unconfirmedNotes(const app::SleepAssertions& holder)
-{
-    QString notes;
-    if (const QStringList asked = DelayedReplies::confirming(holder); !asked.isEmpty())
-        notes += QStringLiteral("; asked for, not yet confirmed: %1").arg(kindList(asked));
-    for (const auto kind : app::SleepAssertions::allKinds) {
-        const auto state = holder.state(kind);
-        if (state.phase == app::SleepAssertions::KindState::Phase::confirming && !state.problem.isEmpty())
-            notes += QStringLiteral("; %1 asked through %2, not confirmed: %3")
-                         .arg(app::SleepAssertions::rawValue(kind), state.through, state.problem);
-    }
-    return notes;
-}
-
 bool ScriptingService::StopAwake(QString& text)
 {
-    if (!admitted())
-        return false;
-    m_manager.applyNames({}, QDateTime());
-    text = QStringLiteral("keep-awake off");
-    return true;
-}
-
-bool ScriptingService::fanControlAvailable(QString& text) const
-{
-    if (m_manager.fan()->helperInstalled())
-        return true;
-    text = QStringLiteral("fan control needs the fan helper, which is not installed");
-    return false;
+    return admitted() && m_awake.stop(text);
 }
 
 bool ScriptingService::FansOff(QString& text)
 {
-    if (!admitted())
-        return false;
-    if (!fanControlAvailable(text))
-        return false;
-    app::FanController::UserAction action(*m_manager.fan());
-    m_manager.fan()->setFansEnabled(false);
-    text = QStringLiteral("fan control off; the firmware runs the fans");
-    return true;
+    return admitted() && m_fans.off(text);
 }
 
 bool ScriptingService::FansAuto(const QString& profile, QString& text)
 {
-    if (!admitted())
-        return false;
-    if (!fanControlAvailable(text))
-        return false;
-    app::FanController& fan = *m_manager.fan();
-    app::FanController::UserAction action(fan);
-    if (!profile.isEmpty()) {
-        const auto kind = core::CoolingProfile::fromRawValue(profile.toStdString());
-        if (!kind) {
-            text = QStringLiteral("unknown profile: %1 (silent, balanced or max)").arg(EchoedInput::of(profile));
-            return false;
-        }
-        fan.setCoolingProfile(*kind);
-    }
-    fan.setCoolingMode(app::CoolingMode::automatic);
-    if (!fan.fansEnabled())
-        fan.setFansEnabled(true);
-    text = QStringLiteral("fans follow the %1 profile")
-               .arg(QString::fromLatin1(core::CoolingProfile::rawValue(fan.coolingProfile())));
-    return true;
+    return admitted() && m_fans.automatic(profile, text);
 }
 
 bool ScriptingService::FansManual(double percent, double seconds, QString& text)
 {
-    if (!admitted())
-        return false;
-    if (!fanControlAvailable(text))
-        return false;
-    if (!std::isfinite(percent) || percent < 0 || percent > 100 || !std::isfinite(seconds) || seconds < 0) {
-        text = QStringLiteral("a floor is 0..100 percent, a boost a positive number of seconds");
-        return false;
-    }
-    app::FanController& fan = *m_manager.fan();
-    app::FanController::UserAction action(fan);
-    if (percent < core::FanFloor::resolutionPercent)
-        return FansOff(text);
-    if (seconds > 0)
-        fan.setBoostDuration(seconds);
-    fan.setCoolingMode(app::CoolingMode::manual);
-    if (!fan.fansEnabled())
-        fan.setFansEnabled(true);
-    fan.setManualFloor(percent);
-    text = QStringLiteral("fans at a floor of %1 % for %2").arg(std::lround(percent)).arg(fan.boostRemainingText());
-    return true;
+    return admitted() && m_fans.manual(percent, seconds, text);
 }
 
 bool ScriptingService::SetLid(bool on, QString& text)
@@ -392,47 +243,17 @@ bool ScriptingService::Reset(QString& text)
 
 bool ScriptingService::AwakeWhile(qint64 pid, QString& text)
 {
-    if (!admitted())
-        return false;
-    QString problem;
-    if (!m_manager.processes()->keepAwakeWhile(pid, problem)) {
-        text = problem;
-        return false;
-    }
-    text = QStringLiteral("keeping system, display awake while process %1 runs").arg(pid);
-    return true;
+    return admitted() && m_awake.awakeWhile(pid, text);
 }
 
 bool ScriptingService::Pause(const QString& until, QString& text)
 {
-    if (!admitted())
-        return false;
-    QDateTime end;
-    if (!until.isEmpty()) {
-        end = QDateTime::fromString(until, Qt::ISODate);
-        if (!end.isValid() || end <= QDateTime::currentDateTime()) {
-            text = QStringLiteral("not an ISO 8601 time still to come: %1").arg(EchoedInput::of(until));
-            return false;
-        }
-    }
-    m_manager.pause()->pause(end.isValid() ? std::optional(end) : std::nullopt);
-    text = end.isValid() ? QStringLiteral("keep-awake paused until %1").arg(end.toLocalTime().toString(Qt::ISODate))
-                         : QStringLiteral("keep-awake paused until resumed");
-    text += QStringLiteral("; Render Mode, closed lid and fan control go on");
-    return true;
+    return admitted() && m_awake.pause(until, text);
 }
 
 bool ScriptingService::Resume(QString& text)
 {
-    if (!admitted())
-        return false;
-    if (!m_manager.pause()->paused()) {
-        text = QStringLiteral("keep-awake is not paused");
-        return true;
-    }
-    m_manager.pause()->resume();
-    text = QStringLiteral("keep-awake resumed");
-    return true;
+    return admitted() && m_awake.resume(text);
 }
 
 bool ScriptingService::SetAutomation(bool on, QString& text)
@@ -440,186 +261,31 @@ bool ScriptingService::SetAutomation(bool on, QString& text)
     if (!admitted())
         return false;
     if (!calledFromDBus())
-        return setAutomation(on, text, {}).value_or(false);
-    const auto now = setAutomation(on, text, DelayedReplies::replyTo(connection(), message()));
+        return m_automation.setAutomation(on, text, {}).value_or(false);
+    const auto now = m_automation.setAutomation(on, text, DelayedReplies::replyTo(connection(), message()));
     if (!now)
         setDelayedReply(true);
     return now.value_or(false);
 }
 
-std::optional<bool> ScriptingService::setAutomation(bool on, QString& text, DelayedReplies::Answer later)
-{
-    app::TriggerManager& triggers = *m_manager.triggers();
-    if (on && later) {
-        // Which rules hold is known once the running applications are (the
-        // processes are read on a worker thread), and what they hold once the
-        // desktop has confirmed it: the answer waits for both.
-        connect(
-            &triggers, &app::TriggerManager::evaluated, this,
-            [this, later]() mutable {
-                QString answer;
-                if (const auto now = settleAutomation(true, answer, later))
-                    later(*now, answer);
-            },
-            Qt::SingleShotConnection);
-        triggers.setAutomationEnabled(true);
-        return std::nullopt;
-    }
-    triggers.setAutomationEnabled(on);
-    return settleAutomation(on, text, later);
-}
-
-std::optional<bool> ScriptingService::settleAutomation(bool on, QString& text, DelayedReplies::Answer later)
-{
-    app::TriggerManager& triggers = *m_manager.triggers();
-    if (on && m_manager.pause()->paused()) {
-        text = QStringLiteral("automation on; it holds nothing until the pause ends (quillon ctl resume)");
-        return saved(triggers, text);
-    }
-    if (later && !DelayedReplies::confirming(triggers.assertions()).isEmpty()) {
-        m_replies.answerOnceConfirmed(
-            triggers.assertions(), [this, on](QString& answer) { return automationAnswer(on, answer); },
-            std::move(later));
-        return std::nullopt;
-    }
-    return automationAnswer(on, text);
-}
-
-bool ScriptingService::automationAnswer(bool on, QString& text)
-{
-    app::TriggerManager& triggers = *m_manager.triggers();
-    if (on && triggers.unconfirmed()) {
-        text = QStringLiteral("automation on, but its keep-awake is asked for, not confirmed (%1)")
-                   .arg(triggers.activeReason())
-            + unconfirmedNotes(triggers.assertions());
-        return false;
-    }
-    if (on && !triggers.active() && triggers.ruleHolds()) {
-        text = QStringLiteral("automation on, but its keep-awake is refused (%1): %2")
-                   .arg(triggers.activeReason(), triggers.assertions().firstProblem());
-        return false;
-    }
-    if (!on)
-        text = QStringLiteral("automation off");
-    else if (triggers.active())
-        text = QStringLiteral("automation on, keeping awake: %1").arg(triggers.activeReason());
-    else
-        text = QStringLiteral("automation on; no rule holds now");
-    return saved(triggers, text);
-}
-
 bool ScriptingService::AddAutomationApp(const QString& id, const QString& cooling, QString& text)
 {
-    if (!admitted())
-        return false;
-    app::TriggerManager& triggers = *m_manager.triggers();
-    std::optional<core::CoolingProfile::Kind> kind;
-    if (!cooling.isEmpty()) {
-        kind = core::CoolingProfile::fromRawValue(cooling.toStdString());
-        if (!kind) {
-            text = QStringLiteral("unknown cooling: %1 (silent, balanced or max)").arg(EchoedInput::of(cooling));
-            return false;
-        }
-    }
-    const auto installed = triggers.installedApp(id);
-    if (!installed) {
-        text = QStringLiteral("no installed application has the desktop id %1").arg(EchoedInput::of(id));
-        return false;
-    }
-    const bool listed = std::any_of(
-        triggers.apps().begin(), triggers.apps().end(), [&](const app::TriggerApp& a) { return a.bundleID == id; });
-    if (listed) {
-        triggers.setCooling(kind, id);
-    } else if (!triggers.addApp({id, installed->name, kind})) {
-        text = QStringLiteral("the list already holds %1 applications, the most it can; "
-                              "take one off first (quillon ctl auto remove DESKTOP-ID)")
-                   .arg(app::TriggerManager::maxApps);
-        return false;
-    }
-    text = kind ? QStringLiteral("%1 keeps awake and cool (%2) while it runs").arg(installed->name, cooling)
-                : QStringLiteral("%1 keeps awake while it runs").arg(installed->name);
-    if (!triggers.automationEnabled())
-        text += QStringLiteral(" (automation is off: quillon ctl auto on)");
-    return saved(triggers, text);
+    return admitted() && m_automation.addApp(id, cooling, text);
 }
 
 bool ScriptingService::RemoveAutomationApp(const QString& id, QString& text)
 {
-    if (!admitted())
-        return false;
-    if (!m_manager.triggers()->removeApp(id)) {
-        text = QStringLiteral("%1 is not on the list").arg(EchoedInput::of(id));
-        return false;
-    }
-    text = QStringLiteral("%1 taken off the list").arg(id);
-    return saved(*m_manager.triggers(), text);
+    return admitted() && m_automation.removeApp(id, text);
 }
 
 bool ScriptingService::SetAutomationRule(const QString& rule, bool on, QString& text)
 {
-    if (!admitted())
-        return false;
-    app::TriggerManager& triggers = *m_manager.triggers();
-    QString unavailable;
-    if (rule == QLatin1String("fullscreen")) {
-        unavailable = triggers.fullScreenUnavailable();
-        if (on && !unavailable.isEmpty()) {
-            text = QStringLiteral("the full-screen rule is unavailable: %1").arg(unavailable);
-            return false;
-        }
-        triggers.setKeepAwakeOnFullScreen(on);
-        text = on ? QStringLiteral("keeps awake while another app is full screen")
-                  : QStringLiteral("full screen no longer keeps awake");
-    } else if (rule == QLatin1String("media")) {
-        unavailable = triggers.mediaUnavailable();
-        if (on && !unavailable.isEmpty()) {
-            text = QStringLiteral("the media rule is unavailable: %1").arg(unavailable);
-            return false;
-        }
-        triggers.setKeepAwakeOnMedia(on);
-        text = on ? QStringLiteral("keeps awake while media plays") : QStringLiteral("media no longer keeps awake");
-    } else {
-        text = QStringLiteral("unknown rule: %1 (fullscreen or media)").arg(EchoedInput::of(rule));
-        return false;
-    }
-    if (on && !triggers.automationEnabled())
-        text += QStringLiteral(" (automation is off: quillon ctl auto on)");
-    return saved(triggers, text);
+    return admitted() && m_automation.setRule(rule, on, text);
 }
 
 bool ScriptingService::SetExcludedApp(const QString& id, bool add, QString& text)
 {
-    if (!admitted())
-        return false;
-    app::TriggerManager& triggers = *m_manager.triggers();
-    if (!add) {
-        if (!triggers.removeExcluded(id)) {
-            text = QStringLiteral("%1 is not excluded").arg(EchoedInput::of(id));
-            return false;
-        }
-        text = QStringLiteral("%1 counts again when full screen").arg(id);
-        return saved(triggers, text);
-    }
-    const auto installed = triggers.installedApp(id);
-    if (!installed) {
-        text = QStringLiteral("no installed application has the desktop id %1").arg(EchoedInput::of(id));
-        return false;
-    }
-    if (!triggers.excluded().contains(id) && !triggers.addExcluded(id)) {
-        text = QStringLiteral("%1 applications are excluded, the most there can be").arg(app::TriggerManager::maxApps);
-        return false;
-    }
-    text = QStringLiteral("%1 does not keep awake when full screen").arg(installed->name);
-    return saved(triggers, text);
-}
-
-bool ScriptingService::saved(const app::TriggerManager& triggers, QString& text)
-{
-    const QString error = triggers.saveError();
-    if (error.isEmpty())
-        return true;
-    text += QStringLiteral(", but only until Quillon ends: %1").arg(error);
-    return false;
+    return admitted() && m_automation.setExcluded(id, add, text);
 }
 
 void ScriptingService::ShowPanel()

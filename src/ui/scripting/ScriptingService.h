@@ -1,7 +1,10 @@
 #pragma once
 
+#include "ui/scripting/AutomationCommands.h"
+#include "ui/scripting/AwakeCommands.h"
 #include "ui/scripting/CallerAdmission.h"
 #include "ui/scripting/DelayedReplies.h"
+#include "ui/scripting/FanCommands.h"
 #include "ui/scripting/StatusReport.h"
 #include "ui/tray/IconState.h"
 
@@ -95,24 +98,8 @@ private:
     // Serves a call whose caller has just been admitted: the flows that
     // answer later themselves, or the method called again, by itself.
     void serveAdmitted(QDBusConnection bus, const QDBusMessage& call);
-    bool fanControlAvailable(QString& text) const;
     // Answers a Status call once the report is whole.
     void statusFor(QDBusConnection bus, QDBusMessage call);
-    // StayAwake's work: its answer now, or nullopt when it goes to later
-    // once the desktop has confirmed or refused (later given only where the
-    // call can be answered later).
-    std::optional<bool> stayAwake(
-        const QStringList& kinds, const QString& until, QString& text, DelayedReplies::Answer later);
-    std::optional<bool> setAutomation(bool on, QString& text, DelayedReplies::Answer later);
-    // "; asked for, not yet confirmed: …" and, per kind asked where nothing
-    // can confirm it, through what and why; empty when nothing is.
-    static QString unconfirmedNotes(const app::SleepAssertions& holder);
-    bool awakeAnswer(const QStringList& kinds, const QDateTime& end, QString& text) const;
-    // After automation was switched: the answer now, or nullopt when it goes
-    // to later once the desktop has confirmed what the rules hold.
-    std::optional<bool> settleAutomation(bool on, QString& text, DelayedReplies::Answer later);
-    // What automation holds now, switched on or off, as SetAutomation answers.
-    bool automationAnswer(bool on, QString& text);
     // Answers call later, with (ok, text) from the outcome; then, after a
     // success, runs after when given.
     std::function<void(const app::InstallResult&)> laterReply(
@@ -120,15 +107,15 @@ private:
     // The flows that wait for the password dialog: they answer call themselves.
     void installHelperFor(bool update, QDBusConnection bus, QDBusMessage call);
     void uninstallFor(QDBusConnection bus, QDBusMessage call);
-    // False, with the reason added to text, when the change just made did not
-    // reach the settings file: a script must not take it for lasting.
-    static bool saved(const app::TriggerManager& triggers, QString& text);
 
     app::SleepManager& m_manager;
     app::HelperLink& m_link;
     Hooks m_hooks;
     CallerAdmission m_admission;
     DelayedReplies m_replies;
+    AwakeCommands m_awake;
+    FanCommands m_fans;
+    AutomationCommands m_automation;
 };
 
 } // namespace quillon::ui
