@@ -46,6 +46,9 @@ public:
     bool restart()
     {
         m_service.reset();
+        // A logind that finds its name still taken gives up: the bus lets go of it a moment after the old one ends.
+        waitUntil(
+            [&] { return !m_bus.connection().interface()->isServiceRegistered("org.freedesktop.login1").value(); });
         start();
         return started();
     }

@@ -22,10 +22,12 @@ public:
 
     // The mechanism as the user sees it, e.g. "logind" or "GNOME session".
     virtual QString through() const = 0;
-    // The session-bus name of the service that holds our inhibitions and
-    // forgets them when it restarts; empty where they outlive a restart
-    // (logind keeps its locks).
+    // The bus name of the service that holds our inhibitions (on the
+    // session bus, logind's on the system bus); empty where none is watched.
+    // A request it had not yet answered or confirmed is lost when it
+    // restarts, and so is what it held unless keepsHeldOverRestart().
     virtual QString serviceName() const { return {}; }
+    virtual bool keepsHeldOverRestart() const { return false; }
 
     // Asks for a new inhibition with this reason and returns at once, never
     // waiting on the service: the inhibition settles later, in force once

@@ -59,18 +59,23 @@ LinuxPowerAssertions::LinuxPowerAssertions(QDBusConnection sessionBus, QDBusConn
     m_lidRoutes.push_back(std::make_unique<LogindInhibitor>(systemBus, QStringLiteral("handle-lid-switch")));
 
     m_serviceWatcher.setConnection(sessionBus);
-    m_serviceWatcher.setWatchMode(QDBusServiceWatcher::WatchForOwnerChange);
+    m_logindWatcher.setConnection(systemBus);
+    m_logindWatcher.addWatchedService(LogindInhibitor::service());
     for (const Routes* routes : {&m_suspendRoutes, &m_idleRoutes}) {
         for (const auto& route : *routes) {
             const QString name = route->serviceName();
-            if (!name.isEmpty() && !m_serviceWatcher.watchedServices().contains(name))
+            if (!name.isEmpty() && name != LogindInhibitor::service()
+                && !m_serviceWatcher.watchedServices().contains(name))
                 m_serviceWatcher.addWatchedService(name);
         }
     }
-    connect(&m_serviceWatcher, &QDBusServiceWatcher::serviceOwnerChanged, this,
-        [this](const QString& service, const QString&, const QString& owner) {
-            onOwnerChanged(service, !owner.isEmpty());
-        });
+    for (QDBusServiceWatcher* watcher : {&m_serviceWatcher, &m_logindWatcher}) {
+        watcher->setWatchMode(QDBusServiceWatcher::WatchForOwnerChange);
+        connect(watcher, &QDBusServiceWatcher::serviceOwnerChanged, this,
+            [this](const QString& service, const QString&, const QString& owner) {
+                onOwnerChanged(service, !owner.isEmpty());
+            });
+    }
 }
 
 LinuxPowerAssertions::~LinuxPowerAssertions() = default;
@@ -152,9 +157,12 @@ void LinuxPowerAssertions::onOwnerChanged(const QString& service, bool appeared)
         if (route == routes.end())
             continue;
         const auto index = static_cast<std::size_t>(route - routes.begin());
-        // Gone: what it held is lost. Back (or new): it comes before the
-        // route holding the assertion now, or nothing holds it.
-        if (assertion.route == index || (appeared && (!assertion.held || assertion.route > index)))
+        // Gone or replaced: what it was asked is lost, and what it held
+        // unless it keeps that. Back (or new): it comes before the route
+        // holding the assertion now, or nothing holds it.
+        const bool kept
+            = (*route)->keepsHeldOverRestart() && assertion.state.phase == PowerAssertionState::Phase::inForce;
+        if ((assertion.route == index && !kept) || (appeared && (!assertion.held || assertion.route > index)))
             retake.push_back(id);
     }
     for (const AssertionId id : retake) {

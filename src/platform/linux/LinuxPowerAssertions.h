@@ -26,10 +26,12 @@ namespace quillon::platform::linux_ {
 // last, because it cannot show that anything is in force.
 //
 // A desktop service that restarts forgets every inhibition it held, so the
-// services' names are watched: when one gets a new owner or goes, each
-// assertion it held is taken again, from the first route on, and confirmed
-// again. Where no other route holds it meanwhile, it waits, asked for, for
-// the service to come back, and fails only if it has not by restartGraceMs.
+// services' names are watched (logind's too): when one gets a new owner or
+// goes, each assertion it held is taken again, from the first route on, and
+// confirmed again. logind takes back the locks it held, so only those it had
+// not yet answered or listed are asked again. Where no other route holds it
+// meanwhile, it waits, asked for, for the service to come back, and fails
+// only if it has not by restartGraceMs.
 //
 // Nothing here waits on a service: an assertion is asked for and shown as
 // such (confirming) at once, and each route's answer and confirmation arrive
@@ -81,7 +83,8 @@ private:
     Routes m_suspendRoutes;
     Routes m_idleRoutes;
     Routes m_lidRoutes;
-    QDBusServiceWatcher m_serviceWatcher;
+    QDBusServiceWatcher m_serviceWatcher; // the session bus's
+    QDBusServiceWatcher m_logindWatcher;
     std::map<AssertionId, Assertion> m_assertions;
     AssertionId m_lastId = 0;
 };

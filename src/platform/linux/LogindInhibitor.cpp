@@ -19,9 +19,9 @@ class LockFd : public Inhibitor::Held {
 public:
     void take(QDBusConnection bus, const QString& what, const QString& reason, const QString& ignoredBy)
     {
-        QDBusMessage call = QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.login1"),
-            QStringLiteral("/org/freedesktop/login1"), QStringLiteral("org.freedesktop.login1.Manager"),
-            QStringLiteral("Inhibit"));
+        QDBusMessage call
+            = QDBusMessage::createMethodCall(LogindInhibitor::service(), QStringLiteral("/org/freedesktop/login1"),
+                QStringLiteral("org.freedesktop.login1.Manager"), QStringLiteral("Inhibit"));
         const QString who = AppIdentity::displayName();
         call << what << who << reason << QStringLiteral("block");
         ask(bus, call, DBusTimeouts::callMs, [this, bus, what, who, reason, ignoredBy](const QDBusMessage& reply) {

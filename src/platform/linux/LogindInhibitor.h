@@ -21,7 +21,12 @@ public:
     // and listed, yet does not hold, and fails with that reason.
     LogindInhibitor(QDBusConnection systemBus, QString what, QString ignoredBy = {});
 
+    static QString service() { return QStringLiteral("org.freedesktop.login1"); }
+
     QString through() const override { return QStringLiteral("logind"); }
+    QString serviceName() const override { return service(); }
+    // logind takes its locks back from their FIFOs when it starts again.
+    bool keepsHeldOverRestart() const override { return true; }
     std::unique_ptr<Held> inhibit(const QString& reason) override;
 
 private:
