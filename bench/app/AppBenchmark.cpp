@@ -12,14 +12,15 @@
 //   3. CPU time of the app and the helper over a minute idle, panel closed
 //      (never opened, and again after it was shown once), and the app's
 //      requests to the helper per second;
-//   4. with Render Mode on (overlay up, DaVinci Resolve polled every 3 s, no
-//      Resolve installed): the app's CPU time, that of the Python runs it
-//      waits for, and the memory the overlay adds;
-//   5. the app's CPU time over a minute idle with automation on and one
+//   4. the app's CPU time over a minute idle with automation on and one
 //      application listed (the rules are evaluated every 5 seconds), then
 //      with the full-screen rule (its window watch on the display, one
 //      application excluded) and the media rule (its player watch on the
-//      session bus) on as well.
+//      session bus) on as well; measured right after the rest above, before
+//      Render Mode, whose overlay is released a while after it ends;
+//   5. with Render Mode on (overlay up, DaVinci Resolve polled every 3 s, no
+//      Resolve installed): the app's CPU time, that of the Python runs it
+//      waits for, and the memory the overlay adds.
 //
 // Usage: quillon-bench-app [--quick]   (--quick: fewer launches, 15 s of idle)
 
@@ -379,28 +380,6 @@ int main(int argc, char** argv)
     const Usage rest = measure(appPid, helperPid, idle);
     row("app CPU time per minute, at rest again", rest.appCpu * 60.0 / rest.seconds * 1000.0, "ms");
 
-    // Render Mode: the overlay on the screen, the queue polled every 3 s.
-    const auto childrenCpu = [&] {
-        const QStringList fields = quillon::test::processStat(appPid);
-        return fields.size() < 15
-            ? 0.0
-            : (fields[13].toDouble() + fields[14].toDouble()) / static_cast<double>(::sysconf(_SC_CLK_TCK));
-    };
-    const double residentBeforeOverlay = residentMiB(appPid);
-    if (app.ctl({"render", "on"}).exitCode != 0) {
-        std::fprintf(stderr, "ctl render on failed\n");
-        return 1;
-    }
-    QTest::qWait(3000);
-    const double residentWithOverlay = residentMiB(appPid);
-    const double pythonBefore = childrenCpu();
-    const Usage rendering = measure(appPid, helperPid, idle);
-    const double python = childrenCpu() - pythonBefore;
-    app.ctl({"render", "off"});
-    std::printf("\nRender Mode on (overlay up, DaVinci Resolve polled every 3 s), over %.0f s:\n", rendering.seconds);
-    row("app CPU time per minute", rendering.appCpu * 60.0 / rendering.seconds * 1000.0, "ms");
-    row("CPU time per minute of the Python runs it waits for", python * 60.0 / rendering.seconds * 1000.0, "ms");
-    row("resident memory the overlay adds", residentWithOverlay - residentBeforeOverlay, "MiB");
     // Automation on, with an installed application listed that does not run.
     if (app.ctl({"auto", "add", "org.quillon.BenchEditor", "--cooling", "max"}).exitCode != 0
         || app.ctl({"auto", "on"}).exitCode != 0) {
@@ -424,5 +403,32 @@ int main(int argc, char** argv)
         return 1;
     }
     idleWith("the app, full-screen (one app excluded) and media rules");
+    if (app.ctl({"auto", "off"}).exitCode != 0) {
+        std::fprintf(stderr, "automation could not be switched off\n");
+        return 1;
+    }
+
+    // Render Mode: the overlay on the screen, the queue polled every 3 s.
+    const auto childrenCpu = [&] {
+        const QStringList fields = quillon::test::processStat(appPid);
+        return fields.size() < 15
+            ? 0.0
+            : (fields[13].toDouble() + fields[14].toDouble()) / static_cast<double>(::sysconf(_SC_CLK_TCK));
+    };
+    const double residentBeforeOverlay = residentMiB(appPid);
+    if (app.ctl({"render", "on"}).exitCode != 0) {
+        std::fprintf(stderr, "ctl render on failed\n");
+        return 1;
+    }
+    QTest::qWait(3000);
+    const double residentWithOverlay = residentMiB(appPid);
+    const double pythonBefore = childrenCpu();
+    const Usage rendering = measure(appPid, helperPid, idle);
+    const double python = childrenCpu() - pythonBefore;
+    app.ctl({"render", "off"});
+    std::printf("\nRender Mode on (overlay up, DaVinci Resolve polled every 3 s), over %.0f s:\n", rendering.seconds);
+    row("app CPU time per minute", rendering.appCpu * 60.0 / rendering.seconds * 1000.0, "ms");
+    row("CPU time per minute of the Python runs it waits for", python * 60.0 / rendering.seconds * 1000.0, "ms");
+    row("resident memory the overlay adds", residentWithOverlay - residentBeforeOverlay, "MiB");
     return 0;
 }
