@@ -8,8 +8,8 @@ packages=(
   qt6-base-dev qt6-declarative-dev qt6-tools-dev qt6-tools-dev-tools qt6-l10n-tools
   libgtest-dev libgmock-dev
   dbus-daemon python3-dbusmock e2fsprogs
-  # Render Mode's finish sound; MATE's lid setting (GSettings).
-  libcanberra-dev libglib2.0-dev
+  # Render Mode's finish sound; MATE's lid setting (GSettings); the fan helper link (sd-bus).
+  libcanberra-dev libglib2.0-dev libsystemd-dev
   # The tray app: its panel's QML modules, SVG for its icons.
   qml6-module-qtqml qml6-module-qtqml-workerscript qml6-module-qtquick qml6-module-qtquick-controls
   qml6-module-qtquick-layouts qml6-module-qtquick-templates qml6-module-qtquick-window

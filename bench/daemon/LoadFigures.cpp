@@ -92,7 +92,7 @@ void measureSensorFaultCpu(std::chrono::seconds span)
     QTemporaryDir dir;
     app::Settings settings(dir.path() + "/Quillon.ini");
     platform::SystemClock clock;
-    app::DBusHelperLink link(rig.bus.connection());
+    app::DBusHelperLink link(daemon::HelperBus::Setting{daemon::HelperBus::Kind::address, rig.bus.address()});
     app::FanController::Parts parts;
     parts.link = &link;
     parts.settings = &settings;

@@ -38,15 +38,13 @@ using platform::linux_::LinuxPlatform;
 
 // The bus the helper serves on. An unusable setting is reported and leaves
 // the app without a helper (fan control off), not without its other features.
-QDBusConnection helperBus()
+std::optional<daemon::HelperBus::Setting> helperBus()
 {
     QString error;
-    const auto setting = daemon::HelperBus::fromEnvironment(error);
-    if (!setting) {
+    auto setting = daemon::HelperBus::fromEnvironment(error);
+    if (!setting)
         qWarning().noquote() << QStringLiteral("Quillon: %1; fan control is off").arg(error);
-        return QDBusConnection(QStringLiteral("quillon-no-helper-bus"));
-    }
-    return daemon::HelperBus::connect(*setting);
+    return setting;
 }
 
 } // namespace

@@ -43,6 +43,10 @@ FanController::FanController(Parts parts, QObject* parent)
     connect(&m_poller, &HelperPoller::statusArrived, this, &FanController::applyStatus);
     connect(&m_poller, &HelperPoller::linkMessage, this, &FanController::setStatusMessage);
     connect(&m_poller, &HelperPoller::tick, this, &FanController::pollTick);
+    connect(&m_poller, &HelperPoller::intervalChanged, this, [this] {
+        if (m_poller.fast())
+            updateNow();
+    });
     connect(&m_floor, &FloorSender::expired, this, &FanController::boostExpired);
     connect(&m_floor, &FloorSender::boostChanged, this, &FanController::boostChanged);
     connect(&m_floor, &FloorSender::spinUpChanged, this, &FanController::spinUpChanged);
@@ -78,12 +82,21 @@ FanController::~FanController() = default;
 
 void FanController::pollTick()
 {
+    // The time is read by the boost's countdown, the spin-up and the panel's
+    // live figures, each of which keeps the poll fast. At rest the local-time
+    // lookup would be a good part of what a poll costs, so it waits.
+    if (m_poller.fast())
+        updateNow();
+    refresh();
+}
+
+void FanController::updateNow()
+{
     const QDateTime now = m_parts.clock->now();
     if (now != m_now) {
         m_now = now;
         emit nowChanged();
     }
-    refresh();
 }
 
 void FanController::applyStatus(const QVariantMap& status)

@@ -175,6 +175,7 @@ public:
     void pollTick();
     // Applies one status payload of the helper.
     void applyStatus(const QVariantMap& status);
+    void updateNow();
 
     // --- modes, boost, automatic cooling ---
     Q_INVOKABLE void setFansEnabled(bool on);

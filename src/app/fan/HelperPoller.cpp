@@ -48,7 +48,15 @@ bool HelperPoller::setLiveView(const QString& source, bool shown)
 
 void HelperPoller::updateInterval(bool holding)
 {
-    m_timer.setInterval(holding || !m_liveViews.isEmpty() ? kFastIntervalMs : kRestIntervalMs);
+    setIntervalMs(holding || !m_liveViews.isEmpty() ? kFastIntervalMs : kRestIntervalMs);
+}
+
+void HelperPoller::setIntervalMs(int ms)
+{
+    if (ms == m_timer.interval())
+        return;
+    m_timer.setInterval(ms);
+    emit intervalChanged();
 }
 
 } // namespace quillon::app

@@ -39,16 +39,21 @@ public:
     void updateInterval(bool holding);
     // Fast at once: a floor or the lid lock is going out, and the helper's
     // watchdog must be fed every second from its start.
-    void pollFast() { m_timer.setInterval(kFastIntervalMs); }
+    void pollFast() { setIntervalMs(kFastIntervalMs); }
     int intervalMs() const { return m_timer.interval(); }
+    bool fast() const { return intervalMs() == kFastIntervalMs; }
 
 signals:
     void tick();
+    // The poll turned fast or back to the rest interval.
+    void intervalChanged();
     void statusArrived(const QVariantMap& status);
     // What the status line says after a connection event ("" when all is well again).
     void linkMessage(const QString& text);
 
 private:
+    void setIntervalMs(int ms);
+
     HelperLink& m_link;
     QTimer m_timer;
     QSet<QString> m_liveViews;

@@ -46,7 +46,7 @@ protected:
     void connectFan(int callTimeoutMs)
     {
         fan.reset();
-        link = std::make_unique<FloorNotingLink>(rig.bus.connection(), callTimeoutMs);
+        link = std::make_unique<FloorNotingLink>(quillon::daemon::HelperBus::Setting{quillon::daemon::HelperBus::Kind::address, rig.bus.address()}, callTimeoutMs);
         FanController::Parts parts;
         parts.link = link.get();
         parts.settings = &settings;
