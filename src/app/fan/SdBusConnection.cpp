@@ -74,8 +74,10 @@ SdBusConnection::SdBusConnection(sd_bus* bus)
 
 SdBusConnection::~SdBusConnection()
 {
+    // No flush: a hung bus must not hold up the app's exit. Messages leave
+    // when sent unless the socket is full.
     if (m_bus)
-        sd_bus_flush_close_unref(m_bus);
+        sd_bus_close_unref(m_bus);
 }
 
 void SdBusConnection::pump()
@@ -120,7 +122,7 @@ void SdBusConnection::close()
     m_readable->setEnabled(false);
     m_writable->setEnabled(false);
     m_deadline.stop();
-    sd_bus_close_unref(m_bus); // broken: nothing left to flush
+    sd_bus_close_unref(m_bus);
     m_bus = nullptr;
 }
 
