@@ -43,9 +43,18 @@ protected:
     sd_bus* bus = nullptr;
 };
 
-void fan(sd_bus_message* m, int index, double rpm)
+// One entry `key` holding `count` fans (aa{sv}), fan i turning at 1000 + i rpm.
+void fans(sd_bus_message* m, const char* key, int count)
 {
-    sd_bus_message_append(m, "a{sv}", 2, "index", "i", index, "currentRPM", "d", rpm);
+    sd_bus_message_open_container(m, 'e', "sv");
+    sd_bus_message_append(m, "s", key);
+    sd_bus_message_open_container(m, 'v', "aa{sv}");
+    sd_bus_message_open_container(m, 'a', "a{sv}");
+    for (int i = 0; i < count; ++i)
+        sd_bus_message_append(m, "a{sv}", 2, "index", "i", i, "currentRPM", "d", 1000.0 + i);
+    sd_bus_message_close_container(m);
+    sd_bus_message_close_container(m);
+    sd_bus_message_close_container(m);
 }
 
 TEST_F(StatusMessageTest, TheHelpersAnswerReadsAsPlainValuesWithItsFansAsAListOfMaps)
@@ -57,15 +66,7 @@ TEST_F(StatusMessageTest, TheHelpersAnswerReadsAsPlainValuesWithItsFansAsAListOf
         sd_bus_message_append(m, "{sv}", "tempSensorCount", "i", 7);
         sd_bus_message_append(m, "{sv}", "safetyRelease", "s", "zu heiß");
         sd_bus_message_append(m, "{sv}", "cpuTemp", "d", std::numeric_limits<double>::quiet_NaN());
-        sd_bus_message_open_container(m, 'e', "sv");
-        sd_bus_message_append(m, "s", "fans");
-        sd_bus_message_open_container(m, 'v', "aa{sv}");
-        sd_bus_message_open_container(m, 'a', "a{sv}");
-        fan(m, 0, 1200.0);
-        fan(m, 1, 1350.5);
-        sd_bus_message_close_container(m);
-        sd_bus_message_close_container(m);
-        sd_bus_message_close_container(m);
+        fans(m, "fans", 2);
         sd_bus_message_close_container(m);
     });
     EXPECT_EQ(status.value("floorPercent").toDouble(), 42.5);
@@ -74,10 +75,10 @@ TEST_F(StatusMessageTest, TheHelpersAnswerReadsAsPlainValuesWithItsFansAsAListOf
     EXPECT_EQ(status.value("tempSensorCount").toInt(), 7);
     EXPECT_EQ(status.value("safetyRelease").toString(), QStringLiteral("zu heiß"));
     EXPECT_TRUE(std::isnan(status.value("cpuTemp").toDouble())) << "judged by the model, not here";
-    const QVariantList fans = status.value("fans").toList();
-    ASSERT_EQ(fans.size(), 2);
-    EXPECT_EQ(fans[1].toMap().value("index").toInt(), 1);
-    EXPECT_EQ(fans[1].toMap().value("currentRPM").toDouble(), 1350.5);
+    const QVariantList list = status.value("fans").toList();
+    ASSERT_EQ(list.size(), 2);
+    EXPECT_EQ(list[1].toMap().value("index").toInt(), 1);
+    EXPECT_EQ(list[1].toMap().value("currentRPM").toDouble(), 1001.0);
 }
 
 TEST_F(StatusMessageTest, WhatNoStatusHoldsIsLeftOutAndTheRestStillRead)
@@ -96,14 +97,7 @@ TEST_F(StatusMessageTest, WhatNoStatusHoldsIsLeftOutAndTheRestStillRead)
     const QVariantMap nested = read([](sd_bus_message* m) {
         sd_bus_message_open_container(m, 'a', "{sv}");
         sd_bus_message_append(m, "{sv}", "fans", "as", 1, "F0");
-        sd_bus_message_open_container(m, 'e', "sv");
-        sd_bus_message_append(m, "s", "deep");
-        sd_bus_message_open_container(m, 'v', "aa{sv}");
-        sd_bus_message_open_container(m, 'a', "a{sv}");
-        fan(m, 9, 1.0);
-        sd_bus_message_close_container(m);
-        sd_bus_message_close_container(m);
-        sd_bus_message_close_container(m);
+        fans(m, "deep", 1);
         sd_bus_message_append(m, "{sv}", "floorPercent", "d", 10.0);
         sd_bus_message_close_container(m);
     });
@@ -119,37 +113,21 @@ TEST_F(StatusMessageTest, AFloodOfEntriesOrFansIsCutAtItsBound)
         sd_bus_message_open_container(m, 'a', "{sv}");
         for (int i = 0; i < 200; ++i)
             sd_bus_message_append(m, "{sv}", QByteArray("k" + QByteArray::number(1000 + i)).constData(), "i", i);
-        sd_bus_message_open_container(m, 'e', "sv");
-        sd_bus_message_append(m, "s", "fans");
-        sd_bus_message_open_container(m, 'v', "aa{sv}");
-        sd_bus_message_open_container(m, 'a', "a{sv}");
-        for (int i = 0; i < 40; ++i)
-            fan(m, i, 1000.0);
-        sd_bus_message_close_container(m);
-        sd_bus_message_close_container(m);
-        sd_bus_message_close_container(m);
+        fans(m, "fans", 40);
         sd_bus_message_close_container(m);
     });
     EXPECT_EQ(status.size(), StatusMessage::kMaxEntries);
     EXPECT_EQ(status.value("k1063").toInt(), 63);
 
-    const QVariantMap fans = read([](sd_bus_message* m) {
+    const QVariantMap many = read([](sd_bus_message* m) {
         sd_bus_message_open_container(m, 'a', "{sv}");
-        sd_bus_message_open_container(m, 'e', "sv");
-        sd_bus_message_append(m, "s", "fans");
-        sd_bus_message_open_container(m, 'v', "aa{sv}");
-        sd_bus_message_open_container(m, 'a', "a{sv}");
-        for (int i = 0; i < 40; ++i)
-            fan(m, i, 1000.0);
-        sd_bus_message_close_container(m);
-        sd_bus_message_close_container(m);
-        sd_bus_message_close_container(m);
+        fans(m, "fans", 40);
         sd_bus_message_append(m, "{sv}", "floorPercent", "d", 5.0);
         sd_bus_message_close_container(m);
     });
-    ASSERT_EQ(fans.value("fans").toList().size(), StatusMessage::kMaxFans);
-    EXPECT_EQ(fans.value("fans").toList().last().toMap().value("index").toInt(), StatusMessage::kMaxFans - 1);
-    EXPECT_EQ(fans.value("floorPercent").toDouble(), 5.0) << "read past the fans it skipped";
+    ASSERT_EQ(many.value("fans").toList().size(), StatusMessage::kMaxFans);
+    EXPECT_EQ(many.value("fans").toList().last().toMap().value("index").toInt(), StatusMessage::kMaxFans - 1);
+    EXPECT_EQ(many.value("floorPercent").toDouble(), 5.0) << "read past the fans it skipped";
 }
 
 } // namespace
