@@ -92,7 +92,9 @@ void SdBusConnection::pump()
     m_pumping = false;
     if (result < 0) {
         close();
-        emit disconnected();
+        // From the event loop: a handler may replace this connection, which
+        // must not happen inside its own notifier's signal.
+        QMetaObject::invokeMethod(this, &SdBusConnection::disconnected, Qt::QueuedConnection);
         return;
     }
     rearm();

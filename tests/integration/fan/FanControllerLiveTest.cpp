@@ -126,7 +126,9 @@ TEST_F(FanControllerLive, ASafetyReleaseIsNotFoughtOverAndARestartedHelperIsFoll
     EXPECT_EQ(fan->statusMessage(), "");
 }
 
-TEST_F(FanControllerLive, AHelperTooSlowToAnswerIsWaitedForNotDropped)
+// Also: the bus itself going away closes the connection, which the app
+// shows, and asking again later finds nothing to dial.
+TEST_F(FanControllerLive, AHelperTooSlowToAnswerIsWaitedForNotDroppedAndALostBusIsShown)
 {
     connectFan(300);
     // The panel is open: the poll runs every second.
@@ -138,6 +140,13 @@ TEST_F(FanControllerLive, AHelperTooSlowToAnswerIsWaitedForNotDropped)
     EXPECT_TRUE(link->isOpen());
     rig.helper.signal(SIGCONT);
     EXPECT_TRUE(waitUntil([&] { return fan->statusMessage().isEmpty(); }, 4s)) << "polling went on by itself";
+
+    rig.bus.kill();
+    EXPECT_TRUE(waitUntil([&] { return !link->isOpen(); }, 3s));
+    EXPECT_EQ(fan->statusMessage(), "Helper-Verbindung verloren");
+    link->connectIfNeeded();
+    EXPECT_FALSE(link->isOpen());
+    EXPECT_FALSE(link->helperAvailable());
 }
 
 } // namespace
