@@ -239,12 +239,18 @@ QString TriggerManager::localName(const platform::RunningApps::App& app) const
     return !app.germanName.isEmpty() && Lang::isGerman(*m_parts.settings) ? app.germanName : app.name;
 }
 
+std::optional<PowerInfo> TriggerManager::readPower() const
+{
+    if (!m_enabled || !m_parts.power || !(m_onAC || m_parts.settings->flag(Key::lowBatteryAutoStop)))
+        return std::nullopt;
+    return m_parts.power->current();
+}
+
 bool TriggerManager::batteryLow() const
 {
-    if (!m_parts.power || !m_parts.settings->flag(Key::lowBatteryAutoStop))
+    if (!m_power || !m_parts.settings->flag(Key::lowBatteryAutoStop))
         return false;
-    const PowerInfo power = m_parts.power->current();
-    return power.hasBattery && !power.onAC && power.percentage && *power.percentage <= lowBatteryPercent;
+    return m_power->hasBattery && !m_power->onAC && m_power->percentage && *m_power->percentage <= lowBatteryPercent;
 }
 
 QString TriggerManager::firstPlus(const QStringList& names)
@@ -274,6 +280,7 @@ QString TriggerManager::fullScreenReason()
 
 void TriggerManager::evaluate()
 {
+    m_power = readPower();
     if (m_enabled && !batteryLow() && !m_apps.isEmpty() && m_parts.apps) {
         QStringList ids;
         for (const TriggerApp& app : std::as_const(m_apps))
@@ -298,7 +305,7 @@ void TriggerManager::decide(const QSet<QString>& running)
     reasons.fullScreen = fullScreenReason();
     if (m_media && m_parts.media)
         reasons.media = firstPlus(m_parts.media->playing());
-    reasons.onAC = m_onAC && m_parts.power && m_parts.power->current().onAC;
+    reasons.onAC = m_onAC && m_power && m_power->onAC;
     reasons.extDisplay = m_extDisplay && m_parts.displays && m_parts.displays->connected();
 
     QList<const TriggerApp*> matched;

@@ -2,6 +2,7 @@
 
 #include "TriggerApp.h"
 #include "app/fan/FanController.h"
+#include "app/power/PowerInfo.h"
 #include "app/power/SleepAssertions.h"
 #include "platform/FullScreenWindows.h"
 #include "platform/RunningApps.h"
@@ -185,6 +186,8 @@ private:
     void requestCooling(std::optional<Kind> kind);
     void publish(const Reasons& reasons, std::optional<Kind> cooling);
     void updateActive();
+    // One reading of the supply when a rule needs it (none while switched off).
+    std::optional<PowerInfo> readPower() const;
     bool batteryLow() const;
 
     Parts m_parts;
@@ -197,6 +200,9 @@ private:
     bool m_media = false;
     QStringList m_excluded;
     Seen m_seen;
+    // Read by evaluate(), for it and the decision its answer brings: one
+    // reading of the supply a round.
+    std::optional<PowerInfo> m_power;
     QList<TriggerApp> m_apps;
     bool m_active = false;
     bool m_unconfirmed = false;

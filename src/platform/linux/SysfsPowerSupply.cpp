@@ -2,8 +2,9 @@
 
 #include "SysfsAttributes.h"
 
-#include <QDir>
+#include <QFile>
 #include <algorithm>
+#include <dirent.h>
 #include <cmath>
 #include <limits>
 #include <vector>
@@ -14,6 +15,26 @@ namespace {
 
 // More supplies than any machine has; a bound against a hostile tree.
 constexpr qsizetype kMaxSupplies = 64;
+
+// The supplies' names in sorted order, at most kMaxSupplies; none when the
+// folder cannot be read. A plain listing: this runs every few seconds, and
+// an entry that is no supply has no "type" and is passed over when read.
+QStringList supplyNames(const QString& root)
+{
+    QStringList names;
+    DIR* stream = ::opendir(QFile::encodeName(root).constData());
+    if (!stream)
+        return names;
+    while (const dirent* entry = ::readdir(stream)) {
+        if (entry->d_name[0] != '.')
+            names.append(QFile::decodeName(entry->d_name));
+    }
+    ::closedir(stream);
+    names.sort();
+    if (names.size() > kMaxSupplies)
+        names.resize(kMaxSupplies);
+    return names;
+}
 
 bool equalsIgnoringCase(const std::optional<QString>& value, QLatin1String expected)
 {
@@ -142,10 +163,7 @@ SysfsPowerSupply::SysfsPowerSupply(QString root)
 
 PowerSupplyReading SysfsPowerSupply::read() const
 {
-    QStringList names = QDir(m_root).entryList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name);
-    if (names.size() > kMaxSupplies)
-        names.resize(kMaxSupplies);
-
+    const QStringList names = supplyNames(m_root);
     std::vector<SysfsAttributes> batteries;
     bool anyAdapterAnswered = false;
     bool anyAdapterOnline = false;
