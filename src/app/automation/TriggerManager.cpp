@@ -50,8 +50,7 @@ TriggerManager::TriggerManager(Parts parts, QObject* parent)
         connect(m_parts.media, &platform::MediaPlayback::changed, this, &TriggerManager::evaluate);
     updateWatching();
     connect(&m_assertions, &SleepAssertions::stateChanged, this, &TriggerManager::updateActive);
-    m_pollTimer.setInterval(pollIntervalMs);
-    connect(&m_pollTimer, &QTimer::timeout, this, &TriggerManager::evaluate);
+    connect(&m_pollTimer, &GridTimer::timeout, this, &TriggerManager::evaluate);
     updatePolling();
 }
 

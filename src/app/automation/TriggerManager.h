@@ -1,6 +1,7 @@
 #pragma once
 
 #include "TriggerApp.h"
+#include "app/GridTimer.h"
 #include "app/fan/FanController.h"
 #include "app/power/PowerInfo.h"
 #include "app/power/SleepAssertions.h"
@@ -9,7 +10,6 @@
 
 #include <QObject>
 #include <QPointer>
-#include <QTimer>
 #include <memory>
 
 namespace quillon::platform {
@@ -129,7 +129,7 @@ public:
 
     void evaluate();
     // Runs evaluate() every pollIntervalMs (power changes are not announced).
-    const QTimer& pollTimer() const { return m_pollTimer; }
+    const GridTimer& pollTimer() const { return m_pollTimer; }
 
     bool active() const { return m_active; }
     // A rule holds and its assertions are taken, but none is shown in force yet
@@ -208,7 +208,7 @@ private:
     bool m_unconfirmed = false;
     Reasons m_reasons;
     std::optional<Kind> m_cooling;
-    QTimer m_pollTimer;
+    GridTimer m_pollTimer{pollIntervalMs};
 };
 
 } // namespace quillon::app

@@ -18,8 +18,7 @@ HelperPoller::HelperPoller(HelperLink& link, bool startTimer, QObject* parent)
     connect(&link, &HelperLink::requestSlow, this, [this] { emit linkMessage(slowHelperMessage()); });
     connect(&link, &HelperLink::connectionRestored, this, [this] { emit linkMessage(QString()); });
 
-    m_timer.setInterval(kRestIntervalMs);
-    connect(&m_timer, &QTimer::timeout, this, &HelperPoller::tick);
+    connect(&m_timer, &GridTimer::timeout, this, &HelperPoller::tick);
     if (startTimer)
         m_timer.start();
 }

@@ -1,9 +1,10 @@
 #pragma once
 
+#include "app/GridTimer.h"
+
 #include <QObject>
 #include <QSet>
 #include <QString>
-#include <QTimer>
 #include <QVariantMap>
 
 namespace quillon::app {
@@ -55,7 +56,7 @@ private:
     void setIntervalMs(int ms);
 
     HelperLink& m_link;
-    QTimer m_timer;
+    GridTimer m_timer{kRestIntervalMs};
     QSet<QString> m_liveViews;
 };
 

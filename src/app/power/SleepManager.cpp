@@ -95,8 +95,7 @@ SleepManager::SleepManager(Services services, QObject* parent)
     connect(&m_expiryTimer, &LongTimer::fired, this, &SleepManager::sessionExpired);
     m_tickTimer.setInterval(kTickIntervalMs);
     connect(&m_tickTimer, &QTimer::timeout, this, &SleepManager::tick);
-    m_batteryWatchdog.setInterval(batteryCheckIntervalMs);
-    connect(&m_batteryWatchdog, &QTimer::timeout, this, &SleepManager::batterySafetyCheck);
+    connect(&m_batteryWatchdog, &GridTimer::timeout, this, &SleepManager::batterySafetyCheck);
     if (m_services.startTimers)
         m_batteryWatchdog.start();
 

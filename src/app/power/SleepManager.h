@@ -1,6 +1,7 @@
 #pragma once
 
 #include "SleepAssertions.h"
+#include "app/GridTimer.h"
 #include "app/LongTimer.h"
 #include "app/fan/FanController.h"
 
@@ -192,7 +193,7 @@ private:
     QDateTime m_now;
     LongTimer m_expiryTimer; // a session may run for weeks
     QTimer m_tickTimer;
-    QTimer m_batteryWatchdog;
+    GridTimer m_batteryWatchdog{batteryCheckIntervalMs};
     bool m_lowBatteryStopped = false;
 };
 
