@@ -115,12 +115,16 @@ TEST(DriveKeepAlive, TouchesAMountedVolumeOnScheduleAndWritesNothing)
 
     if (hasCounter) {
         // The first listing of the freshly mounted volume reaches the device;
-        // after that the listing is cached and the direct read does it.
+        // after that the listing is cached and the direct read does it (unless
+        // the kernel dropped the cached listing meanwhile: then it is listed again).
         EXPECT_EQ(pokes[0].outcome, DriveTouchOutcome::listed);
+        EXPECT_TRUE(std::any_of(pokes.begin() + 1, pokes.end(),
+            [](const Poke& poke) { return poke.outcome == DriveTouchOutcome::uncachedRead; }));
         quint64 reads = readsAtStart.value_or(0);
         for (const Poke& poke : pokes) {
             if (&poke != &pokes[0]) {
-                EXPECT_EQ(poke.outcome, DriveTouchOutcome::uncachedRead);
+                EXPECT_TRUE(
+                    poke.outcome == DriveTouchOutcome::uncachedRead || poke.outcome == DriveTouchOutcome::listed);
             }
             ASSERT_TRUE(poke.deviceReads.has_value());
             EXPECT_GT(*poke.deviceReads, reads);
